@@ -1,0 +1,35 @@
+# One set of compiler and linker options for everything that this project builds.
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+# Release builds are -O2 with debug information: what is measured, attacked and shipped is the same code.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g -DNDEBUG")
+
+add_library(kura_options INTERFACE)
+target_compile_options(kura_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Werror)
+target_link_options(kura_options INTERFACE -Wl,--as-needed -Wl,-z,relro,-z,now,-z,noexecstack)
+
+if(KURA_SANITIZE)
+    target_compile_options(kura_options INTERFACE
+        -fsanitize=${KURA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(kura_options INTERFACE -fsanitize=${KURA_SANITIZE})
+endif()
+if(KURA_COVERAGE)
+    target_compile_options(kura_options INTERFACE --coverage)
+    target_link_options(kura_options INTERFACE --coverage)
+endif()
+
+# Fortified calls need the optimiser, and the sanitizers check more than they do.
+add_library(kura_hardening INTERFACE)
+target_compile_options(kura_hardening INTERFACE -fstack-protector-strong -fstack-clash-protection)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
+    target_compile_options(kura_hardening INTERFACE -fcf-protection)
+endif()
+if(NOT KURA_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_compile_definitions(kura_hardening INTERFACE _FORTIFY_SOURCE=2)
+endif()
