@@ -1,0 +1,12 @@
+#pragma once
+
+namespace KURA {
+
+/// The host's issue list.
+class CStartKHIssues {
+public:
+    static CStartKHIssues* Instance();
+    void m_HideStartKHIssue();
+};
+
+}  // namespace KURA

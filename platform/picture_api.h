@@ -1,0 +1,4 @@
+// The picture control.
+#pragma once
+
+extern "C" int pixo_reset_picture(int mode);
