@@ -1,0 +1,141 @@
+// Device figures and maintenance for the host's storage screens. Sizes are in bytes.
+#pragma once
+
+#include <boost/thread/mutex.hpp>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "KURA_Export.h"
+#include "pkgmgr_client.h"
+
+namespace KURA {
+
+/// The host's screens; the numbers are the host's own.
+enum _CurrentScreen : int {};
+
+/// One installed application.
+struct AppStorageInfo {
+    bool hasIcon = false;  ///< the file at iconPath exists
+    std::string title;
+    std::int32_t totalSize = 0;
+    std::string packageId;
+    std::string appId;
+    std::string entryId;
+    std::string iconPath;
+    std::int32_t attribute1 = 0;
+    std::int32_t attribute2 = 0;
+    std::int16_t flag = 0;
+    std::int32_t attribute3 = 0;
+};
+
+/// GetInstance is thread-safe; for the operations the caller serialises. Null texts read as empty.
+class KURA_API CGetData {
+public:
+    /// Created on the first call, never destroyed.
+    static CGetData* GetInstance();
+
+    // --- Storage and device state ---
+
+    /// 0, or -1 with the outputs untouched. 70 MiB always count as used.
+    int getFlashSize(const char* path, long long* remaining, long long* used, long long* total);
+    /// Measures "/opt" into the figures below. Call m_CalculateTotalSizeOfSystem first.
+    void sendFlashSize();
+    long long m_GetUsedSize();
+    long long m_GetTotalOptSize();
+    /// The flash part's size less "/opt"; negative while the former is unknown.
+    long long m_GetSystemUsedSize();
+    void m_CalculateTotalSizeOfSystem();
+    /// 0 = nothing remains, 1 = less than 70 MiB remain, 2 = more.
+    int CheckFlashFreespaceState();
+    /// 1 ("Good") or 0 ("Normal"); also sends a usage event.
+    int CheckDeviceState();
+    std::string getSIDForDeviceState(int state);
+    _CurrentScreen m_GetCurrentScreen();
+    void m_SetCurrentScreen(_CurrentScreen screen);
+
+    // --- Installed applications ---
+
+    /// Rebuilds the app list; blocks until every application is measured.
+    void sendAppList();
+    std::vector<AppStorageInfo> m_GetAppsDataStructure();
+    int m_GetAppsCount();
+    /// Measures one application into the figures below (blocks up to about 5 s for the agent, more for the package
+    /// manager). Returns the length of "total|data|cache"; 0, the figures untouched, without a client.
+    int sendAppData(const char* packageName, const char* appId);
+    long m_GetTotalSizeOfApp();
+    long m_GetDataSizeOfApp();
+    long m_GetCacheSizeOfApp();
+    void m_SetTotalSizeOfApp(long size);
+    void m_SetDataSizeOfApp(long size);
+    void m_SetCacheSizeOfApp(long size);
+    /// Asks the agent; the outputs stay untouched when it does not answer within about 5 s.
+    void findDataCacheSize(char* packageName, char* appId, long* dataSize, long* cacheSize);
+    /// Bytes, or a negative error; callback and userData are ignored.
+    int getAppSize(pkgmgr_client* client, const char* packageId, unsigned uid, pkgmgr_getsize_type type,
+                   pkgmgr_getsize_cb callback, void* userData);
+    /// 0 with *result owned by the caller, -2 when no attempt was answered, -5 when access was denied. A floating
+    /// params is taken over.
+    int pkgmgr_client_connection_send_request(pkgmgr_client* client, const char* method, GVariant* params,
+                                              GVariant** result);
+    /// The first word of the command's first output line; runs a shell.
+    std::string GetStdoutFromCommand(std::string command);
+    void EcoreToSendAppList();
+    static void app_list_handle_function(void* data, void* thread);
+    static void app_list_error_handle_function(void* data, void* thread);
+    static void app_list_handle_terminate_function(void* data, void* thread);
+
+    // --- Clean-up ---
+
+    /// 0 when the agent finished within 10 s, else -1. Blocks.
+    int performDeepClean();
+    /// 0 once the request stands, else -1. Does not wait.
+    int performMemBoost();
+    void killApp(char* packageName);
+    int clearAppCache(char* packageName, char* appId);
+    /// 0, 1 for a protected application, -1 on failure.
+    int clearAppData(char* packageName);
+    int m_IfDisableClearDataCache(char* id);
+
+    // --- Environment and launching ---
+
+    /// The stored consent (1 = accepted); 0 when it cannot be read.
+    int m_CheckTermsCond();
+    bool m_CheckNetwork();
+    bool check_request_support_enable();
+    /// Whether the panel is 7680 x 4320.
+    bool m_GetTypeOfTV();
+    /// Whether the last occurrence of model in the software model is at its start.
+    bool m_CheckForSwModel(std::string model);
+    void launch_menu_app();
+    void launch_hotel_menu();
+    bool ProcessLaunchApp(const char* appId);
+
+private:
+    CGetData();
+
+    std::vector<AppStorageInfo> m_appList;
+    long long m_usedSize = 0;
+    long long m_totalOptSize = 0;
+    long long m_systemUsedSize = 0;
+    long long m_totalFlashSize = 0;
+    std::int32_t m_totalSizeOfApp = 0;
+    std::int32_t m_dataSizeOfApp = 0;
+    std::int32_t m_cacheSizeOfApp = 0;
+    _CurrentScreen m_currentScreen = static_cast<_CurrentScreen>(6);
+    std::int32_t m_appsCount = 0;
+
+    static CGetData* m_pInstance;
+    static boost::mutex m_KDMmutex;
+};
+
+/// The flash part's nominal size: 0 when *total was set, -1 with *total untouched otherwise.
+KURA_API int getTotalSize(long long* total);
+
+/// The size that the agent keeps for YouTube; 0 when there is none.
+KURA_API long long getAppSizeForYoutube();
+
+/// Kept for hosts that call it; has no effect.
+KURA_API void sendUninstallProgress(int progress);
+
+}  // namespace KURA

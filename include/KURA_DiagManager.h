@@ -1,0 +1,75 @@
+// Starts the diagnosis modes and receives the engine's completion callbacks.
+#pragma once
+
+#include <glib.h>
+
+#include <atomic>
+#include <boost/thread/recursive_mutex.hpp>
+#include <string>
+
+#include "KURA_Export.h"
+#include "watchman.h"
+
+/// The host's main loop, ended by the guided diagnosis; null when the host runs none. Written by the host, which
+/// keeps a reference of its own: the loop is unreferenced before it is told to quit.
+extern "C" KURA_API GMainLoop* loop;
+
+namespace KURA {
+
+/// The number of the current input source, -1 when the TV service names none.
+KURA_API int GetCurrentSourceInfo();
+
+class KURA_API KURA_DiagManager {
+public:
+    /// Created on the first call, never destroyed. The creation loads the solution map; what a misplaced value
+    /// element throws passes, and the next call tries again. Thread-safe.
+    static KURA_DiagManager* GetInstance();
+
+    /// Opens the installed library, looks its entry points up and loads the solution map through them. A
+    /// library that cannot be opened is logged; the map is then not loaded.
+    KURA_DiagManager();
+    /// Does nothing: the library stays open.
+    ~KURA_DiagManager();
+
+    void createLibHandler();
+
+    /// "NetworkSetting" launches the network settings and returns an empty text; "SignalInfo" returns the host
+    /// page to open, "hdmi-information" or "signal-information". Any other target is logged: empty text.
+    std::string StartSelfDiagnosis(char* target);
+
+    /// Each arms one engine completion and returns; the outcome arrives on the engine's thread.
+    void StartTutorDiagnosis();
+    void StartAutoDiagnosis();
+    void RemainingProblem();
+
+    void EnterRemaining();
+
+    /// Deep clean (blocks up to about 10 s), then memory boost; returns the result of the latter.
+    int OptimizeDevice();
+
+    void SetIsCallBackFinish(bool finished);
+
+    /// Ends the process at once, without exit handlers.
+    [[noreturn]] void SetExitFlag(int status);
+    int GetExitFlag();
+
+    /// Engine callbacks, on the engine's thread, serialised by m_KDMmutex.
+    static void TutorCallbackFunc(unsigned int id, WMSignalData data);
+    static void RemainingCallbackFunc(unsigned int id, WMSignalData data);
+    static void SolutionCallbackFunc(unsigned int id, WMSignalData data);
+
+private:
+    void* m_libraryHandle = nullptr;
+    void (*m_RequestApplySolution)(const char*) = nullptr;
+    void (*m_SaveResultToSolutionDB)(const std::string&, const std::string&) = nullptr;
+    void (*m_ProcessLaunchApp)(const char*) = nullptr;
+    void (*m_ParseSolutionMap)() = nullptr;
+    std::atomic<bool> isCallBackFinish{false};
+    std::atomic<bool> m_isDiagnosisStarted{false};
+    int m_exitFlag = 0;
+
+    static KURA_DiagManager* m_pInstance;
+    static boost::recursive_mutex m_KDMmutex;
+};
+
+}  // namespace KURA

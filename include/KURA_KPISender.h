@@ -1,0 +1,59 @@
+// Sends usage events to the platform's statistics logger.
+#pragma once
+
+#include <boost/thread/recursive_mutex.hpp>
+#include <string>
+
+#include "KURA_Export.h"
+
+namespace KURA {
+
+/// Device facts are gathered once, at creation. Reports take no lock: of two at the same time each may carry
+/// fields of the other. No failure reaches the caller; it is logged.
+class KURA_API KURA_KPISender {
+public:
+    /// Created on the first call, never destroyed. Thread-safe.
+    static KURA_KPISender* GetInstance();
+
+    /// Texts are copied; null reads as empty. A field that a report does not set goes out as the last one left it.
+    void SendKurahelpKPI(char* selectItem);
+    void SendKurahelpKPI(char* selectItem, char* status);
+    void SendKurahelpKPI(char* selectItem, int count);
+
+private:
+    KURA_KPISender();
+
+    void m_initialize();
+    void m_getChipID();
+    void m_getSerialNumber();
+    void m_getSeries();
+    void m_getImageType();
+    void m_getPlatform();
+    void m_getFlashSize();
+    int m_getTTime();
+    void m_report();
+    std::string m_getKuraHelpDescription();
+    void m_pSet_param_select_type(char* text);
+    std::string m_Get_param_select_type();
+    void m_sendKPI(const std::string& eventName, const std::string& category, const std::string& description);
+
+    std::string m_param_select_type;
+    std::string m_chipID = "NULL";
+    std::string m_serialNumber = "NULL";
+    std::string m_series = "NULL";
+    std::string m_platform = "NULL";
+    std::string m_imageType = "NULL";
+    std::string m_totalStorage = "NULL";
+    std::string m_remainStorage = "NULL";
+    std::string m_selectItem = "NULL";
+    std::string m_userTime = "NULL";
+    std::string m_status = "NULL";
+    std::string m_issueCount = "0";
+    std::string m_issueClear = "0";
+    std::string m_remainCount = "0";
+
+    static KURA_KPISender* m_pInstance;
+    static boost::recursive_mutex m_KDMmutex;
+};
+
+}  // namespace KURA

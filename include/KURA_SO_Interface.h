@@ -1,0 +1,55 @@
+// The library's plain entry points. Texts are zero-terminated; null reads as an empty text.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "KURA_Export.h"
+#include "KURA_SolutionMap.h"
+#include "watchman.h"
+
+extern "C" {
+
+/// Reads the installed document and replaces the stored map, also after a failure: the store then holds what was
+/// read before it. A misplaced value element throws std::out_of_range and leaves the store as it was.
+KURA_API void ParseSolutionMap();
+
+/// Reads the document at path into map. False, logged and map untouched, when it cannot be read.
+KURA_API bool XMLParse(const char* path, KURA::KURA_SolutionMap& map);
+
+/// Reads a document's text into map; see KURA::TCXMLParser::Parse.
+KURA_API bool parseInterface(const std::string& text, KURA::KURA_SolutionMap& map);
+
+/// Records with the engine that the issue's solution was started ("start") or declined ("cancel").
+KURA_API void SaveResultToSolutionDB(const std::string& issueCode, const std::string& state);
+
+/// Removes the issue from the remaining problems.
+KURA_API void RemoveSolvedProblemFromRemainingDB(const std::string& issueCode);
+
+/// Sends a usage event: the item chosen and a status text.
+KURA_API void SendSelfDiagnosisResult(const char* first, const char* second);
+
+/// Applies every solution of the issue (decimal text), removes it from the remaining problems and records the
+/// start with the engine. Never throws; failures are logged.
+KURA_API void RequestApplySolution(const char* value);
+
+/// The same without recording: the engine's record is handed back in params instead.
+KURA_API void RequestApplySolution_BG(const char* value, WMSolutionParams* params);
+
+/// Executors, one action each. A failed platform call is logged where it is looked at; nothing throws for it.
+KURA_API void ProcessVconf_STR(const char* key, const char* value);
+KURA_API void ProcessVconf_BOOL(const char* key, const char* value);
+KURA_API void ProcessVconf_INT(const char* key, const char* value);
+/// Hands a command line to the agent: 0 once the request stands, -1 when a file was refused.
+KURA_API int ProcessCMD(const char* command);
+KURA_API void ProcessLaunchApp(const char* appId);
+KURA_API void ProcessSettingAPI(const char* key, const char* value);
+/// values stays the caller's; null or empty reads as one empty value.
+KURA_API void ProcessAPI(const char* name, std::vector<KURA::KURA_SolutionValue>* values);
+}
+
+/// What RequestApplySolution (false) and RequestApplySolution_BG (true) run.
+KURA_API void RequestApplySolutionWrapper(const char* value, bool isBGPatch);
+
+/// Fills the engine's record from the stored map; the last solution of the issue wins.
+KURA_API void FillSolutionParams(std::string issueCode, std::string state, WMSolutionParams* params);

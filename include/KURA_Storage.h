@@ -1,0 +1,65 @@
+// The process-wide home of the parsed solution map.
+#pragma once
+
+#include <boost/thread/mutex.hpp>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "KURA_Export.h"
+#include "KURA_SolutionMap.h"
+
+namespace KURA {
+
+/// Guards the creation of the information storage and every operation on it. Not recursive; innermost.
+extern KURA_API boost::mutex m_KURAmutex;
+
+/// Summary of the stored map.
+struct TSCurrentKURAMap {
+    unsigned int version = 0;
+    unsigned int count = 0;
+    std::vector<KURA_Solution> solutions;
+};
+
+/// Thread-safe: every operation holds m_KURAmutex for its whole body. Reads hand out copies, never a reference
+/// into the store. Version, count and solutions are set by separate calls, so a reader can see a new version
+/// beside an old count. A failure to lock throws boost's lock error; when a copy runs out of memory the
+/// exception passes and the output is as before.
+class KURA_API TCInformationStorage {
+public:
+    /// Created on the first call, never destroyed.
+    static TCInformationStorage* Instance();
+
+    /// Version 0, count 0, no solutions.
+    void Initialize();
+    void ResetInformationStorage();
+
+    void SetSMVersion(unsigned int version);
+    void GetSMVersion(unsigned int& version);
+    void SetSMCount(unsigned int count);
+    void GetSMCount(unsigned int& count);
+
+    /// Replaces the count and appends the solutions; moving the vector in costs no copy.
+    void SetSolutionInformation(unsigned int count, std::vector<KURA_Solution> solutions);
+
+    /// Hands back the declared count and appends a copy of every solution to out, which is not cleared.
+    void GetSolutionInformation(unsigned int& count, std::vector<KURA_Solution>& out);
+
+    /// Appends a copy of every solution whose issue_code equals issueCode byte for byte, in document order, and
+    /// returns how many solutions are stored in all. Logs as GetSolutionInformation does.
+    std::size_t GetSolutionsOfIssue(const std::string& issueCode, std::vector<KURA_Solution>& out);
+
+    /// Overwrites out with version, count and all solutions.
+    void GetKURAMapInformation(TSCurrentKURAMap& out);
+
+private:
+    TCInformationStorage() = default;
+
+    // Guarded by m_KURAmutex, like all that follow.
+    static TCInformationStorage* m_pInstance;
+    unsigned int m_version = 0;
+    unsigned int m_count = 0;
+    std::vector<KURA_Solution> m_solutions;
+};
+
+}  // namespace KURA
