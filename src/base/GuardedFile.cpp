@@ -1,0 +1,146 @@
+#include "GuardedFile.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace KURA::base {
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;
+constexpr int kSafeFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+/// An open descriptor, closed on every path out; closing keeps errno.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (m_fd >= 0) {
+            const int savedErrno = errno;
+            close(m_fd);
+            errno = savedErrno;
+        }
+    }
+    int Get() const { return m_fd; }
+    int Release() {
+        const int fd = m_fd;
+        m_fd = -1;
+        return fd;
+    }
+
+private:
+    int m_fd;
+};
+
+/// -1 with ENOSYS or EPERM where the kernel, or a filter in front of it, does not offer the call.
+int OpenWithoutLinks(const char* path, int flags) {
+    open_how how{};
+    how.flags = static_cast<__u64>(flags);
+    how.mode = (flags & O_CREAT) != 0 ? kNewFileMode : 0;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
+}
+
+/// The older way: the parent is held open, so that only its last step could still be swapped, and that one is
+/// not followed either.
+int OpenBelowParent(const char* path, int flags) {
+    const char* slash = std::strrchr(path, '/');
+    const std::string parent = slash == nullptr ? "." : std::string(path, slash == path ? 1 : slash - path);
+    const char* name = slash == nullptr ? path : slash + 1;
+    const Descriptor folder(open(parent.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (folder.Get() < 0) {
+        return -1;
+    }
+    return openat(folder.Get(), name, flags, kNewFileMode);
+}
+
+int OpenDescriptor(const char* path, int flags) {
+    const int fd = OpenWithoutLinks(path, flags | kSafeFlags);
+    if (fd >= 0 || (errno != ENOSYS && errno != EPERM)) {
+        return fd;
+    }
+    return OpenBelowParent(path, flags | kSafeFlags);
+}
+
+/// Refuses all but regular files; for writing also those that have a second name elsewhere.
+bool IsAcceptable(int fd, bool forWriting) {
+    struct stat status {};
+    if (fstat(fd, &status) != 0) {
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
+    if (forWriting && status.st_nlink != 1) {
+        errno = EMLINK;
+        return false;
+    }
+    return true;
+}
+
+File ToStream(Descriptor& descriptor, const char* mode) {
+    File file(fdopen(descriptor.Get(), mode));
+    if (file != nullptr) {
+        descriptor.Release();
+    }
+    return file;
+}
+
+}  // namespace
+
+bool IsPlainPath(const char* path, std::string* resolved) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path, nullptr), &std::free);
+    if (real == nullptr) {
+        if (resolved != nullptr) {
+            resolved->clear();
+        }
+        return errno == ENOENT;
+    }
+    if (resolved != nullptr) {
+        *resolved = real.get();
+    }
+    if (std::strcmp(real.get(), path) != 0) {
+        errno = ELOOP;
+        return false;
+    }
+    return true;
+}
+
+File OpenPlainFile(const char* path, WriteMode mode) {
+    const bool readWrite = mode == WriteMode::kReadWrite;
+    Descriptor descriptor(OpenDescriptor(path, (readWrite ? O_RDWR : O_WRONLY) | O_CREAT));
+    if (descriptor.Get() < 0 || !IsAcceptable(descriptor.Get(), true) ||
+        ftruncate(descriptor.Get(), 0) != 0) {
+        return nullptr;
+    }
+    return ToStream(descriptor, readWrite ? "w+" : "w");
+}
+
+File OpenGuarded(const char* path) {
+    if (!IsPlainPath(path)) {
+        return nullptr;
+    }
+    return OpenPlainFile(path, WriteMode::kWrite);
+}
+
+File OpenPlainFileForReading(const char* path) {
+    Descriptor descriptor(OpenDescriptor(path, O_RDONLY));
+    if (descriptor.Get() < 0 || !IsAcceptable(descriptor.Get(), false)) {
+        return nullptr;
+    }
+    return ToStream(descriptor, "r");
+}
+
+}  // namespace KURA::base

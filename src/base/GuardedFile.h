@@ -1,0 +1,40 @@
+// Opening files that others may tamper with. Anyone may write to the agent's folders, so a path could become
+// a link, a FIFO or a device between a check and the open: the open itself follows nothing and never blocks,
+// and what was opened must be a plain file of one name before it is truncated.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace KURA::base {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// Owns an open stream; closed on every path out.
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+enum class WriteMode {
+    kWrite,      ///< as "w"
+    kReadWrite,  ///< as "w+"
+};
+
+/// The guard: true when path resolves to itself or does not exist yet. With resolved not null, *resolved is
+/// where the path leads, empty when it does not resolve. On refusal errno tells why (ELOOP for a path that
+/// leads elsewhere).
+bool IsPlainPath(const char* path, std::string* resolved = nullptr);
+
+/// Opens for writing, created (0666 less the umask) or truncated. No component of the path may be a link, and
+/// what is there must be a regular file with one name. Null with errno set otherwise; nothing is then
+/// created, written or truncated. Close-on-exec.
+File OpenPlainFile(const char* path, WriteMode mode);
+
+/// IsPlainPath, then OpenPlainFile.
+File OpenGuarded(const char* path);
+
+/// Opens a regular file for reading under the same conditions. Null with errno set otherwise.
+File OpenPlainFileForReading(const char* path);
+
+}  // namespace KURA::base
