@@ -1,0 +1,195 @@
+// The attributes of one start tag, in one of two modes: owned, a map that Insert fills, or borrowed, the XML
+// reader's own pairs, which live as long as its callback. Both answer alike: names count in lower case, the
+// last one wins. Borrowing is what keeps a parse from copying each name and value twice.
+#include "KURA_XMLParser.h"
+
+#include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "base/Text32.h"
+
+namespace KURA {
+
+namespace {
+
+char Lower(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
+    if (left.size() != right.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        if (Lower(left[i]) != Lower(right[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Whether written, once in lower case, is name.
+bool IsNamed(const char* written, std::string_view name) {
+    for (const char c : name) {
+        if (*written == '\0' || Lower(*written) != c) {
+            return false;
+        }
+        ++written;
+    }
+    return *written == '\0';
+}
+
+/// The index of the name that written spells, count for none. Documents keep their attributes in a fixed
+/// order, so the name expected next is tried first.
+std::size_t IndexOf(const char* written, const char* const* names, std::size_t count, std::size_t expected) {
+    if (expected < count && std::strcmp(written, names[expected]) == 0) {
+        return expected;
+    }
+    std::size_t index = 0;
+    while (index < count && !IsNamed(written, names[index])) {
+        ++index;
+    }
+    return index;
+}
+
+}  // namespace
+
+TCXMLParser::TCAttributes::TCAttributes(const TCAttributes& other)
+    : m_borrowed(other.m_borrowed), m_owned(other.m_owned) {
+    m_Own();
+}
+
+TCXMLParser::TCAttributes& TCXMLParser::TCAttributes::operator=(const TCAttributes& other) {
+    TCAttributes copy(other);
+    m_borrowed = nullptr;
+    m_owned.swap(copy.m_owned);
+    return *this;
+}
+
+void TCXMLParser::TCAttributes::m_Own() {
+    const char** pairs = std::exchange(m_borrowed, nullptr);
+    for (; pairs != nullptr && pairs[0] != nullptr && pairs[1] != nullptr; pairs += 2) {
+        Insert(pairs[0], pairs[1]);
+    }
+}
+
+void TCXMLParser::TCAttributes::Insert(std::string name, const std::string& value) {
+    m_Own();
+    for (char& c : name) {
+        c = Lower(c);
+    }
+    m_owned.insert_or_assign(std::move(name), value);
+}
+
+bool TCXMLParser::TCAttributes::m_Find(std::string_view name, std::string_view& value) const {
+    const auto owned = m_owned.find(name);
+    bool found = owned != m_owned.end();
+    if (found) {
+        value = owned->second;
+    }
+    for (const char** pair = m_borrowed; pair != nullptr && pair[0] != nullptr && pair[1] != nullptr;
+         pair += 2) {
+        if (IsNamed(pair[0], name)) {
+            value = pair[1];
+            found = true;
+        }
+    }
+    return found;
+}
+
+void TCXMLParser::TCAttributes::m_FindAll(const char* const* names, std::size_t count,
+                                          std::string_view* values) const {
+    if (m_borrowed == nullptr) {
+        for (std::size_t i = 0; i < count; ++i) {
+            m_Find(names[i], values[i]);
+        }
+        return;
+    }
+    std::size_t expected = 0;
+    for (const char** pair = m_borrowed; pair[0] != nullptr && pair[1] != nullptr; pair += 2) {
+        const std::size_t index = IndexOf(pair[0], names, count, expected);
+        if (index < count) {
+            values[index] = pair[1];
+            expected = index + 1;
+        }
+    }
+}
+
+bool TCXMLParser::TCAttributes::GetValue(const std::string& name, std::string& value) const {
+    std::string_view text;
+    if (!m_Find(name, text)) {
+        return false;
+    }
+    value = text;
+    return true;
+}
+
+bool TCXMLParser::TCAttributes::GetValue(const std::string& name, unsigned long long& value) const {
+    std::string_view text;
+    if (!m_Find(name, text)) {
+        return false;
+    }
+    value = base::ToUInt32(text.data());
+    return true;
+}
+
+bool TCXMLParser::TCAttributes::GetValue(const std::string& name, double& value) const {
+    std::string_view text;
+    if (!m_Find(name, text)) {
+        return false;
+    }
+    char* end = nullptr;
+    const double number = std::strtod(text.data(), &end);
+    if (*end != '\0') {
+        return false;
+    }
+    value = number;
+    return true;
+}
+
+bool TCXMLParser::TCAttributes::GetValue(const std::string& name, bool& value) const {
+    std::string_view text;
+    if (!m_Find(name, text)) {
+        return false;
+    }
+    value = !EqualsIgnoringCase(text, "false") && text != "0";
+    return true;
+}
+
+bool TCXMLParser::TCAttributes::GetValue(const std::string& name, unsigned int& value) const {
+    std::string_view text;
+    if (!m_Find(name, text)) {
+        return false;
+    }
+    // A value that is no number counts as read: callers start from a default that then stays.
+    std::uint32_t number = 0;
+    if (base::ScanUInt32(text.data(), number)) {
+        value = number;
+    }
+    return true;
+}
+
+bool TCXMLParser::TCAttributes::GetValue(const std::string& name, int& value) const {
+    std::string_view text;
+    if (!m_Find(name, text)) {
+        return false;
+    }
+    std::int32_t number = 0;
+    if (base::ScanInt32(text.data(), number)) {
+        value = number;
+    }
+    return true;
+}
+
+bool TCXMLParser::TCAttributes::HasAttrOfValue(const std::string& name, std::string value) const {
+    std::string_view text;
+    return m_Find(name, text) && EqualsIgnoringCase(text, value);
+}
+
+}  // namespace KURA
