@@ -60,8 +60,9 @@ public:
     void sendAppList();
     std::vector<AppStorageInfo> m_GetAppsDataStructure();
     int m_GetAppsCount();
-    /// Measures one application into the figures below (blocks up to about 5 s for the agent, more for the package
-    /// manager). Returns the length of "total|data|cache"; 0, the figures untouched, without a client.
+    /// Measures one application into the figures below (blocks up to about 5 s for the agent, more for the
+    /// package manager). Returns the length of "total|data|cache"; 0, the figures untouched, without a
+    /// client.
     int sendAppData(const char* packageName, const char* appId);
     long m_GetTotalSizeOfApp();
     long m_GetDataSizeOfApp();
@@ -74,8 +75,8 @@ public:
     /// Bytes, or a negative error; callback and userData are ignored.
     int getAppSize(pkgmgr_client* client, const char* packageId, unsigned uid, pkgmgr_getsize_type type,
                    pkgmgr_getsize_cb callback, void* userData);
-    /// 0 with *result owned by the caller, -2 when no attempt was answered, -5 when access was denied. A floating
-    /// params is taken over.
+    /// 0 with *result owned by the caller, -2 when no attempt was answered, -5 when access was denied. A
+    /// floating params is taken over.
     int pkgmgr_client_connection_send_request(pkgmgr_client* client, const char* method, GVariant* params,
                                               GVariant** result);
     /// The first word of the command's first output line; runs a shell.

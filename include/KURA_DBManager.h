@@ -16,8 +16,8 @@ class KURA_DiagResultManager;
 /// The databases, each one file with one table. The numbers index the tables of paths and names.
 enum EDBName : int { EDB_INFERENCE = 0, EDB_SOLUTION, EDB_REMAINING, EDB_TEST };
 
-/// One connection for the process. Not thread-safe: callers serialise OpenDB, the operations, CloseDB. Nothing
-/// throws for a database failure: the result is false and the log tells why.
+/// One connection for the process. Not thread-safe: callers serialise OpenDB, the operations, CloseDB.
+/// Nothing throws for a database failure: the result is false and the log tells why.
 class KURA_API TCDBManager {
 public:
     /// Created on the first call, never destroyed.
@@ -32,11 +32,12 @@ public:
     /// an empty text. True also when the table is missing; after a failure out keeps the rows read so far.
     bool GetDB(EDBName db, std::string column, std::vector<std::string>& out);
 
-    /// Inserts one row. Values are quoted, not escaped: one that holds a double quote fails, and so does a list
-    /// in which an earlier value equals the last one.
+    /// Inserts one row. Values are quoted, not escaped: one that holds a double quote fails, and so does a
+    /// list in which an earlier value equals the last one.
     bool SetDB(std::string table, std::list<std::string> values);
 
-    /// Deletes the rows of one issue from the remaining table, whichever database is open. True if none matched.
+    /// Deletes the rows of one issue from the remaining table, whichever database is open. True if none
+    /// matched.
     bool DeleteDB(std::string issueCode);
 
     /// Deletes every row; the table stays.

@@ -10,8 +10,8 @@
 #include "KURA_Export.h"
 #include "watchman.h"
 
-/// The host's main loop, ended by the guided diagnosis; null when the host runs none. Written by the host, which
-/// keeps a reference of its own: the loop is unreferenced before it is told to quit.
+/// The host's main loop, ended by the guided diagnosis; null when the host runs none. Written by the host,
+/// which keeps a reference of its own: the loop is unreferenced before it is told to quit.
 extern "C" KURA_API GMainLoop* loop;
 
 namespace KURA {
@@ -21,8 +21,8 @@ KURA_API int GetCurrentSourceInfo();
 
 class KURA_API KURA_DiagManager {
 public:
-    /// Created on the first call, never destroyed. The creation loads the solution map; what a misplaced value
-    /// element throws passes, and the next call tries again. Thread-safe.
+    /// Created on the first call, never destroyed. The creation loads the solution map; what a misplaced
+    /// value element throws passes, and the next call tries again. Thread-safe.
     static KURA_DiagManager* GetInstance();
 
     /// Opens the installed library, looks its entry points up and loads the solution map through them. A
@@ -33,8 +33,8 @@ public:
 
     void createLibHandler();
 
-    /// "NetworkSetting" launches the network settings and returns an empty text; "SignalInfo" returns the host
-    /// page to open, "hdmi-information" or "signal-information". Any other target is logged: empty text.
+    /// "NetworkSetting" launches the network settings and returns an empty text; "SignalInfo" returns the
+    /// host page to open, "hdmi-information" or "signal-information". Any other target is logged: empty text.
     std::string StartSelfDiagnosis(char* target);
 
     /// Each arms one engine completion and returns; the outcome arrives on the engine's thread.

@@ -36,13 +36,14 @@ public:
     /// Created on the first call, never destroyed.
     static KURA_DiagResultManager* GetInstance();
 
-    /// Evaluates every entry of the stored map against the engine and appends a row per present problem to the
-    /// table, which is not cleared. Returns the number of rows added. A declared count beyond the list throws
-    /// std::out_of_range; rows added before stay.
+    /// Evaluates every entry of the stored map against the engine and appends a row per present problem to
+    /// the table, which is not cleared. Returns the number of rows added. A declared count beyond the list
+    /// throws std::out_of_range; rows added before stay.
     int GetInferenceResult();
 
     /// 1 when the issue is present and unfixed (a row is appended), else 0.
-    int FindErrorCodeInDB(KURA_Solution& sol, std::vector<_WMInfDBRecord>& inf_data, _WMSolDBRecord& sol_data);
+    int FindErrorCodeInDB(KURA_Solution& sol, std::vector<_WMInfDBRecord>& inf_data,
+                          _WMSolDBRecord& sol_data);
 
     /// 1 when a is later than b, else 0; times are compared as text.
     int CompareTime(std::string& a, std::string b);
@@ -61,8 +62,8 @@ public:
 
     /// Replaces the stored problems by the rows of the table that pass both filters.
     void SaveRemainingProblems();
-    /// (locks) Replaces the table by the stored problems; true when at least one was loaded. A damaged row index
-    /// ends the loading with false, the rows before it staying in the table.
+    /// (locks) Replaces the table by the stored problems; true when at least one was loaded. A damaged row
+    /// index ends the loading with false, the rows before it staying in the table.
     bool LoadRemainingProblems();
     /// Appends a copy of the table to out; false when the table is empty.
     bool GetRemainingTable(std::vector<MapToDBTable>& out);

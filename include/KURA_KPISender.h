@@ -15,7 +15,8 @@ public:
     /// Created on the first call, never destroyed. Thread-safe.
     static KURA_KPISender* GetInstance();
 
-    /// Texts are copied; null reads as empty. A field that a report does not set goes out as the last one left it.
+    /// Texts are copied; null reads as empty. A field that a report does not set goes out as the last one
+    /// left it.
     void SendKurahelpKPI(char* selectItem);
     void SendKurahelpKPI(char* selectItem, char* status);
     void SendKurahelpKPI(char* selectItem, int count);

@@ -10,8 +10,8 @@
 
 extern "C" {
 
-/// Reads the installed document and replaces the stored map, also after a failure: the store then holds what was
-/// read before it. A misplaced value element throws std::out_of_range and leaves the store as it was.
+/// Reads the installed document and replaces the stored map, also after a failure: the store then holds what
+/// was read before it. A misplaced value element throws std::out_of_range and leaves the store as it was.
 KURA_API void ParseSolutionMap();
 
 /// Reads the document at path into map. False, logged and map untouched, when it cannot be read.

@@ -21,10 +21,10 @@ struct TSCurrentKURAMap {
     std::vector<KURA_Solution> solutions;
 };
 
-/// Thread-safe: every operation holds m_KURAmutex for its whole body. Reads hand out copies, never a reference
-/// into the store. Version, count and solutions are set by separate calls, so a reader can see a new version
-/// beside an old count. A failure to lock throws boost's lock error; when a copy runs out of memory the
-/// exception passes and the output is as before.
+/// Thread-safe: every operation holds m_KURAmutex for its whole body. Reads hand out copies, never a
+/// reference into the store. Version, count and solutions are set by separate calls, so a reader can see a
+/// new version beside an old count. A failure to lock throws boost's lock error; when a copy runs out of
+/// memory the exception passes and the output is as before.
 class KURA_API TCInformationStorage {
 public:
     /// Created on the first call, never destroyed.
@@ -45,8 +45,8 @@ public:
     /// Hands back the declared count and appends a copy of every solution to out, which is not cleared.
     void GetSolutionInformation(unsigned int& count, std::vector<KURA_Solution>& out);
 
-    /// Appends a copy of every solution whose issue_code equals issueCode byte for byte, in document order, and
-    /// returns how many solutions are stored in all. Logs as GetSolutionInformation does.
+    /// Appends a copy of every solution whose issue_code equals issueCode byte for byte, in document order,
+    /// and returns how many solutions are stored in all. Logs as GetSolutionInformation does.
     std::size_t GetSolutionsOfIssue(const std::string& issueCode, std::vector<KURA_Solution>& out);
 
     /// Overwrites out with version, count and all solutions.

@@ -10,8 +10,8 @@ public:
     static CLogger* GetInstance();
 
     /// 1 = sent; anything else is a failure.
-    int AddEventLogSync(const std::string& serviceCode, const std::string& eventName, const std::string& category,
-                        const std::string& description);
+    int AddEventLogSync(const std::string& serviceCode, const std::string& eventName,
+                        const std::string& category, const std::string& description);
 };
 
 }  // namespace KPILogFramework

@@ -10,8 +10,8 @@ std::string FormatLocalTime(std::time_t time) {
     std::tm local{};
     localtime_r(&time, &local);
     std::array<char, 80> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
-                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d", local.tm_year + 1900,
+                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
     // Every column and comparison expects this length; a year of five digits loses its seconds' last one.
     constexpr std::size_t kLength = 19;
     return std::string(text.data()).substr(0, kLength);

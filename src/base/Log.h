@@ -19,25 +19,25 @@ constexpr const char* BaseName(const char* path) {
 
 #define KURA_LOG_PREFIX_ "%s: %s(%d) > [%s:%d] "
 
-#define KURA_LOG_PLAIN_(function, priority, format)                                                            \
-    do {                                                                                                       \
-        static constexpr const char* kLogFile = ::KURA::base::BaseName(__FILE__);                              \
-        dlog_print(priority, "TVKuraHelp", KURA_LOG_PREFIX_ format, kLogFile, function, __LINE__, function,     \
-                   __LINE__);                                                                                  \
+#define KURA_LOG_PLAIN_(function, priority, format)                                                         \
+    do {                                                                                                    \
+        static constexpr const char* kLogFile = ::KURA::base::BaseName(__FILE__);                           \
+        dlog_print(priority, "TVKuraHelp", KURA_LOG_PREFIX_ format, kLogFile, function, __LINE__, function, \
+                   __LINE__);                                                                               \
     } while (false)
 
-#define KURA_LOG_WITH_(function, priority, format, ...)                                                        \
-    do {                                                                                                       \
-        static constexpr const char* kLogFile = ::KURA::base::BaseName(__FILE__);                              \
-        dlog_print(priority, "TVKuraHelp", KURA_LOG_PREFIX_ format, kLogFile, function, __LINE__, function,     \
-                   __LINE__, __VA_ARGS__);                                                                     \
+#define KURA_LOG_WITH_(function, priority, format, ...)                                                     \
+    do {                                                                                                    \
+        static constexpr const char* kLogFile = ::KURA::base::BaseName(__FILE__);                           \
+        dlog_print(priority, "TVKuraHelp", KURA_LOG_PREFIX_ format, kLogFile, function, __LINE__, function, \
+                   __LINE__, __VA_ARGS__);                                                                  \
     } while (false)
 
 // Standard C++17 has no empty variadic part: a lone format takes the plain form, up to 12 values the other.
 #define KURA_LOG_CHOOSE_(a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, chosen, ...) chosen
-#define KURA_LOG_FORM_(...)                                                                                    \
-    KURA_LOG_CHOOSE_(__VA_ARGS__, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_,               \
-                     KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_,           \
+#define KURA_LOG_FORM_(...)                                                                          \
+    KURA_LOG_CHOOSE_(__VA_ARGS__, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_,    \
+                     KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, \
                      KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_PLAIN_, unused)
 
 /// KURA_LOG_AS(function, priority, format, values...): for a step that logs in the name of its operation.

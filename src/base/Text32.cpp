@@ -47,7 +47,8 @@ std::int32_t ToInt32(const char* text, const char** end) {
     if (end != nullptr) {
         *end = digits.end;
     }
-    const std::uint64_t limit = std::uint64_t{std::numeric_limits<std::int32_t>::max()} + (digits.negative ? 1 : 0);
+    const std::uint64_t limit =
+        std::uint64_t{std::numeric_limits<std::int32_t>::max()} + (digits.negative ? 1 : 0);
     const auto magnitude = static_cast<std::int64_t>(digits.magnitude < limit ? digits.magnitude : limit);
     return static_cast<std::int32_t>(digits.negative ? -magnitude : magnitude);
 }

@@ -1,5 +1,5 @@
-// Text to number with the results of the set, a 32-bit machine, on every machine: where long has 64 bits the C
-// library would saturate and wrap elsewhere.
+// Text to number with the results of the set, a 32-bit machine, on every machine: where long has 64 bits the
+// C library would saturate and wrap elsewhere.
 #pragma once
 
 #include <cstdint>

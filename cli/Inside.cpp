@@ -1,0 +1,71 @@
+#include "Inside.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <iostream>
+#include <utility>
+
+#include "KURA_SO_Interface.h"
+#include "Outcome.h"
+#include "Session.h"
+#include "SetSandbox.h"
+#include "sandbox/Sandbox.h"
+
+namespace cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Where this program's tree is seen when the sandbox hides its place: nothing of it then lands among the
+/// set's files.
+const fs::path kSeenTree = "/run/kura-program";
+
+/// The library file that this program is linked with.
+fs::path LibraryFile() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&ParseSolutionMap), &info) == 0 || info.dli_fname == nullptr) {
+        throw VerbError(ExitCode::kFailed, "cannot tell which library file is loaded");
+    }
+    return fs::canonical(info.dli_fname);
+}
+
+/// Whether the sandbox puts a private folder over path.
+bool IsHidden(const fs::path& path) {
+    for (const char* folder : {"/opt/", "/home/", "/tmp/", "/run/"}) {
+        if (path.string().rfind(folder, 0) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments) {
+    fs::path program = fs::read_symlink("/proc/self/exe");
+    const fs::path tree = program.parent_path().parent_path();
+    const bool hidden = IsHidden(tree);
+    if (hidden) {
+        program = kSeenTree / program.lexically_relative(tree);
+    }
+    std::vector<std::string> command = {program.string()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    kurasandbox::SandboxOptions options = kuraset::SandboxFor(set, LibraryFile(), std::move(command));
+    options.environment.emplace_back(kInsideVariable, "1");
+    if (hidden) {
+        options.binds.push_back({tree, kSeenTree, false});
+    }
+    std::cout << std::flush;
+    const int status = kurasandbox::RunInSandbox(options);
+    if (status == kurasandbox::kNoSandbox) {
+        throw VerbError(ExitCode::kFailed, "the sandbox could not be made (its reason is above)");
+    }
+    if (status > 128) {
+        throw VerbError(ExitCode::kFailed, "the run was cut off by signal " + std::to_string(status - 128));
+    }
+    return status;
+}
+
+}  // namespace cli

@@ -1,0 +1,46 @@
+#include "Outcome.h"
+
+#include <unistd.h>
+
+#include <iostream>
+
+namespace cli {
+
+namespace {
+
+const char* NameOf(ExitCode code) {
+    switch (code) {
+        case ExitCode::kNoSuchItem:
+            return "no-such-item";
+        case ExitCode::kNoAnswer:
+            return "no-answer";
+        case ExitCode::kUsage:
+            return "usage";
+        case ExitCode::kFindings:
+            return "findings";
+        default:
+            return "failed";
+    }
+}
+
+}  // namespace
+
+Json ErrorDocument(ExitCode code, const std::string& message) {
+    return {{"error", {{"kind", NameOf(code)}, {"message", message}}}};
+}
+
+Json ToDocument(const nlohmann::json& value) {
+    return Json::parse(value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+std::string Shown(const Json& value) {
+    return value.is_string() ? value.get<std::string>()
+                             : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void PrintDocument(const Json& document) {
+    const int indent = isatty(STDOUT_FILENO) != 0 ? 2 : -1;
+    std::cout << document.dump(indent, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
+}
+
+}  // namespace cli

@@ -1,0 +1,14 @@
+// Sizes for people.
+#pragma once
+
+#include <string>
+
+namespace cli {
+
+/// "1.5 GiB", "312 KiB", "17 B".
+std::string SizeText(long long bytes);
+
+/// A bar of `width` cells, filled by part of whole.
+std::string Bar(long long part, long long whole, int width = 40);
+
+}  // namespace cli

@@ -1,0 +1,34 @@
+// The verbs, grouped as the files that hold them. Each function declares its verbs; the verb that the command
+// line names leaves in the selection what to run.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "Outcome.h"
+#include "Session.h"
+
+namespace cli {
+
+/// Where a verb's work is done.
+enum class Place {
+    kOutside,  ///< on the set's files alone
+    kInside,   ///< with the library loaded, in the sandbox
+};
+
+struct Selection {
+    Place place = Place::kOutside;
+    std::function<Outcome()> run;
+};
+
+void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddSettingsVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddJournalVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
+
+}  // namespace cli
