@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "CGetData.h"
-#include "KURA_SO_Interface/OrEmpty.h"
 #include "KURA_SolutionMap.h"
 #include "app_control.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
+#include "base/OrEmpty.h"
 #include "base/SetPaths.h"
 #include "base/Text32.h"
 #include "picture_api.h"
@@ -26,9 +26,9 @@
 
 namespace {
 
-using KURA::OrEmpty;
 using KURA::base::File;
 using KURA::base::OpenGuarded;
+using KURA::base::OrEmpty;
 
 struct AppControlDestroyer {
     void operator()(app_control_h handle) const { app_control_destroy(handle); }

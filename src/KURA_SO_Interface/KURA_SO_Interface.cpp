@@ -17,17 +17,17 @@
 
 #include "KURA_DiagResultManager.h"
 #include "KURA_KPISender.h"
-#include "KURA_SO_Interface/OrEmpty.h"
 #include "KURA_Storage.h"
 #include "KURA_XMLParser.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
+#include "base/OrEmpty.h"
 #include "base/SetPaths.h"
 
 namespace {
 
-using KURA::OrEmpty;
 using KURA::base::File;
+using KURA::base::OrEmpty;
 
 // The document may stand behind a link, but whatever stands there must not hold the caller up: a FIFO without
 // a writer opens at once and then has no size.
@@ -70,13 +70,14 @@ bool Reserve(std::size_t size, std::string& text) {
 }
 
 bool ReadDocument(const char* path, std::string& text) {
-    const File file = OpenDocument(path);
+    File file = OpenDocument(path);
     const std::optional<std::size_t> size = file == nullptr ? std::nullopt : DocumentSize(file.get());
     if (!size.has_value() || !Reserve(*size, text)) {
         KURA_LOG_AS("XMLParse", DLOG_ERROR, "Unable to open XML file %s", path);
         return false;
     }
     const std::size_t count = std::fread(text.data(), 1, *size, file.get());
+    file.reset();
     if (count != *size) {
         KURA_LOG_AS("XMLParse", DLOG_ERROR, "Read size %d expected size %zu", static_cast<int>(count), *size);
         return false;

@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "CGetData.h"
-#include "KURA_SO_Interface/OrEmpty.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
 #include "base/AppIds.h"
 #include "base/Log.h"
+#include "base/OrEmpty.h"
 #include "base/Text32.h"
 #include "host/CManageStorage.h"
 #include "host/CStartKHIssues.h"
@@ -26,7 +26,7 @@
 namespace {
 
 using KURA::KURA_Solution;
-using KURA::OrEmpty;
+using KURA::base::OrEmpty;
 
 constexpr const char* kApply = "RequestApplySolutionWrapper";
 

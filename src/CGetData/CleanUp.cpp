@@ -1,0 +1,135 @@
+// Actions that free space or memory. All but clearing an application's data are the agent's work, asked for
+// through its request files; a request that is not awaited succeeds as soon as its trigger stands.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+#include <string>
+
+#include "CGetData.h"
+#include "CGetData/AgentRequests.h"
+#include "CGetData/PackageClient.h"
+#include "base/AppIds.h"
+#include "base/GuardedFile.h"
+#include "base/Log.h"
+#include "base/OrEmpty.h"
+#include "base/SetPaths.h"
+
+namespace KURA {
+
+namespace {
+
+constexpr int kDeepCleanAttempts = 10;
+
+constexpr const char* kProtectedApps[] = {base::kPrimeVideoApp, base::kYouTubeApp, base::kNetflixApp};
+
+/// Writes the deep clean's trigger; it is complete before the log says so.
+bool RequestDeepClean() {
+    constexpr char kCommand[] = {'C', 'l', 'e', 'a', 'n', 'U', 'p', '\n'};
+    const base::File file = base::OpenGuarded(base::kDeepCleanTrigger);
+    if (file == nullptr || std::fwrite(kCommand, sizeof kCommand, 1, file.get()) != 1 ||
+        std::fflush(file.get()) != 0) {
+        KURA_LOG_AS("performDeepClean", DLOG_INFO, "File creation failed (%s)", base::kDeepCleanTrigger);
+        return false;
+    }
+    KURA_LOG_AS("performDeepClean", DLOG_INFO, "[KELMGR] File (%s) Created Successfully",
+                base::kDeepCleanTrigger);
+    return true;
+}
+
+/// One file of a request, with the line that tells how it went.
+bool Report(const char* function, const char* path, bool created) {
+    KURA_LOG_AS(function, DLOG_INFO, "[KELMGR-NATIVE] file %s (%s)",
+                created ? "created successfully" : "creation failed", path);
+    return created;
+}
+
+bool WriteReported(const char* function, const char* path, const std::string& text) {
+    return Report(function, path, agent::WriteRequestFile(path, text));
+}
+
+bool CreateCacheTrigger() {
+    std::string resolved;
+    const bool plain = base::IsPlainPath(base::kClearAppCacheTrigger, &resolved);
+    if (!resolved.empty()) {
+        KURA_LOG_AS("clearAppCache", DLOG_INFO, "realpath1 is %s", resolved.c_str());
+    }
+    return plain && agent::WriteAndClose(
+                        base::OpenPlainFile(base::kClearAppCacheTrigger, base::WriteMode::kWrite), "");
+}
+
+}  // namespace
+
+int CGetData::performDeepClean() {
+    if (!RequestDeepClean()) {
+        return -1;
+    }
+    for (int attempt = 0; attempt < kDeepCleanAttempts; ++attempt) {
+        if (!agent::Exists(base::kDeepCleanTrigger)) {
+            return 0;
+        }
+        KURA_INFO("Waiting for another 1 second to complete deep Clean Process");
+        agent::WaitOneSecond();
+    }
+    KURA_ERROR("Deep Clean Process unable to complete in 10 seconds.. so returning failure...");
+    return -1;
+}
+
+int CGetData::performMemBoost() {
+    if (!agent::WriteRequestFile(base::kMemBoostTrigger, "")) {
+        const int error = errno;
+        KURA_INFO("File creation failed (%s) with error number : %d", base::kMemBoostTrigger, error);
+        return -1;
+    }
+    return 0;
+}
+
+void CGetData::killApp(char* packageName) {
+    const char* package = base::OrEmpty(packageName);
+    KURA_INFO("Package Name for the app to be killed is : %s", package);
+    if (!WriteReported(__func__, base::kKillAppData, std::string(package) + "\n")) {
+        return;
+    }
+    WriteReported(__func__, base::kKillAppTrigger, "");
+}
+
+int CGetData::clearAppCache(char* packageName, char* appId) {
+    const char* package = base::OrEmpty(packageName);
+    const char* app = base::OrEmpty(appId);
+    KURA_INFO("Package Name and Vesta Id of App for cache clean are %s and %s", package, app);
+    if (!WriteReported(__func__, base::kClearAppCacheData, std::string(package) + "|" + app + "\n")) {
+        return -1;
+    }
+    return Report(__func__, base::kClearAppCacheTrigger, CreateCacheTrigger()) ? 0 : -1;
+}
+
+int CGetData::m_IfDisableClearDataCache(char* id) {
+    for (const char* app : kProtectedApps) {
+        if (std::strcmp(base::OrEmpty(id), app) == 0) {
+            KURA_INFO("Do not clear data as prime, youtube & Netflix");
+            return 1;
+        }
+    }
+    return 0;
+}
+
+int CGetData::clearAppData(char* packageName) {
+    if (m_IfDisableClearDataCache(packageName) == 1) {
+        return 1;
+    }
+    constexpr int kClearMode = 1;
+    // A missing client is not looked for: the call below refuses it, and that is the failure reported.
+    const PackageClient client = NewPackageClient();
+    const int result =
+        pkgmgr_client_clear_user_data(client.get(), nullptr, base::OrEmpty(packageName), kClearMode);
+    KURA_INFO("Return value of pkgmgr_client_clear_user_data api is : %d", result);
+    return result == 0 ? 0 : -1;
+}
+
+void sendUninstallProgress(int progress) {
+    // Kept: the text goes nowhere. The host tracks the progress itself and only needs the call to link.
+    std::ostringstream text;
+    text << progress;
+}
+
+}  // namespace KURA

@@ -1,0 +1,131 @@
+// How a diagnosis reaches the user: the automatic one as a list for the start screen, after what is unsolved
+// has been saved; the guided one as a small file for the guide application.
+#include <sys/stat.h>
+
+#include <array>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "KURA_DiagResultManager.h"
+#include "KURA_DiagResultManager/ResultRow.h"
+#include "KURA_KPISender.h"
+#include "base/GuardedFile.h"
+#include "base/Log.h"
+#include "base/SetKeys.h"
+#include "base/SetPaths.h"
+#include "host/CStartKH.h"
+#include "host/CUtils.h"
+#include "vconf.h"
+
+namespace KURA {
+
+namespace {
+
+using Lock = boost::lock_guard<boost::recursive_mutex>;
+
+constexpr std::string_view kBackgroundLaunch = "bg_inference";
+
+enum class PathState {
+    kFree,  ///< nothing there, or something that is not a link
+    kLink,
+    kError,  ///< errno tells which
+};
+
+PathState LookAt(const char* path) {
+    struct stat status {};
+    if (lstat(path, &status) != 0) {
+        return errno == ENOENT ? PathState::kFree : PathState::kError;
+    }
+    return S_ISLNK(status.st_mode) ? PathState::kLink : PathState::kFree;
+}
+
+void ReportUsage(std::size_t problems) {
+    // The sender copies the text; its signature is older than const.
+    std::array<char, 16> item{"CreateErrorList"};
+    KURA_KPISender::GetInstance()->SendKurahelpKPI(item.data(), static_cast<int>(problems));
+}
+
+}  // namespace
+
+void KURA_DiagResultManager::CreateErrorList() {
+    KURA_INFO("CreateErrorList");
+    const Lock lock(m_KDRMmutex);
+    std::vector<MapToDBTable> shown;
+    CleanDiagResult();
+    vconf_set_str(base::kProgressKey, "{\"id\" : \"CreateErrorList\"}");
+    if (GetInferenceResult() < 1) {
+        KURA_ERROR("GetInferenceResult Failed");
+        CStartKH::Instance()->m_DiagResCallback(std::move(shown));
+        return;
+    }
+    KURA_INFO("GetInferenceResult Success");
+    SaveRemainingProblems();
+    vconf_set_bool(base::kDbResetKey, 0);
+    ReportUsage(m_table.size());
+    for (const MapToDBTable& row : m_table) {
+        if (CheckSourceType(row.source.c_str()) && CheckViewType(row.view_authority.c_str())) {
+            shown.push_back(row);
+            LogSending(__func__, row);
+        }
+    }
+    CStartKH::Instance()->m_DiagResCallback(std::move(shown));
+}
+
+void KURA_DiagResultManager::CreateTutorErrList() {
+    KURA_INFO("CreateTutorErrorList");
+    const char* launchedFrom = CUtils::Instance()->m_pGetLaunchFrom();
+    const std::string_view origin = launchedFrom == nullptr ? "(null)" : launchedFrom;
+    KURA_INFO("tutor Launched from %s", origin.data());
+    std::string path =
+        origin == kBackgroundLaunch ? base::kBackgroundGuideResultPath : base::kGuideResultPath;
+    const PathState state = LookAt(path.c_str());
+    if (state == PathState::kError) {
+        KURA_ERROR("lstat error %s %d", path.c_str(), errno);
+        return;
+    }
+    if (state == PathState::kLink) {
+        KURA_ERROR("symbolic link is detected\n");
+        return;
+    }
+    openTutorForWrite(path.data());
+}
+
+void KURA_DiagResultManager::openTutorForWrite(char* path) {
+    KURA_INFO("open Tutorfor write");
+    const Lock lock(m_KDRMmutex);
+    const char* target = path == nullptr ? "" : path;
+    // Looked at once more: the folder is open to others, who may have been quick.
+    const PathState state = LookAt(target);
+    if (state == PathState::kError) {
+        KURA_ERROR("lstat error");
+        return;
+    }
+    if (state == PathState::kLink) {
+        std::fputs("symbolic link is detected\n", stderr);
+        return;
+    }
+    const base::File file = base::OpenPlainFile(target, base::WriteMode::kReadWrite);
+    if (file == nullptr) {
+        KURA_ERROR("Unable to open file %s %d", target, errno);
+        return;
+    }
+    // The table is not cleaned before: a second guided run writes what the first one found, too.
+    if (GetInferenceResult() < 1) {
+        KURA_ERROR("GetInferenceResult Failed");
+        return;
+    }
+    KURA_INFO("GetInferenceResult Success");
+    KURA_INFO("m_table Size is %zu", m_table.size());
+    for (const MapToDBTable& row : m_table) {
+        std::fprintf(file.get(), "%s\n", row.issue_code.c_str());
+    }
+}
+
+}  // namespace KURA
