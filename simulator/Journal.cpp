@@ -1,0 +1,204 @@
+#include "Journal.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <sstream>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "KuraSet.h"
+
+namespace kuraset {
+
+namespace {
+
+/// The length of the valid UTF-8 character at the position, or 0.
+std::size_t CharacterLength(const std::string& text, std::size_t at) {
+    const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(at);
+    if (first < 0x80) {
+        return 1;
+    }
+
+    std::size_t length = 0;
+    unsigned char low = 0x80;
+    unsigned char high = 0xbf;
+    if (first >= 0xc2 && first <= 0xdf) {
+        length = 2;
+    } else if (first >= 0xe0 && first <= 0xef) {
+        length = 3;
+        low = first == 0xe0 ? 0xa0 : low;
+        high = first == 0xed ? 0x9f : high;
+    } else if (first >= 0xf0 && first <= 0xf4) {
+        length = 4;
+        low = first == 0xf0 ? 0x90 : low;
+        high = first == 0xf4 ? 0x8f : high;
+    }
+    if (length == 0 || at + length > text.size() || byte(at + 1) < low || byte(at + 1) > high) {
+        return 0;
+    }
+    for (std::size_t i = 2; i < length; ++i) {
+        if (byte(at + i) < 0x80 || byte(at + i) > 0xbf) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+Entry WithTimeAndKind(const Entry& entry) {
+    Entry line;
+    line["time"] = entry.contains("time") ? entry.at("time") : Entry(JournalTimeNow());
+    line["kind"] = entry.value("kind", "");
+    for (const auto& [key, value] : entry.items()) {
+        line[key] = value;
+    }
+    return line;
+}
+
+}  // namespace
+
+std::string Legible(const std::string& text) {
+    std::string result;
+    result.reserve(text.size());
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t length = CharacterLength(text, at);
+        if (length > 0) {
+            result.append(text, at, length);
+            at += length;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(text[at]);
+        result += static_cast<char>(0xc0 | (byte >> 6));
+        result += static_cast<char>(0x80 | (byte & 0x3f));
+        ++at;
+    }
+    return result;
+}
+
+std::string CutAt(const std::string& text, std::size_t bytes) {
+    if (text.size() <= bytes) {
+        return text;
+    }
+    std::size_t end = bytes;
+    for (std::size_t back = 0; back < 4 && end > back; ++back) {
+        const std::size_t length = CharacterLength(text, bytes - back);
+        if (length > 0) {
+            end = bytes - back;
+            break;
+        }
+    }
+    return text.substr(0, end);
+}
+
+std::string JournalTimeNow() {
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto sinceEpoch =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    char text[96];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03d", local.tm_year + 1900,
+                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                  static_cast<int>(sinceEpoch % 1000));
+    return text;
+}
+
+bool JournalWriter::Append(const Entry& entry, bool escape) noexcept {
+    const int savedErrno = errno;
+    bool written = false;
+    try {
+        written = Write(WithTimeAndKind(entry).dump(-1, ' ', escape, Entry::error_handler_t::replace) + "\n");
+    } catch (...) {
+        written = false;
+    }
+    // The library reads errno after calls that are journalled.
+    errno = savedErrno;
+    return written;
+}
+
+bool JournalWriter::Write(const std::string& line) {
+    int descriptor = m_descriptor.load();
+    if (descriptor < 0) {
+        const int fresh =
+            open(m_path.c_str(),
+                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0666);
+        if (fresh < 0) {
+            return false;
+        }
+        if (m_descriptor.compare_exchange_strong(descriptor, fresh)) {
+            descriptor = fresh;
+        } else {
+            close(fresh);
+        }
+    }
+
+    const std::string text = m_torn.exchange(false) ? "\n" + line : line;
+    ssize_t count = -1;
+    do {
+        count = write(descriptor, text.data(), text.size());
+    } while (count < 0 && errno == EINTR);
+    if (count == static_cast<ssize_t>(text.size())) {
+        return true;
+    }
+    if (count > 0) {
+        m_torn = true;
+    }
+    return false;
+}
+
+bool SetDirectory::AppendJournal(const json& entry) const noexcept {
+    try {
+        Entry ordered;
+        for (const auto& [key, value] : entry.items()) {
+            ordered[key] = Entry(value);
+        }
+        return JournalWriter(JournalPath()).Append(ordered);
+    } catch (...) {
+        return false;
+    }
+}
+
+std::vector<json> SetDirectory::ReadJournal(const std::string& kind) const {
+    std::vector<json> entries;
+    const std::optional<std::string> text = ReadWhole(JournalPath());
+    if (!text) {
+        return entries;
+    }
+
+    std::istringstream lines(*text);
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        if (line.empty()) {
+            continue;
+        }
+        json entry = json::parse(line, nullptr, false);
+        if (!entry.is_object()) {
+            entry = {{"kind", "damaged"}, {"line", number}};
+        }
+        const auto found = entry.find("kind");
+        const bool named = found != entry.end() && found->is_string();
+        if (kind.empty() || (named && found->get_ref<const std::string&>() == kind)) {
+            entries.push_back(std::move(entry));
+        }
+    }
+    return entries;
+}
+
+void SetDirectory::ClearJournal() const {
+    // In place: whoever holds the journal open goes on in the same file.
+    Descriptor file(
+        open(JournalPath().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
+    if (!file || ftruncate(file.Number(), 0) != 0) {
+        throw SetError(SetError::Kind::Io,
+                       JournalPath().string() + ": cannot clear: " + std::strerror(errno));
+    }
+}
+
+}  // namespace kuraset

@@ -1,0 +1,64 @@
+// The sandbox for a set: its files as /opt, /home and /tmp, its chip id and image type, and the set itself
+// where the environment says. For programs that link kura_sandbox.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "KuraSet.h"
+#include "sandbox/Sandbox.h"
+
+namespace kuraset {
+
+/// /opt of one page, which the first write fills. What the set has installed stays visible and read-only; the
+/// folders in which the library writes exist and are empty.
+inline void FillOpt(const SetDirectory& set, kurasandbox::SandboxOptions& options) {
+    options.opt.reset();
+    options.optSize = 4096;
+    for (const char* kept : {"usr/share", "usr/apps", "usr/home/owner/apps_rw", "usr/home/owner/.cache"}) {
+        std::error_code error;
+        if (std::filesystem::exists(set.FilesOpt() / kept, error)) {
+            options.binds.push_back({set.FilesOpt() / kept, std::filesystem::path("/opt") / kept, false});
+        }
+    }
+    // A mount makes the folders on its way, and an empty file takes no room.
+    for (const char* folder : {"/opt/usr/home/owner/share", "/opt/usr/home/owner/content/Documents"}) {
+        options.binds.push_back({"/dev/null", std::filesystem::path(folder) / ".full", false});
+    }
+}
+
+/// library: the built library, seen at its installed path. The caller adds to readOnly what the command needs
+/// below /opt, /home, /tmp or /run, its own program folder first of all.
+inline kurasandbox::SandboxOptions SandboxFor(const SetDirectory& set, std::filesystem::path library,
+                                              std::vector<std::string> command) {
+    kurasandbox::SandboxOptions options;
+    options.library = std::move(library);
+    options.command = std::move(command);
+    options.opt = set.FilesOpt();
+    options.home = set.FilesHome();
+    options.tmp = set.FilesTmp();
+    options.chipIdFile = set.ChipIdFile();
+    options.binds.push_back({set.Path(), kBoundSetDirectory, true});
+    options.environment.emplace_back(kSetDirectoryVariable, kBoundSetDirectory);
+
+    const std::string image = set.ImageType();
+    std::error_code error;
+    if (image != "perf") {
+        options.imageType = image;
+    } else if (std::filesystem::exists("/etc/release", error) ||
+               std::filesystem::exists("/etc/debug", error)) {
+        options.writableSystem = true;
+    }
+
+    const std::string fault = set.OptFault();
+    options.optReadOnly = fault == "read-only";
+    if (fault == "full") {
+        FillOpt(set, options);
+    }
+    return options;
+}
+
+}  // namespace kuraset

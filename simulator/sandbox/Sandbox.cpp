@@ -1,0 +1,242 @@
+#include "Sandbox.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/personality.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <initializer_list>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace kurasandbox {
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+constexpr const char* kRealEtc = "/run/machine/etc";
+constexpr const char* kRealProc = "/run/machine/proc";
+constexpr const char* kReleaseMark = "release";
+constexpr const char* kDebugMark = "debug";
+
+/// Processes that a sandbox is expected to name by number; all others are found through "self" alone.
+constexpr int kNumberedProcesses = 300;
+
+void Add(Arguments& arguments, std::initializer_list<std::string> more) {
+    arguments.insert(arguments.end(), more);
+}
+
+bool IsNumber(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+/// Lets the library into /usr/lib, which nobody may write: an empty folder in its place, filled again with
+/// what was there.
+void AddLibrary(Arguments& arguments, const fs::path& library) {
+    const fs::path folder = "/usr/lib";
+    const fs::path seen = folder / "libkura_parser.so";
+    Add(arguments, {"--tmpfs", folder});
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        if (entry.path() == seen) {
+            continue;
+        }
+        if (entry.is_symlink()) {
+            Add(arguments, {"--symlink", fs::read_symlink(entry.path()), entry.path()});
+        } else {
+            Add(arguments, {"--ro-bind", entry.path(), entry.path()});
+        }
+    }
+    Add(arguments, {"--ro-bind", fs::absolute(library), seen});
+}
+
+/// An /etc of links to the machine's, without the marks of an image type.
+void AddEtc(Arguments& arguments, const std::string& imageType) {
+    Add(arguments, {"--ro-bind", "/etc", kRealEtc, "--tmpfs", "/etc"});
+    for (const fs::directory_entry& entry : fs::directory_iterator("/etc")) {
+        const std::string name = entry.path().filename();
+        if (name != kReleaseMark && name != kDebugMark) {
+            Add(arguments, {"--symlink", std::string(kRealEtc) + "/" + name, entry.path()});
+        }
+    }
+    if (!imageType.empty()) {
+        Add(arguments, {"--ro-bind", "/dev/null", "/etc/" + imageType});
+    }
+}
+
+/// A /proc of links into the real one: that file system takes no new file.
+void AddProc(Arguments& arguments, const std::optional<fs::path>& chipIdFile) {
+    Add(arguments, {"--proc", kRealProc, "--tmpfs", "/proc"});
+    const auto link = [&](const std::string& name) {
+        Add(arguments, {"--symlink", std::string(kRealProc) + "/" + name, "/proc/" + name});
+    };
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc")) {
+        if (!IsNumber(entry.path().filename())) {
+            link(entry.path().filename());
+        }
+    }
+    for (int process = 1; process <= kNumberedProcesses; ++process) {
+        link(std::to_string(process));
+    }
+    if (chipIdFile) {
+        Add(arguments, {"--ro-bind", fs::absolute(*chipIdFile), "/proc/vex_chipid_val"});
+    }
+}
+
+void AddPrivateFolder(Arguments& arguments, const std::string& seen, const std::optional<fs::path>& folder) {
+    if (folder) {
+        Add(arguments, {"--bind", fs::absolute(*folder), seen});
+    } else {
+        Add(arguments, {"--perms", "1777", "--tmpfs", seen});
+    }
+}
+
+void AddOpt(Arguments& arguments, const SandboxOptions& options) {
+    if (options.opt && options.optReadOnly) {
+        Add(arguments, {"--ro-bind", fs::absolute(*options.opt), "/opt"});
+        return;
+    }
+    if (!options.opt && options.optSize) {
+        Add(arguments, {"--size", std::to_string(*options.optSize)});
+    }
+    AddPrivateFolder(arguments, "/opt", options.opt);
+}
+
+void AddExposed(Arguments& arguments, const SandboxOptions& options) {
+    for (const fs::path& folder : options.readOnly) {
+        Add(arguments, {"--ro-bind", fs::absolute(folder), fs::absolute(folder)});
+    }
+    for (const fs::path& folder : options.readWrite) {
+        Add(arguments, {"--bind", fs::absolute(folder), fs::absolute(folder)});
+    }
+    for (const Bind& bind : options.binds) {
+        Add(arguments, {bind.writable ? "--bind" : "--ro-bind", fs::absolute(bind.source), bind.target});
+    }
+}
+
+/// The pipe on which bwrap reports; both ends close with the object.
+class StatusPipe {
+public:
+    StatusPipe() {
+        if (pipe2(m_ends.data(), O_CLOEXEC) != 0) {
+            throw std::system_error(errno, std::generic_category(), "pipe");
+        }
+    }
+    StatusPipe(const StatusPipe&) = delete;
+    StatusPipe& operator=(const StatusPipe&) = delete;
+    ~StatusPipe() {
+        close(m_ends[0]);
+        close(m_ends[1]);
+    }
+
+    int WriteEnd() const { return m_ends[1]; }
+
+    /// Everything written so far. Call it after the writer ended.
+    std::string ReadAll() const {
+        fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
+        std::string text;
+        std::array<char, 512> part{};
+        ssize_t length = 0;
+        while ((length = read(m_ends[0], part.data(), part.size())) > 0) {
+            text.append(part.data(), static_cast<std::size_t>(length));
+        }
+        return text;
+    }
+
+private:
+    std::array<int, 2> m_ends{-1, -1};
+};
+
+/// The error number of the start; on success process is set.
+int Start(const Arguments& arguments, int keptDescriptor, pid_t& process) {
+    std::vector<char*> pointers;
+    for (const std::string& argument : arguments) {
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    }
+    pointers.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    // A descriptor duplicated onto itself loses its close-on-exec mark.
+    posix_spawn_file_actions_adddup2(&actions, keptDescriptor, keptDescriptor);
+    const int error = posix_spawnp(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    return error;
+}
+
+int WaitFor(pid_t process) {
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace
+
+std::vector<std::string> BuildBubblewrapCommand(const SandboxOptions& options) {
+    // The machine's session and its folder for temporary files are not those of the sandbox.
+    Arguments arguments = {
+        "bwrap", "--unshare-all", "--die-with-parent", "--unsetenv", "TMPDIR", "--ro-bind", "/", "/",
+        "--dev", "/dev",          "--tmpfs",           "/run"};
+    if (options.chipIdFile || options.writableSystem) {
+        AddProc(arguments, options.chipIdFile);
+    } else {
+        Add(arguments, {"--proc", "/proc"});
+    }
+    if (!options.imageType.empty() || options.writableSystem) {
+        AddEtc(arguments, options.imageType);
+    }
+    if (!options.library.empty()) {
+        AddLibrary(arguments, options.library);
+    }
+    AddOpt(arguments, options);
+    AddPrivateFolder(arguments, "/home", options.home);
+    AddPrivateFolder(arguments, "/tmp", options.tmp);
+    AddExposed(arguments, options);
+    for (const auto& [name, value] : options.environment) {
+        Add(arguments, {"--setenv", name, value});
+    }
+    arguments.emplace_back("--");
+    arguments.insert(arguments.end(), options.command.begin(), options.command.end());
+    return arguments;
+}
+
+int RunInSandbox(const SandboxOptions& options) try {
+    const StatusPipe status;
+    Arguments arguments = BuildBubblewrapCommand(options);
+    arguments.insert(arguments.begin() + 1, {"--json-status-fd", std::to_string(status.WriteEnd())});
+    if (options.fixedAddresses) {
+        personality(ADDR_NO_RANDOMIZE);
+    }
+    pid_t process = 0;
+    const int error = Start(arguments, status.WriteEnd(), process);
+    if (error != 0) {
+        std::fprintf(stderr, "sandbox: cannot start bubblewrap (Debian package bubblewrap): %s\n",
+                     std::strerror(error));
+        return kNoSandbox;
+    }
+    const int result = WaitFor(process);
+    // bwrap reports an exit code only for a command that it got to start; its own failures end with status 1.
+    if (result == 1 && status.ReadAll().find("\"exit-code\"") == std::string::npos) {
+        std::fputs(
+            "sandbox: bubblewrap could not make the sandbox or start the command in it (its reason is "
+            "above); "
+            "where this system refuses user namespaces, allow them or run as root\n",
+            stderr);
+        return kNoSandbox;
+    }
+    return result;
+} catch (const std::exception& failure) {
+    std::fprintf(stderr, "sandbox: %s\n", failure.what());
+    return kNoSandbox;
+}
+
+}  // namespace kurasandbox
