@@ -183,7 +183,8 @@ TEST(Diagnosis, LogHoldsTheLibrarysLinesInOrder) {
     const json lines = kura.Json({"log", "--function", "CreateErrorList"}).at("lines");
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines.at(0).at("message"), "CreateErrorList");
-    for (const json& line : kura.Json({"log", "--priority", "6"}).at("lines")) {
+    const json errors = kura.Json({"log", "--priority", "6"});
+    for (const json& line : errors.at("lines")) {
         EXPECT_GE(line.at("priority"), 6);
     }
 }

@@ -25,7 +25,8 @@ std::string ErrorOf(const Answer& answer) {
 }
 
 bool Logged(const Kura& kura, const std::string& message) {
-    for (const json& line : kura.Json({"log"}).at("lines")) {
+    const json document = kura.Json({"log"});
+    for (const json& line : document.at("lines")) {
         if (line.at("message").get<std::string>().find(message) != std::string::npos) {
             return true;
         }

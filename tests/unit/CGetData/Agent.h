@@ -1,0 +1,98 @@
+// The agent's folders and files, as the tests of the device object lay them out and read them.
+#pragma once
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Fakes.h"
+
+namespace agent {
+
+namespace fs = std::filesystem;
+
+inline const std::string kFolder = "/tmp/vardo";
+inline const std::string kRequests = kFolder + "/req";
+inline const std::string kAcks = kFolder + "/ack";
+
+inline void MakeFolders() {
+    fs::create_directories(kRequests);
+    fs::create_directories(kAcks);
+}
+
+inline void Write(const fs::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+}
+
+inline std::string Read(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Whether anything has the name, a dangling link included.
+inline bool Stands(const fs::path& path) {
+    return fs::symlink_status(path).type() != fs::file_type::not_found;
+}
+
+/// The answer to a size request of the application.
+inline void Answer(const std::string& appId, const std::string& text) {
+    Write(kFolder + "/appDataCacheSize_" + appId, text);
+    Write(kAcks + "/appDataCacheSize_" + appId, "");
+}
+
+/// Every file below the folder, by path.
+inline std::set<std::string> FilesBelow(const fs::path& folder) {
+    std::set<std::string> files;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+        files.insert(entry.path());
+    }
+    return files;
+}
+
+/// The log as "4 function: message", in order.
+inline std::vector<std::string> Log() {
+    std::vector<std::string> lines;
+    for (const fakes::LogLine& line : fakes::Set().log) {
+        lines.push_back(std::to_string(line.priority) + " " + line.function + ": " + line.message);
+    }
+    return lines;
+}
+
+/// As long as it lives no file of the process takes a byte: what a full disk does to it.
+class FullDisk {
+public:
+    FullDisk() {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        rlimit none = m_before;
+        none.rlim_cur = 0;
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+/// A text that the host hands over as char*.
+class Text {
+public:
+    Text(const char* text) : m_text(text) {}
+    Text(const std::string& text) : m_text(text) {}
+    operator char*() { return m_text.data(); }
+
+private:
+    std::string m_text;
+};
+
+}  // namespace agent

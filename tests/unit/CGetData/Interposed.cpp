@@ -1,0 +1,158 @@
+#include "Interposed.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+struct State {
+    std::mutex mutex;
+    std::vector<std::chrono::nanoseconds> waits;
+    std::function<void(int)> onWait;
+    std::string watchedPath;
+    std::function<void(int)> onStat;
+    int statCount = 0;
+    std::optional<struct statvfs> partition;
+    bool failStatvfs = false;
+    std::string measuredPath;
+    std::vector<std::string> commands;
+    bool failPopen = false;
+};
+
+State& Get() {
+    static auto* state = new State;
+    return *state;
+}
+
+void Wait(std::chrono::nanoseconds duration) {
+    State& state = Get();
+    int number = 0;
+    {
+        const std::lock_guard<std::mutex> lock(state.mutex);
+        state.waits.push_back(duration);
+        number = static_cast<int>(state.waits.size());
+    }
+    if (state.onWait) {
+        state.onWait(number);
+    }
+}
+
+template <typename Function>
+Function* Next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+namespace interposed {
+
+std::vector<std::chrono::nanoseconds> Waits() {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    return Get().waits;
+}
+
+void OnWait(std::function<void(int)> action) {
+    Get().onWait = std::move(action);
+}
+
+void OnStat(const std::string& path, std::function<void(int)> action) {
+    Get().watchedPath = path;
+    Get().onStat = std::move(action);
+}
+
+int StatCount() {
+    return Get().statCount;
+}
+
+void SetPartition(const struct statvfs& status) {
+    Get().partition = status;
+}
+
+void FailStatvfs() {
+    Get().failStatvfs = true;
+}
+
+std::string MeasuredPath() {
+    return Get().measuredPath;
+}
+
+std::vector<std::string> Commands() {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    return Get().commands;
+}
+
+void FailPopen() {
+    Get().failPopen = true;
+}
+
+}  // namespace interposed
+
+extern "C" {
+
+int nanosleep(const struct timespec* duration, struct timespec*) {
+    Wait(std::chrono::seconds(duration->tv_sec) + std::chrono::nanoseconds(duration->tv_nsec));
+    return 0;
+}
+
+int clock_nanosleep(clockid_t, int, const struct timespec* duration, struct timespec*) {
+    return nanosleep(duration, nullptr);
+}
+
+unsigned int sleep(unsigned int seconds) {
+    Wait(std::chrono::seconds(seconds));
+    return 0;
+}
+
+int usleep(useconds_t microseconds) {
+    Wait(std::chrono::microseconds(microseconds));
+    return 0;
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+    State& state = Get();
+    if (!state.watchedPath.empty() && state.watchedPath == path) {
+        ++state.statCount;
+        if (state.onStat) {
+            state.onStat(state.statCount);
+        }
+    }
+    return fstatat(AT_FDCWD, path, status, 0);
+}
+
+int statvfs(const char* path, struct statvfs* status) noexcept {
+    State& state = Get();
+    state.measuredPath = path;
+    if (state.failStatvfs) {
+        errno = EIO;
+        return -1;
+    }
+    if (state.partition) {
+        *status = *state.partition;
+        return 0;
+    }
+    static auto* next = Next<int(const char*, struct statvfs*)>("statvfs");
+    return next(path, status);
+}
+
+FILE* popen(const char* command, const char* mode) {
+    {
+        const std::lock_guard<std::mutex> lock(Get().mutex);
+        Get().commands.push_back(std::string(mode) + " " + command);
+    }
+    if (Get().failPopen) {
+        errno = EMFILE;
+        return nullptr;
+    }
+    static auto* next = Next<FILE*(const char*, const char*)>("popen");
+    return next(command, mode);
+}
+
+}  // extern "C"

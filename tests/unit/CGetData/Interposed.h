@@ -1,0 +1,35 @@
+// What the library asks of the system, taken over by the test executable: waits cost nothing and are counted,
+// a partition has the size that a test wants, existence tests and shell commands are written down.
+#pragma once
+
+#include <sys/statvfs.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace interposed {
+
+/// Every wait so far; with no name of the function that was used for it.
+std::vector<std::chrono::nanoseconds> Waits();
+
+/// Runs in place of each wait, with the wait's number from 1. Set it while nothing waits.
+void OnWait(std::function<void(int number)> action);
+
+/// Runs before each stat of the path given, with the number of the test from 1.
+void OnStat(const std::string& path, std::function<void(int number)> action);
+int StatCount();
+
+/// What statvfs answers from now on; by default the real answer.
+void SetPartition(const struct statvfs& status);
+void FailStatvfs();
+/// The path of the last statvfs.
+std::string MeasuredPath();
+
+/// The command lines that went to popen, each with its mode in front: "re du -bs x 2>&1".
+std::vector<std::string> Commands();
+void FailPopen();
+
+}  // namespace interposed

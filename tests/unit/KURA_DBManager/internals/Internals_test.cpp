@@ -1,0 +1,211 @@
+// Operations that no public one reaches, and transactions step by step.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <string>
+#include <vector>
+
+#include "Database.h"
+#include "Fakes.h"
+#include "KURA_DBManager.h"
+
+using database::Value;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr EDBName kNoDatabase = static_cast<EDBName>(7);
+
+TCDBManager& Manager() {
+    return *TCDBManager::GetInstance();
+}
+
+std::vector<std::string> TakeLog() {
+    std::vector<std::string> lines;
+    for (const fakes::LogLine& line : fakes::Set().log) {
+        lines.push_back(std::to_string(line.priority) + " " + line.function + ": " + line.message);
+    }
+    fakes::Set().log.clear();
+    return lines;
+}
+
+bool Insert(const std::string& code) {
+    const std::vector<std::string> row = database::Problem(code);
+    return Manager().SetDB("remainingTBL", {row.begin(), row.end()});
+}
+
+std::string CountRows() {
+    return Value(database::kRemaining, "SELECT count(*) FROM remainingTBL");
+}
+
+/// The remaining database is open, with a row "E1".
+class DBManagerInternals : public testing::Test {
+protected:
+    void SetUp() override {
+        database::MakeFolders();
+        Manager().OpenDB(EDB_REMAINING);
+        ASSERT_TRUE(Insert("E1"));
+        TakeLog();
+    }
+    void TearDown() override { EXPECT_TRUE(Manager().CloseDB()); }
+};
+
+}  // namespace
+
+TEST_F(DBManagerInternals, DropsATableWhetherItIsThereOrNot) {
+    EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
+    EXPECT_THAT(TakeLog(),
+                ElementsAre("6 m_Drop: m_Drop",
+                            "6 m_SqlExecute: m_SqlExecute query : DROP TABLE IF EXISTS remainingTBL;"));
+    EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
+}
+
+TEST_F(DBManagerInternals, LogsADropThatFails) {
+    EXPECT_FALSE(Manager().m_Drop("sqlite_master"));
+    EXPECT_THAT(TakeLog(),
+                ElementsAre("6 m_Drop: m_Drop",
+                            "6 m_SqlExecute: m_SqlExecute query : DROP TABLE IF EXISTS sqlite_master;",
+                            "6 m_SqlExecute: ERROR: sql execute is fail!! ( table sqlite_master may not be "
+                            "dropped )",
+                            "6 m_Drop: ERROR: sqlite_master table delete is fail!!"));
+}
+
+TEST_F(DBManagerInternals, SelectsTheTextsOfAllColumnsGluedTogether) {
+    Manager().m_SqlExecute("CREATE TABLE mixed(a, b, c, d);");
+    Manager().m_SqlExecute("INSERT INTO mixed VALUES ('x', 5, 'y', 1.5);");
+    Manager().m_SqlExecute("INSERT INTO mixed VALUES (NULL, x'41', 7, 8);");
+    TakeLog();
+    std::vector<std::string> rows = {"kept"};
+    EXPECT_TRUE(Manager().m_Select("mixed", rows));
+    EXPECT_THAT(rows, ElementsAre("kept", "xy", ""));
+    EXPECT_THAT(TakeLog(), ElementsAre("6 m_Select: m_Select"));
+}
+
+TEST_F(DBManagerInternals, KeepsTheRowsBeforeASelectOfAllColumnsFails) {
+    Manager().m_SqlExecute(
+        "CREATE VIEW halves AS SELECT abs(column1), 'row' FROM (VALUES (1), (-9223372036854775808));");
+    TakeLog();
+    std::vector<std::string> rows;
+    EXPECT_FALSE(Manager().m_Select("halves", rows));
+    EXPECT_THAT(rows, ElementsAre("row"));
+    EXPECT_THAT(TakeLog(),
+                ElementsAre("6 m_Select: m_Select", "6 m_Select: ERROR: halves table select is fail!!"));
+    EXPECT_FALSE(Manager().m_Select("noTBL", rows));
+    EXPECT_THAT(TakeLog(),
+                ElementsAre("6 m_Select: m_Select", "6 m_Select: ERROR: noTBL table select is fail!!"));
+}
+
+TEST_F(DBManagerInternals, CreatesNoUnknownTable) {
+    EXPECT_FALSE(Manager().m_Create("otherTBL"));
+    EXPECT_THAT(TakeLog(),
+                ElementsAre("6 m_Create: Create: otherTBL table",
+                            "6 m_GetQueryForCreateTable: m_GetQueryForCreateTable",
+                            "6 m_SqlExecute: m_SqlExecute query : CREATE TABLE otherTBL;",
+                            "6 m_SqlExecute: ERROR: sql execute is fail!! ( near \";\": syntax error )",
+                            "6 m_Create: ERROR: otherTBL table create is fail!!"));
+    EXPECT_EQ(Manager().m_GetQueryForCreateTable("otherTBL"), "");
+}
+
+TEST_F(DBManagerInternals, KnowsATableOnlyByItsWholeName) {
+    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_FALSE(Manager().m_IsTableExist("remaining"));
+    EXPECT_FALSE(Manager().m_IsTableExist(""));
+    EXPECT_FALSE(Manager().m_IsTableExist("it's"));
+}
+
+TEST_F(DBManagerInternals, NamesOneTablePerDatabase) {
+    const char* names[] = {"inferenceTBL", "solutionTBL", "remainingTBL", "testTBL"};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(Manager().m_GetTableName(static_cast<EDBName>(i), 0), names[i]);
+        EXPECT_EQ(Manager().m_GetLimitForTableCnt(static_cast<EDBName>(i)), 1);
+    }
+    EXPECT_EQ(Manager().m_GetTableName(EDB_INFERENCE, 2), "remainingTBL");
+    TakeLog();
+    EXPECT_EQ(Manager().m_GetTableName(kNoDatabase, 0), "");
+    EXPECT_EQ(Manager().m_GetTableName(static_cast<EDBName>(-1), 1), "");
+    EXPECT_EQ(Manager().m_GetTableName(EDB_TEST, 1), "");
+    EXPECT_EQ(Manager().m_GetLimitForTableCnt(kNoDatabase), 0);
+    EXPECT_EQ(Manager().m_GetDBPath(kNoDatabase), "");
+    EXPECT_THAT(
+        TakeLog(),
+        ElementsAre("6 m_GetTableName: m_GetTableName", "6 m_GetTableName: ERROR: table name is wrong!! : 7",
+                    "6 m_GetTableName: m_GetTableName", "6 m_GetTableName: ERROR: table name is wrong!! : -1",
+                    "6 m_GetTableName: m_GetTableName", "6 m_GetTableName: ERROR: table name is wrong!! : 3",
+                    "6 m_GetLimitForTableCnt: m_GetLimitForTableCnt",
+                    "6 m_GetLimitForTableCnt: ERROR: db option is wrong!!", "6 m_GetDBPath: m_GetDBPath",
+                    "6 m_GetDBPath: ERROR: db path is wrong!! : 7"));
+}
+
+TEST_F(DBManagerInternals, FillsTheSlotsWithTheNamesAndZeros) {
+    EXPECT_EQ(sizeof Manager().m_tableNames, 4U * 20U);
+    EXPECT_EQ(std::string(Manager().m_tableNames[1], 20), std::string("solutionTBL") + std::string(9, '\0'));
+}
+
+TEST_F(DBManagerInternals, LogsItsDestruction) {
+    // Never destroyed by the library.
+    delete new TCDBManager;
+    EXPECT_THAT(TakeLog(), ElementsAre("6 TCDBManager: TCDBManager()", "6 ~TCDBManager: ~TCDBManager()"));
+}
+
+TEST_F(DBManagerInternals, KeepsWhatATransactionInsertedWhenItEnds) {
+    Manager().m_BeginTransaction();
+    EXPECT_THAT(TakeLog(), IsEmpty());
+    EXPECT_TRUE(Insert("E2"));
+    EXPECT_TRUE(Insert("E3"));
+    EXPECT_EQ(CountRows(), "1");
+    TakeLog();
+    EXPECT_TRUE(Manager().m_EndTransaction());
+    EXPECT_THAT(TakeLog(), IsEmpty());
+    EXPECT_EQ(CountRows(), "3");
+    EXPECT_TRUE(Insert("E4"));
+    EXPECT_EQ(CountRows(), "4");
+}
+
+TEST_F(DBManagerInternals, TakesAnOpenTransactionBackOnClose) {
+    Manager().m_BeginTransaction();
+    EXPECT_TRUE(Insert("E2"));
+    TakeLog();
+    EXPECT_TRUE(Manager().CloseDB());
+    EXPECT_THAT(TakeLog(), IsEmpty());
+    EXPECT_EQ(CountRows(), "1");
+    EXPECT_TRUE(Manager().m_EndTransaction());
+    Manager().OpenDB(EDB_REMAINING);
+    EXPECT_TRUE(Insert("E3"));
+    EXPECT_EQ(CountRows(), "2");
+}
+
+TEST_F(DBManagerInternals, TakesAnOpenTransactionBackWhenAnotherDatabaseIsOpened) {
+    sqlite3* first = Manager().m_handle;
+    Manager().m_BeginTransaction();
+    EXPECT_TRUE(Insert("E2"));
+    Manager().OpenDB(EDB_TEST);
+    EXPECT_TRUE(Manager().SetDB("testTBL", {"t0", "t1", "1000", "1", "7"}));
+    EXPECT_EQ(Value(database::kTest, "SELECT count(*) FROM testTBL"), "1");
+    EXPECT_EQ(CountRows(), "1");
+    sqlite3_close(first);
+}
+
+TEST_F(DBManagerInternals, LosesEverythingWhenSqliteDropsTheTransaction) {
+    Manager().m_BeginTransaction();
+    EXPECT_TRUE(Insert("E2"));
+    // As after some failures of the disk.
+    sqlite3_exec(Manager().m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
+    EXPECT_TRUE(Insert("E3"));
+    EXPECT_EQ(CountRows(), "1");
+    TakeLog();
+    Manager().m_EndTransaction();
+    EXPECT_THAT(TakeLog(), IsEmpty());
+    EXPECT_EQ(CountRows(), "1");
+}
+
+TEST_F(DBManagerInternals, DoesNotBeginOnAClosedConnection) {
+    Manager().CloseDB();
+    Manager().m_BeginTransaction();
+    EXPECT_FALSE(Insert("E2"));
+    EXPECT_TRUE(Manager().m_EndTransaction());
+    EXPECT_THAT(TakeLog(), Contains("6 m_Insert: ERROR: remainingTBL table insert is fail!!"));
+}

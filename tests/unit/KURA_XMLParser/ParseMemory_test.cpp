@@ -1,0 +1,225 @@
+// The memory of a parse. This program stands in front of Expat's creation and release of a parser and of
+// operator new, so it can count parsers, give Expat memory of its own, and refuse the n-th piece of either.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Fakes.h"
+#include "KURA_SolutionMap.h"
+#include "KURA_XMLParser.h"
+#include "dlog.h"
+
+using KURA::KURA_SolutionMap;
+using KURA::TCXMLParser;
+
+namespace {
+
+/// Once on, refuses the piece after so many others, and that one only.
+struct Refusal {
+    bool on = false;
+    std::size_t left = 0;
+
+    bool Strikes() {
+        if (!on || left-- != 0) {
+            return false;
+        }
+        on = false;
+        return true;
+    }
+};
+
+Refusal g_refusal;
+bool g_hugeFromFile = false;
+void* g_huge = nullptr;
+int g_parsers = 0;
+int g_parsersMade = 0;
+int g_expatPieces = 0;
+
+constexpr std::size_t kHuge = std::size_t{1} << 30;
+constexpr std::size_t kWindow = std::size_t{1} << 22;
+
+/// Address space of any size in front of the same few pages, so that a text of 2 GiB costs no memory.
+void* MapHuge(std::size_t size) {
+    const std::size_t whole = (size / kWindow + 1) * kWindow;
+    auto* base = static_cast<char*>(
+        mmap(nullptr, whole, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    const int file = memfd_create("window", MFD_CLOEXEC);
+    if (base == MAP_FAILED || file < 0 || ftruncate(file, static_cast<off_t>(kWindow)) != 0) {
+        throw std::bad_alloc();
+    }
+    for (std::size_t at = 0; at < whole; at += kWindow) {
+        if (mmap(base + at, kWindow, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0) == MAP_FAILED) {
+            throw std::bad_alloc();
+        }
+    }
+    close(file);
+    g_huge = base;
+    return base;
+}
+
+void* ExpatMalloc(std::size_t size) {
+    void* piece = g_refusal.Strikes() ? nullptr : std::malloc(size);
+    g_expatPieces += piece != nullptr ? 1 : 0;
+    return piece;
+}
+
+void* ExpatRealloc(void* old, std::size_t size) {
+    if (g_refusal.Strikes()) {
+        return nullptr;
+    }
+    g_expatPieces += old == nullptr ? 1 : 0;
+    return std::realloc(old, size);
+}
+
+void ExpatFree(void* piece) {
+    g_expatPieces -= piece != nullptr ? 1 : 0;
+    std::free(piece);
+}
+
+struct MemorySuite {
+    void* (*allocate)(std::size_t);
+    void* (*reallocate)(void*, std::size_t);
+    void (*release)(void*);
+};
+
+const MemorySuite kSuite = {ExpatMalloc, ExpatRealloc, ExpatFree};
+
+template <typename Function>
+Function* NextOf(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+constexpr const char* kDocument =
+    "<m><sminfo version='1'/><sm cnt='2'/>"
+    "<solution issue_code='1' sol_name='a text that is too long for its record to hold inside'>"
+    "<sol_val param_value='a value that is too long for its record to hold inside' "
+    "param_type='t'/></solution>"
+    "<an_unknown_element_with_a_long_name/>"
+    "<solution sid_issue='another text that is too long for its record to hold inside'/></m>";
+
+}  // namespace
+
+// Out of line: inlined, they would look to the compiler like a new that free() answers.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (g_refusal.Strikes()) {
+        throw std::bad_alloc();
+    }
+    if (g_hugeFromFile && size > kHuge) {
+        return MapHuge(size);
+    }
+    void* piece = std::malloc(size);
+    if (piece == nullptr) {
+        throw std::bad_alloc();
+    }
+    return piece;
+}
+
+[[gnu::noinline]] void operator delete(void* piece) noexcept {
+    if (piece == nullptr || piece != g_huge) {
+        std::free(piece);
+    }
+}
+
+[[gnu::noinline]] void operator delete(void* piece, std::size_t) noexcept {
+    operator delete(piece);
+}
+
+extern "C" __attribute__((visibility("default"))) void* XML_ParserCreate(const char* encoding) {
+    static auto* create = NextOf<void*(const char*, const MemorySuite*, const char*)>("XML_ParserCreate_MM");
+    void* parser = create(encoding, &kSuite, nullptr);
+    g_parsers += parser != nullptr ? 1 : 0;
+    g_parsersMade += parser != nullptr ? 1 : 0;
+    return parser;
+}
+
+extern "C" __attribute__((visibility("default"))) void XML_ParserFree(void* parser) {
+    static auto* release = NextOf<void(void*)>("XML_ParserFree");
+    g_parsers -= parser != nullptr ? 1 : 0;
+    release(parser);
+}
+
+TEST(ParseMemory, FreesTheParserOnEveryPath) {
+    KURA_SolutionMap map;
+    EXPECT_TRUE(TCXMLParser().Parse(kDocument, map));
+    EXPECT_EQ(g_parsers, 0);
+    EXPECT_FALSE(TCXMLParser().Parse("<a></b>", map));
+    EXPECT_EQ(g_parsers, 0);
+    EXPECT_THROW(TCXMLParser().Parse("<sol_val/>", map), std::out_of_range);
+    EXPECT_EQ(g_parsers, 0);
+    EXPECT_EQ(g_parsersMade, 3) << "the count sees the library's parsers";
+    EXPECT_EQ(g_expatPieces, 0);
+}
+
+TEST(ParseMemory, LogsThatNoParserCouldBeCreated) {
+    KURA_SolutionMap map;
+    map.version = 5;
+    map.count = 6;
+    map.solutions.emplace_back("1", "", "", "", "", "", "", "", "", "", "", "", "", "", "");
+    const TCXMLParser parser;
+    const std::string text = "<m/>";
+    g_refusal = {true, 0};
+    const bool parsed = parser.Parse(text, map);
+    g_refusal.on = false;
+    EXPECT_FALSE(parsed);
+    EXPECT_EQ(fakes::Set().Messages(), std::vector<std::string>{"Couldnt create parser"});
+    EXPECT_TRUE(fakes::Set().Logged(DLOG_ERROR, "Couldnt create parser"));
+    EXPECT_EQ(fakes::Set().log.at(0).function, "Parse");
+    EXPECT_TRUE(map.solutions.empty());
+    EXPECT_EQ(map.version, 5);
+    EXPECT_EQ(map.count, 6U);
+}
+
+TEST(ParseMemory, LosesNothingWhicheverPieceIsRefused) {
+    fakes::Set().keepRecords = false;
+    const TCXMLParser parser;
+    const std::string text = kDocument;
+    int refused = 0;
+    int thrown = 0;
+    bool struck = true;
+    for (std::size_t n = 0; struck; ++n) {
+        KURA_SolutionMap map;
+        bool parsed = true;
+        g_refusal = {true, n};
+        try {
+            parsed = parser.Parse(text, map);
+            refused += parsed ? 0 : 1;
+        } catch (const std::bad_alloc&) {
+            ++thrown;
+        }
+        struck = !g_refusal.on;
+        g_refusal.on = false;
+        ASSERT_EQ(g_parsers, 0) << "piece " << n;
+        ASSERT_EQ(g_expatPieces, 0) << "piece " << n;
+        ASSERT_TRUE(struck || (parsed && map.solutions.size() == 2)) << "with every piece it parses";
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_GT(thrown, 0);
+}
+
+TEST(ParseMemory, MakesNoRoomForADeclaredCount) {
+    const TCXMLParser parser;
+    KURA_SolutionMap map;
+    EXPECT_TRUE(parser.Parse("<m><sm cnt='4294967295'/><solution/></m>", map));
+    EXPECT_EQ(map.count, 4294967295U);
+    EXPECT_LE(map.solutions.capacity(), 2U);
+}
+
+TEST(ParseMemory, RefusesATextLongerThanExpatCanCount) {
+    g_hugeFromFile = true;
+    const std::string text(std::size_t{1} << 31, '\0');
+    const TCXMLParser parser;
+    KURA_SolutionMap map;
+    EXPECT_FALSE(parser.Parse(text, map));
+    EXPECT_EQ(g_parsers, 0);
+    EXPECT_TRUE(
+        fakes::Set().Logged(DLOG_ERROR, "Error while parsing xml: invalid argument, line: 1, col: 0"));
+    EXPECT_TRUE(fakes::Set().Logged(DLOG_ERROR, "Parsing failed."));
+}

@@ -1,0 +1,210 @@
+#include "base/GuardedFile.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+using namespace KURA::base;
+namespace fs = std::filesystem;
+
+namespace {
+
+bool g_oldKernel = false;
+
+/// A folder of its own, whose path has no link in it; on a kernel that opens without links, and on one that
+/// cannot.
+class GuardedFile : public ::testing::TestWithParam<bool> {
+protected:
+    void SetUp() override {
+        g_oldKernel = GetParam();
+        std::string pattern = fs::canonical("/tmp").string() + "/guarded-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        m_folder = pattern;
+    }
+    void TearDown() override {
+        g_oldKernel = false;
+        fs::remove_all(m_folder);
+    }
+
+    std::string Path(const std::string& name) const { return (m_folder / name).string(); }
+
+    static void Write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
+
+    static std::string Read(const std::string& path) {
+        std::ifstream file(path);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    /// What stands in the way of a plain file, each under the path returned.
+    std::vector<std::string> Obstacles() const {
+        Write(Path("target"), "kept");
+        fs::create_directory(Path("folder"));
+        Write(Path("folder/file"), "kept");
+        fs::create_symlink(Path("target"), Path("link"));
+        fs::create_symlink(Path("nothing"), Path("dangling"));
+        fs::create_directory_symlink(Path("folder"), Path("linked-folder"));
+        mkfifo(Path("fifo").c_str(), 0666);
+        return {Path("link"), Path("dangling"), Path("linked-folder/file"), Path("linked-folder/new"),
+                Path("fifo"), Path("folder")};
+    }
+
+    void ExpectNothingTouched() const {
+        EXPECT_EQ(Read(Path("target")), "kept");
+        EXPECT_EQ(Read(Path("folder/file")), "kept");
+        EXPECT_FALSE(fs::exists(Path("nothing")));
+        EXPECT_FALSE(fs::exists(Path("folder/new")));
+    }
+
+private:
+    fs::path m_folder;
+};
+
+}  // namespace
+
+/// Stands in front of the C library's: the one call that the guarded open makes by number is refused on
+/// demand.
+extern "C" long syscall(long number, ...) noexcept {
+    using Function = long(long, long, long, long, long, long, long);
+    static auto* next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "syscall"));
+    if (g_oldKernel && number == SYS_openat2) {
+        errno = ENOSYS;
+        return -1;
+    }
+    std::va_list values;
+    va_start(values, number);
+    long v[6];
+    for (long& value : v) {
+        value = va_arg(values, long);
+    }
+    va_end(values);
+    return next(number, v[0], v[1], v[2], v[3], v[4], v[5]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kernels, GuardedFile, ::testing::Bool(),
+                         [](const auto& test) { return test.param ? "Old" : "New"; });
+
+TEST_P(GuardedFile, CreatesAndTruncatesAPlainFile) {
+    for (const char* text : {"a longer text", "short"}) {
+        const File file = OpenGuarded(Path("file").c_str());
+        ASSERT_NE(file, nullptr);
+        std::fputs(text, file.get());
+    }
+    EXPECT_EQ(Read(Path("file")), "short");
+}
+
+TEST_P(GuardedFile, CreatesWithTheUsualModeLessTheMask) {
+    umask(022);
+    OpenGuarded(Path("file").c_str());
+    struct stat status {};
+    ASSERT_EQ(stat(Path("file").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0644U);
+}
+
+TEST_P(GuardedFile, IsClosedWhenAProgramIsStarted) {
+    const File file = OpenPlainFile(Path("file").c_str(), WriteMode::kWrite);
+    ASSERT_NE(file, nullptr);
+    EXPECT_NE(fcntl(fileno(file.get()), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_P(GuardedFile, ReadsBackOnlyWhenAsked) {
+    {
+        const File file = OpenPlainFile(Path("file").c_str(), WriteMode::kReadWrite);
+        ASSERT_NE(file, nullptr);
+        std::fputs("x", file.get());
+        std::rewind(file.get());
+        EXPECT_EQ(std::fgetc(file.get()), 'x');
+    }
+    const File file = OpenPlainFile(Path("file").c_str(), WriteMode::kWrite);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(std::fgetc(file.get()), EOF);
+}
+
+TEST_P(GuardedFile, RefusesToWriteThroughAnythingButAPlainFile) {
+    for (const std::string& path : Obstacles()) {
+        for (const WriteMode mode : {WriteMode::kWrite, WriteMode::kReadWrite}) {
+            errno = 0;
+            EXPECT_EQ(OpenPlainFile(path.c_str(), mode), nullptr) << path;
+            EXPECT_NE(errno, 0) << path;
+        }
+        EXPECT_EQ(OpenGuarded(path.c_str()), nullptr) << path;
+    }
+    ExpectNothingTouched();
+}
+
+TEST_P(GuardedFile, RefusesAFileThatHasASecondName) {
+    Write(Path("file"), "kept");
+    fs::create_hard_link(Path("file"), Path("other"));
+    EXPECT_EQ(OpenGuarded(Path("other").c_str()), nullptr);
+    EXPECT_EQ(errno, EMLINK);
+    EXPECT_EQ(Read(Path("file")), "kept");
+}
+
+TEST_P(GuardedFile, RefusesAFileInAFolderThatIsMissing) {
+    EXPECT_EQ(OpenGuarded(Path("no/file").c_str()), nullptr);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_P(GuardedFile, RefusesAPathThatIsTooLong) {
+    EXPECT_EQ(OpenGuarded(Path(std::string(PATH_MAX, 'x')).c_str()), nullptr);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST_P(GuardedFile, ReadsARegularFileOnly) {
+    for (const std::string& path : Obstacles()) {
+        errno = 0;
+        EXPECT_EQ(OpenPlainFileForReading(path.c_str()), nullptr) << path;
+        EXPECT_NE(errno, 0) << path;
+    }
+    EXPECT_EQ(OpenPlainFileForReading(Path("missing").c_str()), nullptr);
+    EXPECT_FALSE(fs::exists(Path("missing")));
+    const File file = OpenPlainFileForReading(Path("target").c_str());
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(std::fgetc(file.get()), 'k');
+    EXPECT_NE(fcntl(fileno(file.get()), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_P(GuardedFile, ReadsAFileThatHasASecondName) {
+    Write(Path("file"), "kept");
+    fs::create_hard_link(Path("file"), Path("other"));
+    EXPECT_NE(OpenPlainFileForReading(Path("other").c_str()), nullptr);
+}
+
+TEST_P(GuardedFile, TellsAPlainPathFromOneThatLeadsElsewhere) {
+    Obstacles();
+    const struct {
+        std::string path;
+        bool plain;
+        std::string resolved;
+    } rows[] = {
+        {Path("target"), true, Path("target")},
+        {Path("missing"), true, ""},
+        {Path("dangling"), true, ""},
+        {Path("link"), false, Path("target")},
+        {Path("linked-folder/file"), false, Path("folder/file")},
+        {Path("folder/../target"), false, Path("target")},
+        {Path("target/below"), false, ""},
+    };
+    for (const auto& row : rows) {
+        std::string resolved = "before";
+        EXPECT_EQ(IsPlainPath(row.path.c_str(), &resolved), row.plain) << row.path;
+        EXPECT_EQ(resolved, row.resolved) << row.path;
+        EXPECT_EQ(IsPlainPath(row.path.c_str()), row.plain) << row.path;
+    }
+    errno = 0;
+    EXPECT_FALSE(IsPlainPath(Path("link").c_str()));
+    EXPECT_EQ(errno, ELOOP);
+}
