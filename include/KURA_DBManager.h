@@ -61,16 +61,20 @@ private:
     int m_GetLimitForTableCnt(EDBName db);
     std::string m_GetDBPath(EDBName db);
 
+    // Around the rows of one save, or the reads of one load: all of them or none, without a log line. Where it
+    // cannot begin, every statement stands for itself.
     void m_BeginTransaction();
     bool m_EndTransaction();
     void m_AbandonTransaction();
     bool m_IsDropped() const;
+    void m_NoteFlush(bool done);
     int m_Execute(const char* statement);
 
     char m_tableNames[4][20] = {};
     sqlite3* m_handle = nullptr;
     bool m_inTransaction = false;
     bool m_transactionLost = false;
+    bool m_flushFailed = false;
 
     static TCDBManager* m_pInstance;
 };
