@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "AgentAnswer.h"
 #include "CGetData.h"
 #include "HostSetUp.h"
 #include "Progress.h"
@@ -89,9 +90,10 @@ Outcome OneApp(const Session& session, const std::string& id) {
             }};
 }
 
-Outcome Requested(const std::string& what, const AppIds& ids) {
-    const Json document = {{"request", what}, {"package_id", ids.package}, {"app_id", ids.app}};
-    return {document, [what, ids] { std::cout << what << " requested for " << ids.package << '\n'; }};
+Outcome Done(const std::string& what, const AppIds& ids, Json answer = nullptr) {
+    const Json document = {
+        {"done", what}, {"package_id", ids.package}, {"app_id", ids.app}, {"agent", answer}};
+    return {document, [what, ids] { std::cout << what << " done for " << ids.package << '\n'; }};
 }
 
 Outcome Kill(const Session& session, const std::string& id) {
@@ -99,8 +101,9 @@ Outcome Kill(const Session& session, const std::string& id) {
     AppIds ids = FindApp(set, id);
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
     KURA::CGetData::GetInstance()->killApp(ids.package.data());
-    return Requested("kill", ids);
+    return Done("kill", ids, AwaitAgent(set, before, "killApp"));
 }
 
 Outcome ClearCache(const Session& session, const std::string& id) {
@@ -108,10 +111,11 @@ Outcome ClearCache(const Session& session, const std::string& id) {
     AppIds ids = FindApp(set, id);
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
     if (KURA::CGetData::GetInstance()->clearAppCache(ids.package.data(), ids.app.data()) != 0) {
-        throw VerbError(ExitCode::kFailed, "the request could not be written (see kura log)");
+        throw VerbError(ExitCode::kNoAnswer, "the request could not be written (see kura log)");
     }
-    return Requested("clear-cache", ids);
+    return Done("clear-cache", ids, AwaitAgent(set, before, "clearAppCache"));
 }
 
 Outcome ClearData(const Session& session, const std::string& id) {
@@ -126,7 +130,7 @@ Outcome ClearData(const Session& session, const std::string& id) {
     if (result != 0) {
         throw VerbError(ExitCode::kFailed, "the package manager refused (see kura log)");
     }
-    return Requested("clear-data", ids);
+    return Done("clear-data", ids);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <memory>
 
+#include "AgentAnswer.h"
 #include "Host.h"
 #include "HostSetUp.h"
 #include "KURA_DiagManager.h"
@@ -166,15 +167,17 @@ Outcome Optimize(const Session& session) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
     const int result = KURA::KURA_DiagManager::GetInstance()->OptimizeDevice();
     if (std::filesystem::exists(kDeepCleanTrigger)) {
         throw VerbError(ExitCode::kNoAnswer, "the agent did not finish the deep clean within 10 seconds");
     }
     if (result != 0) {
-        throw VerbError(ExitCode::kFailed, "the memory boost could not be requested (see kura log)");
+        throw VerbError(ExitCode::kNoAnswer, "the memory boost could not be requested (see kura log)");
     }
-    return {{{"deep_clean", "done"}, {"memory_boost", "requested"}},
-            [] { std::cout << "deep clean done, memory boost requested\n"; }};
+    AwaitAgent(set, before, "memBoost");
+    return {{{"deep_clean", "done"}, {"memory_boost", "done"}},
+            [] { std::cout << "deep clean and memory boost done\n"; }};
 }
 
 }  // namespace

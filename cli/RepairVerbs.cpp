@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "AgentAnswer.h"
 #include "CGetData.h"
 #include "HostSetUp.h"
 #include "KURA_SO_Interface.h"
@@ -83,6 +84,9 @@ Outcome Fix(const Session& session, const RepairOptions& options) {
     }
     for (const auto& solution : solutions) {
         document["solutions"].push_back(SolutionToJson(solution));
+        if (solution.sol_type == "CMD") {
+            AwaitAgent(set, before, "runCmdNativeApps");
+        }
     }
     document["requests"] = RequestsSince(set, before);
     return {document, [document] {

@@ -73,6 +73,13 @@ Outcome ShowSet(const Session& session) {
     return {document, [document] { PrintSet(document); }};
 }
 
+/// After an edit of set.json: the new applications' folders, files and icons.
+Outcome LayOut(const Session& session) {
+    const auto set = session.OpenSet();
+    set.LayOutApps();
+    return {SetDocument(set), [] { std::cout << "laid out the applications of the set\n"; }};
+}
+
 }  // namespace
 
 void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
@@ -87,6 +94,11 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
     make->callback([&session, &selection, options] {
         selection = {Place::kOutside, [&session, options] { return NewSet(session, *options); }};
     });
+
+    verb->add_subcommand("lay-out", "Make the files of the applications that set.json names")
+        ->callback([&session, &selection] {
+            selection = {Place::kOutside, [&session] { return LayOut(session); }};
+        });
 
     verb->add_subcommand("show", "What the set is")->callback([&session, &selection] {
         selection = {Place::kOutside, [&session] { return ShowSet(session); }};

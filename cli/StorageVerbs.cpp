@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "AgentAnswer.h"
 #include "CGetData.h"
 #include "HostSetUp.h"
 #include "Progress.h"
@@ -81,10 +82,12 @@ Outcome Boost(const Session& session) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
     if (KURA::CGetData::GetInstance()->performMemBoost() != 0) {
-        throw VerbError(ExitCode::kFailed, "the memory boost could not be requested (see kura log)");
+        throw VerbError(ExitCode::kNoAnswer, "the memory boost could not be requested (see kura log)");
     }
-    return {{{"memory_boost", "requested"}}, [] { std::cout << "memory boost requested\n"; }};
+    AwaitAgent(set, before, "memBoost");
+    return {{{"memory_boost", "done"}}, [] { std::cout << "memory boost done\n"; }};
 }
 
 }  // namespace

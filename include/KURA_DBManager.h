@@ -17,7 +17,8 @@ class KURA_DiagResultManager;
 enum EDBName : int { EDB_INFERENCE = 0, EDB_SOLUTION, EDB_REMAINING, EDB_TEST };
 
 /// One connection for the process. Not thread-safe: callers serialise OpenDB, the operations, CloseDB.
-/// Nothing throws for a database failure: the result is false and the log tells why.
+/// Nothing throws for a database failure: the result is false and the log tells why. Only memory that runs
+/// out throws, std::bad_alloc.
 class KURA_API TCDBManager {
 public:
     /// Created on the first call, never destroyed.
@@ -61,8 +62,8 @@ private:
     int m_GetLimitForTableCnt(EDBName db);
     std::string m_GetDBPath(EDBName db);
 
-    // Around the rows of one save, or the reads of one load: all of them or none, without a log line. Where it
-    // cannot begin, every statement stands for itself.
+    // Around the rows of one save, or the reads of one load: all of them or none, without a log line. Where
+    // it cannot begin, the statements fail or are taken back.
     void m_BeginTransaction();
     bool m_EndTransaction();
     void m_AbandonTransaction();

@@ -63,7 +63,8 @@ public:
     /// Replaces the stored problems by the rows of the table that pass both filters.
     void SaveRemainingProblems();
     /// (locks) Replaces the table by the stored problems; true when at least one was loaded. A damaged row
-    /// index ends the loading with false, the rows before it staying in the table.
+    /// index ends the loading with false, the rows before it staying in the table; a column with fewer values
+    /// than there are rows throws std::out_of_range.
     bool LoadRemainingProblems();
     /// Appends a copy of the table to out; false when the table is empty.
     bool GetRemainingTable(std::vector<MapToDBTable>& out);

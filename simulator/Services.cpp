@@ -28,7 +28,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kEndPatience{2000};
+/// The agent finishes what it was asked for, a command of five seconds perhaps.
+constexpr std::chrono::milliseconds kEndPatience{7000};
 
 [[noreturn]] void Refuse(const std::string& text) {
     throw SetError(SetError::Kind::Io, text);

@@ -1,6 +1,7 @@
 // kura-agentd: the set's privileged agent. Watches the request folder and works until it is told to end.
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -8,6 +9,7 @@
 
 #include <poll.h>
 #include <sys/inotify.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include "Agent.h"
@@ -34,7 +36,18 @@ void TakeEvents(int watcher, kuraset::Agent& agent) {
     }
 }
 
-void Serve(kuraset::ServiceArguments& arguments) {
+/// The request to end, as a descriptor to wait for: what the library has asked for by then is still done.
+kuraset::Descriptor EndRequests() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return kuraset::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+/// Works until it is told to end (true) or somebody removed the request folders (false).
+bool Serve(kuraset::ServiceArguments& arguments, int endRequests) {
     const kuraset::SetDirectory set = kuraset::SetDirectory::Open(arguments.set);
     kuraset::Agent agent(set, arguments.opt, arguments.tmp);
     const kuraset::Descriptor watcher(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -47,12 +60,18 @@ void Serve(kuraset::ServiceArguments& arguments) {
     arguments.Ready();
 
     while (agent.Intact()) {
-        pollfd watched{watcher.Number(), POLLIN, 0};
-        poll(&watched, 1, agent.Work());
-        if ((watched.revents & POLLIN) != 0) {
+        std::array<pollfd, 2> watched{{{watcher.Number(), POLLIN, 0}, {endRequests, POLLIN, 0}}};
+        poll(watched.data(), watched.size(), agent.Work());
+        if ((watched[0].revents & POLLIN) != 0) {
             TakeEvents(watcher.Number(), agent);
         }
+        if ((watched[1].revents & POLLIN) != 0) {
+            TakeEvents(watcher.Number(), agent);
+            agent.Work();
+            return true;
+        }
     }
+    return false;
 }
 
 }  // namespace
@@ -63,10 +82,10 @@ int main(int count, char** values) {
         return 64;
     }
     try {
-        while (true) {
-            // Comes back when somebody removed the request folder: everything is made anew.
-            Serve(arguments);
+        const kuraset::Descriptor endRequests = EndRequests();
+        while (!Serve(arguments, endRequests.Number())) {
         }
+        return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kura-agentd: %s\n", error.what());
         return 1;

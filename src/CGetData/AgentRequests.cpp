@@ -35,8 +35,7 @@ bool Exists(const std::string& path) {
 }
 
 bool IsAcknowledged(const std::string& path) {
-    struct stat status {};
-    return Exists(path) && lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return Exists(path) && base::OpenPlainFileForReading(path.c_str()) != nullptr;
 }
 
 std::optional<std::string> ReadAnswer(const std::string& path) {

@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <iterator>

@@ -1,7 +1,7 @@
 // One save is one transaction, so that a power cut or a full disk leaves the table as it was before the rows,
 // or with all of them. A row that SQLite refuses for its own text is only left out, as it would be without a
-// transaction; any other failure takes the whole save back. The statements in between run and log as they
-// always do. The list before it must have been cleared: the rows of two lists are nobody's problems.
+// transaction; any other failure takes the whole save back, and so does a table that could not be cleared
+// before: the new list must not join the old one. The statements in between run and log as they always do.
 #include <sqlite3.h>
 
 #include "KURA_DBManager.h"
@@ -23,8 +23,9 @@ bool IsStatementsOwn(int result) {
 }  // namespace
 
 void TCDBManager::m_BeginTransaction() {
-    m_inTransaction = Run(m_handle, "BEGIN") == SQLITE_OK;
-    m_transactionLost = m_flushFailed;
+    const bool begun = Run(m_handle, "BEGIN") == SQLITE_OK;
+    m_inTransaction = m_handle != nullptr;
+    m_transactionLost = m_flushFailed || !begun;
 }
 
 void TCDBManager::m_NoteFlush(bool done) {

@@ -63,9 +63,9 @@ std::string ChooseSignalPage() {
 int GetCurrentSourceInfo() {
     int source = -1;
     TVServiceAPI::ISourceControl* created = nullptr;
-    const int result = TVServiceAPI::CreateSourceControl(TVServiceAPI::PROFILE_MAIN, 0, &created);
+    TVServiceAPI::CreateSourceControl(TVServiceAPI::PROFILE_MAIN, 0, &created);
     const std::unique_ptr<TVServiceAPI::ISourceControl> control(created);
-    if (result == 0 && control != nullptr && control->GetCurrentSource(&source) > 0) {
+    if (control != nullptr && control->GetCurrentSource(&source) > 0) {
         KURA_INFO("GetCurrentSourceInfo success");
     }
     KURA_INFO("Current source : %d", source);

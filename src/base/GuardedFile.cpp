@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace KURA::base {
 
@@ -25,6 +26,11 @@ public:
     explicit Descriptor(int fd) : m_fd(fd) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : m_fd(other.Release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(m_fd, other.m_fd);
+        return *this;
+    }
     ~Descriptor() {
         if (m_fd >= 0) {
             const int savedErrno = errno;
@@ -52,17 +58,21 @@ int OpenWithoutLinks(const char* path, int flags) {
     return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
 }
 
-/// The older way: the parent is held open, so that only its last step could still be swapped, and that one is
-/// not followed either.
-int OpenBelowParent(const char* path, int flags) {
-    const char* slash = std::strrchr(path, '/');
-    const std::string parent = slash == nullptr ? "." : std::string(path, slash == path ? 1 : slash - path);
-    const char* name = slash == nullptr ? path : slash + 1;
-    const Descriptor folder(open(parent.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (folder.Get() < 0) {
-        return -1;
+/// The older way: from the root, or from here, one folder after the other is held open, and none of the steps
+/// follows a link.
+int OpenStepByStep(const char* path, int flags) {
+    constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    Descriptor folder(open(*path == '/' ? "/" : ".", kFolderFlags));
+    const char* part = path + std::strspn(path, "/");
+    while (const char* slash = std::strchr(part, '/')) {
+        if (folder.Get() < 0) {
+            return -1;
+        }
+        const std::string name(part, slash);
+        folder = Descriptor(openat(folder.Get(), name.c_str(), kFolderFlags));
+        part = slash + std::strspn(slash, "/");
     }
-    return openat(folder.Get(), name, flags, kNewFileMode);
+    return folder.Get() < 0 ? -1 : openat(folder.Get(), part, flags, kNewFileMode);
 }
 
 int OpenDescriptor(const char* path, int flags) {
@@ -70,7 +80,7 @@ int OpenDescriptor(const char* path, int flags) {
     if (fd >= 0 || (errno != ENOSYS && errno != EPERM)) {
         return fd;
     }
-    return OpenBelowParent(path, flags | kSafeFlags);
+    return OpenStepByStep(path, flags | kSafeFlags);
 }
 
 /// Refuses all but regular files; for writing also those that have a second name elsewhere.

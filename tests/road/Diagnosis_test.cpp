@@ -173,7 +173,7 @@ TEST(Diagnosis, OptimizeCleansAndBoosts) {
     const Kura kura;
     const json document = kura.Json({"optimize"});
     EXPECT_EQ(document.at("deep_clean"), "done");
-    EXPECT_EQ(document.at("memory_boost"), "requested");
+    EXPECT_EQ(document.at("memory_boost"), "done");
     EXPECT_FALSE(std::filesystem::exists(kura.Set() / "files/tmp/vardo/req/CleanAll.txt"));
 }
 

@@ -1,0 +1,44 @@
+#include "AgentAnswer.h"
+
+#include <chrono>
+#include <thread>
+
+namespace cli {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{5};
+constexpr std::chrono::milliseconds kStep{20};
+
+/// Null when the agent has not said anything of the request.
+nlohmann::json FindAnswer(const kuraset::SetDirectory& set, std::size_t before, const std::string& request) {
+    const auto entries = set.ReadJournal();
+    for (std::size_t i = before; i < entries.size(); ++i) {
+        if (entries[i].value("kind", std::string()) == "agent" &&
+            entries[i].value("op", std::string()) == request) {
+            return entries[i];
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+Json AwaitAgent(const kuraset::SetDirectory& set, std::size_t before, const std::string& request) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    auto answer = FindAnswer(set, before, request);
+    while (answer.is_null() && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(kStep);
+        answer = FindAnswer(set, before, request);
+    }
+    if (answer.is_null()) {
+        throw VerbError(ExitCode::kNoAnswer, "the agent did not take up " + request);
+    }
+    if (answer.value("outcome", std::string()) != "done") {
+        throw VerbError(ExitCode::kFailed, "the agent refused " + request + ": " +
+                                               answer.value("reason", std::string("no reason given")));
+    }
+    return ToDocument(answer);
+}
+
+}  // namespace cli
