@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <list>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "KURA_DBManager.h"

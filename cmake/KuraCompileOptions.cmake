@@ -12,8 +12,6 @@ set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g -DNDEBUG")
 add_library(kura_options INTERFACE)
 target_compile_options(kura_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Werror)
-# A 32-bit set has files whose numbers need more.
-target_compile_definitions(kura_options INTERFACE _FILE_OFFSET_BITS=64)
 target_link_options(kura_options INTERFACE -Wl,--as-needed -Wl,-z,relro,-z,now,-z,noexecstack)
 
 if(KURA_SANITIZE)

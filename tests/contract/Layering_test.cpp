@@ -42,6 +42,9 @@ const Layer kLayers[] = {
     {"tests/unit/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"tests/unit/base/", {"tests/fakes/", "include/", "platform/", "src/base/"}},
     {"tests/unit/KURA_DBManager/internals/", {"tests/unit/KURA_DBManager/", "tests/fakes/", "include/"}},
+    {"tests/sandbox/", {"simulator/sandbox/"}},
+    {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
+    {"tests/road/", {}},
     {"bench/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 

@@ -245,6 +245,13 @@ TEST(Agent, TakesItsTimeWhenTheFaultsSaySo) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
+TEST(Agent, DoesWhatItWasAskedForBeforeItEnds) {
+    AgentOn agent(OneApp());
+    agent.Request("clearAppCache", "a|a.chess\n");
+    agent.services.Stop();
+    EXPECT_EQ(AgentEntry(*agent.set, "clearAppCache").at("outcome"), "done");
+}
+
 TEST(Agent, IsNotStartedWhenTheFaultsSaySo) {
     AgentOn agent(json::parse(R"({"faults": {"agent": "absent"}})"));
     EXPECT_EQ(agent.services.AgentProcess(), 0);

@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
-#include <limits>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -383,7 +385,7 @@ TEST(CommandOutput, IsTheFirstWordOfTheFirstLine) {
         {"printf 'no line feed'", "no line feed", "no"},
         {"printf '\\nsecond\\n'", "\n", ""},
         {"printf '   \\n'", "   \n", ""},
-        {"echo from the error stream >&2", "from the error stream\n", "from"},
+        {"sh -c 'echo from the error stream >&2'", "from the error stream\n", "from"},
         {"printf '%%s %%n'", "%s %n", "%s"},
     };
     CGetData* device = CGetData::GetInstance();

@@ -5,7 +5,6 @@
 #include <sys/statvfs.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Agent.h"
@@ -259,8 +258,8 @@ TEST(CGetData, ReportsTheDeviceState) {
         EXPECT_THAT(Set().Messages("CheckDeviceState"),
                     ElementsAre("CheckDeviceState", "CheckFlashState : " + std::to_string(row.state)));
         ASSERT_EQ(Set().usageEvents.size(), 1u);
-        EXPECT_THAT(Set().usageEvents[0][3], HasSubstr("\"DeviceState\""));
-        EXPECT_THAT(Set().usageEvents[0][3], HasSubstr("\"" + std::string(row.word) + "\""));
+        EXPECT_THAT(Set().usageEvents[0][3], HasSubstr("select_item=DeviceState;"));
+        EXPECT_THAT(Set().usageEvents[0][3], HasSubstr("status=" + std::string(row.word) + ";"));
     }
 }
 

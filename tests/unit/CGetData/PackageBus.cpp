@@ -51,9 +51,9 @@ PackageBus::PackageBus() : m_bus(g_test_dbus_new(G_TEST_DBUS_NONE)) {
 }
 
 PackageBus::~PackageBus() {
-    CloseService();
     CloseClient();
     if (m_server != nullptr) {
+        g_dbus_connection_close_sync(m_server, nullptr, nullptr);
         g_object_unref(m_server);
     }
     g_object_unref(m_client);
@@ -87,10 +87,8 @@ void PackageBus::ServeSizes(int code, gint64 total, gint64 data) {
     });
 }
 
-void PackageBus::CloseService() {
-    if (m_server != nullptr) {
-        g_dbus_connection_close_sync(m_server, nullptr, nullptr);
-    }
+void PackageBus::LeaveBus() {
+    g_dbus_connection_close(m_server, nullptr, nullptr, nullptr);
 }
 
 void PackageBus::CloseClient() {

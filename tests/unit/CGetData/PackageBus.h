@@ -40,8 +40,8 @@ public:
 
     /// The library's end.
     GDBusConnection* Connection() const { return m_client; }
-    /// The service leaves the bus.
-    void CloseService();
+    /// The service leaves the bus, from one of its own answers.
+    void LeaveBus();
     /// The library's end is closed.
     void CloseClient();
 

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,10 +18,8 @@
 #include "KURA_DBManager.h"
 
 using database::Value;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 namespace fs = std::filesystem;
 

@@ -1,50 +1,35 @@
 #include "Database.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 namespace database {
 
-namespace {
-
-/// SQLite's function of that name.
-template <typename Function>
-Function* Find(const char* name, Function*) {
-    void* symbol = dlsym(RTLD_DEFAULT, name);
-    EXPECT_NE(symbol, nullptr) << name;
-    return reinterpret_cast<Function*>(symbol);
-}
-
-#define SQLITE(name) Find(#name, static_cast<decltype(&::name)>(nullptr))
-
-}  // namespace
-
 Connection::Connection(const std::string& path) {
-    EXPECT_EQ(SQLITE(sqlite3_open)(path.c_str(), &m_handle), SQLITE_OK) << path;
+    EXPECT_EQ(sqlite3_open(path.c_str(), &m_handle), SQLITE_OK) << path;
 }
 
 Connection::~Connection() {
-    EXPECT_EQ(SQLITE(sqlite3_close)(m_handle), SQLITE_OK);
+    EXPECT_EQ(sqlite3_close(m_handle), SQLITE_OK);
 }
 
 Rows Connection::Query(const std::string& sql) {
     Rows rows;
     sqlite3_stmt* statement = nullptr;
-    EXPECT_EQ(SQLITE(sqlite3_prepare_v2)(m_handle, sql.c_str(), -1, &statement, nullptr), SQLITE_OK)
-        << sql << ": " << SQLITE(sqlite3_errmsg)(m_handle);
+    EXPECT_EQ(sqlite3_prepare_v2(m_handle, sql.c_str(), -1, &statement, nullptr), SQLITE_OK)
+        << sql << ": " << sqlite3_errmsg(m_handle);
     int step = SQLITE_ROW;
-    while ((step = SQLITE(sqlite3_step)(statement)) == SQLITE_ROW) {
+    while ((step = sqlite3_step(statement)) == SQLITE_ROW) {
         Row row;
-        for (int i = 0; i < SQLITE(sqlite3_column_count)(statement); ++i) {
-            const unsigned char* text = SQLITE(sqlite3_column_text)(statement, i);
+        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+            const unsigned char* text = sqlite3_column_text(statement, i);
             row.emplace_back(text == nullptr ? "NULL" : reinterpret_cast<const char*>(text));
         }
         rows.push_back(row);
     }
-    EXPECT_EQ(step, SQLITE_DONE) << sql << ": " << SQLITE(sqlite3_errmsg)(m_handle);
-    SQLITE(sqlite3_finalize)(statement);
+    EXPECT_EQ(step, SQLITE_DONE) << sql << ": " << sqlite3_errmsg(m_handle);
+    sqlite3_finalize(statement);
     return rows;
 }
 
@@ -67,8 +52,13 @@ std::string Value(const std::string& path, const std::string& sql) {
     return Connection(path).Value(sql);
 }
 
+void Close(sqlite3* handle) {
+    EXPECT_NE(handle, nullptr);
+    EXPECT_EQ(sqlite3_close(handle), SQLITE_OK);
+}
+
 std::string NullHandleError() {
-    return SQLITE(sqlite3_errmsg)(nullptr);
+    return sqlite3_errmsg(nullptr);
 }
 
 std::vector<std::string> Problem(const std::string& issueCode) {

@@ -1,10 +1,8 @@
-// The database files as somebody else sees them: a connection of the test's own, beside the library's. SQLite
-// comes with the library, which has already loaded it.
+// The database files as somebody else sees them: a connection of the test's own, beside the library's.
 #pragma once
 
 #include <sqlite3.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -43,6 +41,9 @@ void MakeFolders();
 /// Of a connection of its own, opened and closed for it.
 Rows Query(const std::string& path, const std::string& sql);
 std::string Value(const std::string& path, const std::string& sql);
+
+/// Closes a connection of the library's; the test fails when it was not open.
+void Close(sqlite3* handle);
 
 /// What SQLite says of a null handle.
 std::string NullHandleError();

@@ -5,8 +5,10 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
 
 namespace {
 
@@ -15,7 +17,7 @@ bool g_armed = false;
 bool g_struck = false;
 bool g_readOnly = false;
 std::size_t g_calls = 0;
-std::size_t g_syncs = 0;
+std::atomic<std::size_t> g_syncs{0};
 
 /// Whether this call has to fail, errno being set.
 bool Strikes(disk::Operation operation) {

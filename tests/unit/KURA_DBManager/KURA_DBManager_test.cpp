@@ -3,9 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <filesystem>
-#include <list>
 #include <string>
 #include <vector>
 
@@ -13,14 +12,11 @@
 #include "Fakes.h"
 
 using database::Query;
-using database::Rows;
 using database::Value;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::EndsWith;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace fs = std::filesystem;
 
@@ -53,6 +49,16 @@ const std::vector<Known> kKnown = {
 TCDBManager& Manager() {
     return *TCDBManager::GetInstance();
 }
+
+// An explicit instantiation may name the private member.
+sqlite3*& HandleOf(TCDBManager& manager);
+
+template <sqlite3* TCDBManager::*kMember>
+struct HandleAccess {
+    friend sqlite3*& HandleOf(TCDBManager& manager) { return manager.*kMember; }
+};
+
+template struct HandleAccess<&TCDBManager::m_handle>;
 
 /// The log since the last call, each line like "6 function: message".
 std::vector<std::string> TakeLog() {
@@ -233,11 +239,25 @@ TEST_F(DBManager, ClosesTwiceWithoutHarm) {
 
 TEST_F(DBManager, ReplacesAFormerConnectionThatWasNotClosed) {
     Manager().OpenDB(EDB_TEST);
+    sqlite3* abandoned = HandleOf(Manager());
     EXPECT_TRUE(Manager().OpenDB(EDB_REMAINING));
+    EXPECT_NE(HandleOf(Manager()), abandoned);
     EXPECT_TRUE(Set("remainingTBL", database::Problem("E1")));
     EXPECT_TRUE(Manager().CloseDB());
     EXPECT_EQ(Value(database::kRemaining, "SELECT count(*) FROM remainingTBL"), "1");
     EXPECT_EQ(Value(database::kTest, "SELECT count(*) FROM testTBL"), "0");
+    // Still open: whoever abandons a connection keeps it.
+    database::Close(abandoned);
+}
+
+TEST_F(DBManager, HoldsNoHandleAfterAFailedOpenAndAfterAClose) {
+    Manager().OpenDB(EDB_REMAINING);
+    EXPECT_NE(HandleOf(Manager()), nullptr);
+    Manager().CloseDB();
+    EXPECT_EQ(HandleOf(Manager()), nullptr);
+    fs::remove_all(database::kFolder);
+    Manager().OpenDB(EDB_REMAINING);
+    EXPECT_EQ(HandleOf(Manager()), nullptr);
 }
 
 TEST_F(OpenDBManager, ReadsNothingFromAnEmptyTable) {

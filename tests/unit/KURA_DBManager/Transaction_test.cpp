@@ -4,12 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Database.h"
@@ -23,8 +25,6 @@ using database::Value;
 using KURA::KURA_DiagResultManager;
 using KURA::MapToDBTable;
 using testing::AnyOf;
-using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
@@ -353,13 +353,43 @@ TEST_F(Transaction, DeletesTheIssueOrNothingWhateverFails) {
     EXPECT_GT(faults, 20U);
 }
 
-// The fourteen columns of one load come from one state of the table, whoever writes in between.
-TEST_F(Transaction, LoadsOneStateOfTheTable) {
+TEST_F(Transaction, ReadsFourteenColumnsAndLetsGoOfTheTable) {
     database::Connection writer(database::kRemaining);
     EXPECT_EQ(Load(), kOld);
     EXPECT_EQ(Count("QUERY : SELECT "), 14U);
     EXPECT_EQ(Count("ERROR"), 0U);
-    // The lock is gone after the load.
     writer.Query("DELETE FROM remainingTBL WHERE issue_code='O1'");
     EXPECT_EQ(Load(), (Codes{"O2", "O3"}));
+}
+
+// The columns of one load come from one state of the table, whoever writes in between.
+TEST_F(Transaction, LoadsOneStateOfTheTable) {
+    fakes::Set().keepRecords = false;
+    std::atomic<bool> loading{true};
+    std::thread otherProcess([&] {
+        database::Connection writer(database::kRemaining);
+        writer.Query("PRAGMA busy_timeout = 60000");
+        for (int state = 0; loading; ++state) {
+            const std::string text = std::to_string(state);
+            writer.Query("BEGIN IMMEDIATE");
+            writer.Query("DELETE FROM remainingTBL");
+            for (int row = 0; row < 1 + state % 5; ++row) {
+                writer.Query("INSERT INTO remainingTBL VALUES ('1','" + text +
+                             "','0','','','','','','','','','','','" + text + "')");
+            }
+            writer.Query("COMMIT");
+        }
+    });
+    std::size_t loaded = 0;
+    for (int i = 0; i < 500; ++i) {
+        KURA_DiagResultManager& manager = *KURA_DiagResultManager::GetInstance();
+        EXPECT_NO_THROW(manager.LoadRemainingProblems());
+        for (const MapToDBTable& row : TableOf(manager)) {
+            EXPECT_TRUE(row.issue_code == row.view_authority || row.view_authority == "USER");
+            ++loaded;
+        }
+    }
+    loading = false;
+    otherProcess.join();
+    EXPECT_GT(loaded, 0U);
 }

@@ -49,7 +49,7 @@ struct MissingNames {
     std::vector<std::string> asked;
 };
 
-bool IsMissing(const void* library, const char* name) {
+[[maybe_unused]] bool IsMissing(const void* library, const char* name) {
     if (g_missing == nullptr || library == RTLD_NEXT || library == RTLD_DEFAULT) {
         return false;
     }

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>

@@ -4,8 +4,10 @@
 #include <sys/statvfs.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <optional>
 
 namespace machine {
 

@@ -1,10 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -63,6 +67,53 @@ std::vector<std::string> DataWritten(const std::string& command, const std::stri
             "log 6 ProcessCMD: \nsolution is cmd type : " + command + "\n\n",
             "log 6 ProcessCMD: File creation " + outcome + " (/tmp/vardo/req/runCmdNativeApps)"};
 }
+
+/// What happens in the agent's folders while it lives. One queue for both keeps the order among them.
+class FolderWatch {
+public:
+    FolderWatch()
+        : m_queue(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
+          m_dataFolder(inotify_add_watch(m_queue, "/tmp/vardo", kMask)),
+          m_requestFolder(inotify_add_watch(m_queue, "/tmp/vardo/req", kMask)) {}
+    ~FolderWatch() { close(m_queue); }
+    FolderWatch(const FolderWatch&) = delete;
+    FolderWatch& operator=(const FolderWatch&) = delete;
+
+    /// "create data", "close request" and so on, for the files of a command alone; what was read is gone.
+    std::vector<std::string> Read() const {
+        std::vector<std::string> seen;
+        alignas(inotify_event) std::array<char, 65536> bytes{};
+        const ssize_t length = read(m_queue, bytes.data(), bytes.size());
+        for (ssize_t at = 0; at < length;) {
+            inotify_event event{};
+            std::memcpy(&event, bytes.data() + at, sizeof event);
+            const std::string name = event.len == 0 ? "" : bytes.data() + at + sizeof event;
+            at += static_cast<ssize_t>(sizeof event + event.len);
+            seen.push_back(Deed(event.mask) + Place(event.wd, name));
+        }
+        return seen;
+    }
+
+private:
+    static constexpr unsigned int kMask = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE;
+
+    static std::string Deed(unsigned int mask) {
+        if ((mask & IN_CREATE) != 0) {
+            return "create ";
+        }
+        return (mask & IN_CLOSE_WRITE) != 0 ? "close " : "other ";
+    }
+    std::string Place(int watch, const std::string& name) const {
+        if (name != "runCmdNativeApps") {
+            return name;
+        }
+        return watch == m_dataFolder ? "data" : watch == m_requestFolder ? "request" : "nowhere";
+    }
+
+    int m_queue;
+    int m_dataFolder;
+    int m_requestFolder;
+};
 
 /// What somebody may have put where a file of ours belongs; each leaves /home/victim holding "mine".
 struct Shape {
@@ -184,6 +235,15 @@ TEST(ProcessCMD, WritesTheCommandAndThenAnEmptyRequest) {
     ASSERT_TRUE(fs::is_regular_file(kTrigger));
     EXPECT_EQ(fs::file_size(kTrigger), 0U);
     EXPECT_THAT(Set().events, ElementsAreArray(DataWritten("reboot -f", "success")));
+}
+
+TEST(ProcessCMD, ClosesTheCommandBeforeTheRequestAppears) {
+    MakeAgentFolders();
+    const FolderWatch watch;
+    EXPECT_EQ(ProcessCMD(std::string(100000, 'x').c_str()), 0);
+    EXPECT_THAT(watch.Read(), ElementsAre("create data", "close data", "create request", "close request"));
+    EXPECT_EQ(ProcessCMD("ls"), 0);
+    EXPECT_THAT(watch.Read(), ElementsAre("close data", "close request"));
 }
 
 TEST(ProcessCMD, ReplacesWhatAnEarlierRequestLeft) {

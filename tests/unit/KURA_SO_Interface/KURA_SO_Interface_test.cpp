@@ -21,6 +21,7 @@
 #include "Fakes.h"
 #include "Files.h"
 #include "KURA_DBManager.h"
+#include "KURA_KPISender.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
 
@@ -146,6 +147,23 @@ TEST(ParseSolutionMap, TakesAnEmptyDocumentAsAnEmptyMap) {
     EXPECT_EQ(Stored().count, 0U);
     EXPECT_TRUE(Stored().solutions.empty());
     EXPECT_FALSE(Set().Logged(6, "Parse error!!!!"));
+}
+
+TEST(ParseSolutionMap, EmptiesTheStoreWhenTheDocumentCannotBeReadWhole) {
+    FillStore();
+    const std::string text = files::Map("<sminfo version=\"8\"/><sm cnt=\"4\"/>");
+    files::Write(files::kMapPath, text);
+    g_readLimit = 5;
+    ParseSolutionMap();
+    g_readLimit = static_cast<std::size_t>(-1);
+    EXPECT_EQ(Stored().version, kNoVersion);
+    EXPECT_EQ(Stored().count, 0U);
+    EXPECT_TRUE(Stored().solutions.empty());
+    EXPECT_THAT(Set().events,
+                ElementsAre("log 6 ParseSolutionMap: ParseSolutionMap in so_interface",
+                            "log 4 XMLParse: XMLParse FUNCTION --",
+                            "log 6 XMLParse: Read size 5 expected size " + std::to_string(text.size()),
+                            "log 6 ParseSolutionMap: Parse error!!!!"));
 }
 
 TEST(ParseSolutionMap, PublishesWhatAMalformedDocumentHeldBeforeTheError) {
@@ -373,11 +391,22 @@ TEST(RemoveSolvedProblem, DeletesTheRowsOfTheIssueOnly) {
 }
 
 TEST(SendSelfDiagnosisResult, ForwardsBothTextsToTheUsageReport) {
+    KURA::KURA_KPISender::GetInstance();
+    Set().events.clear();
     SendSelfDiagnosisResult("PictureTest", "Good");
-    EXPECT_TRUE(Set().Logged(4, "SendSelfDiagnosisResult"));
+    EXPECT_THAT(
+        files::Events({"SendSelfDiagnosisResult", "SendKurahelpKPI"}),
+        ElementsAre("log 4 SendSelfDiagnosisResult: SendSelfDiagnosisResult",
+                    "log 4 SendKurahelpKPI: SendKurahelp KPI", testing::StartsWith("AddEventLogSync(")));
     ASSERT_EQ(Set().usageEvents.size(), 1U);
-    EXPECT_THAT(Set().usageEvents[0][3], testing::HasSubstr("PictureTest"));
-    EXPECT_THAT(Set().usageEvents[0][3], testing::HasSubstr("Good"));
+    EXPECT_THAT(Set().usageEvents[0][3], testing::HasSubstr("select_item=PictureTest;status=Good;"));
+}
+
+TEST(SendSelfDiagnosisResult, SaysSoBeforeTheSenderIsMade) {
+    SendSelfDiagnosisResult("PictureTest", "Good");
+    ASSERT_FALSE(Set().events.empty());
+    EXPECT_EQ(Set().events.front(), "log 4 SendSelfDiagnosisResult: SendSelfDiagnosisResult");
+    EXPECT_THAT(Set().Messages("KURA_KPISender"), ElementsAre("KURA_KPISender"));
 }
 
 TEST(SendSelfDiagnosisResult, SurvivesNullTexts) {

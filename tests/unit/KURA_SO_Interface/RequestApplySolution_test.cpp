@@ -13,6 +13,7 @@
 #include "Fakes.h"
 #include "Files.h"
 #include "KURA_DBManager.h"
+#include "KURA_DiagManager.h"
 #include "KURA_SO_Interface.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
@@ -36,7 +37,7 @@ std::vector<std::string> Road() {
                           "XMLParse", "GetSolutionInformation", "ProcessVconf_STR", "ProcessVconf_BOOL",
                           "ProcessVconf_INT", "ProcessCMD", "ProcessLaunchApp", "ProcessSettingAPI",
                           "ProcessAPI", "RemoveSolvedProblemFromRemainingDB", "DeleteRemainingDBColumn",
-                          "SaveResultToSolutionDB"});
+                          "SaveResultToSolutionDB", "StartSelfDiagnosis", "GetCurrentSourceInfo"});
 }
 
 std::vector<std::string> LoadEvents(const std::string& value, bool background, const std::string& stored) {
@@ -100,10 +101,22 @@ std::vector<std::string> ApiEvents(const std::string& name, const std::string& v
             "log 4 ProcessAPI: Process API EXIT"};
 }
 
-std::vector<std::string> LaunchEvents(const std::string& appId) {
-    return {"app_control_create()", "app_control_set_operation(default)",
-            "app_control_set_app_id(" + appId + ")", "app_control_send_launch_request(" + appId + ")",
-            "app_control_destroy()"};
+using Extras = std::vector<std::pair<std::string, std::string>>;
+
+const Extras kSoundTestExtras = {{"launchedFrom", "com.norvik.TVKuraHelp"}};
+const Extras kSignalExtras = {{"ID", "signal-information"},
+                              {"PrevSubmenu", "com.norvik.TVKuraHelp"},
+                              {"__K_RELOCATE_BELOW", "org.vesta.tv-viewer"}};
+
+std::vector<std::string> LaunchEvents(const std::string& appId, const Extras& extras = {}) {
+    std::vector<std::string> events = {"app_control_create()", "app_control_set_operation(default)",
+                                       "app_control_set_app_id(" + appId + ")"};
+    for (const auto& [key, value] : extras) {
+        events.push_back("app_control_add_extra_data(" + key + ", " + value + ")");
+    }
+    events.push_back("app_control_send_launch_request(" + appId + ")");
+    events.emplace_back("app_control_destroy()");
+    return events;
 }
 
 std::vector<std::string> IntEvents(const std::string& value, const std::string& number) {
@@ -117,8 +130,37 @@ std::vector<std::string> ScreenEvents(const std::string& name, const std::vector
     return Joined({{kWrapper + "MSGPORT : " + name}, events});
 }
 
-std::vector<ActionCase> ActionCases() {
+std::vector<ActionCase> ScreenCases() {
     const std::vector<std::string> elseCase = {kWrapper + "else case "};
+    const std::vector<std::string> signalEvents = {
+        kWrapper + "launch Signal Information",
+        "log 4 StartSelfDiagnosis: StartSelfDiagnosis!!!!!!!!!!!!!",
+        "log 4 StartSelfDiagnosis: launch Signal Info from KURA Native side",
+        "CreateSourceControl(1, 0)",
+        "GetCurrentSource()",
+        "log 4 GetCurrentSourceInfo: GetCurrentSourceInfo success",
+        "log 4 GetCurrentSourceInfo: Current source : 0",
+        "log 4 StartSelfDiagnosis: NOT HDMI MODE",
+        "log 4 ProcessLaunchApp: signal launch signal-information",
+        "CUtils::m_SetMultitaskingStatus(1)"};
+    const auto row = [](const std::string& name, const std::vector<std::string>& events) {
+        return ActionCase{"MSGPORT", name, {}, 0, ScreenEvents(name, events)};
+    };
+    return {
+        row("ShowSignalInfo",
+            Joined({signalEvents, LaunchEvents("com.norvik.tv.broadcastingmenu", kSignalExtras)})),
+        row("ShowMgrStorage",
+            {"CStartKHIssues::m_HideStartKHIssue()", "CManageStorage::m_CreateManageStorageScreen()"}),
+        row("ShowSoundTest", Joined({{"CUtils::m_SetMultitaskingStatus(1)"},
+                                     LaunchEvents("org.vesta.sound-test", kSoundTestExtras)})),
+        row("ShowMgrStorag", elseCase),
+        row("ShowMgrStorage ", elseCase),
+        row("showSoundTest", elseCase),
+        row("", elseCase),
+    };
+}
+
+std::vector<ActionCase> ActionCases() {
     return {
         {"API", "unknown", {"9", "8"}, 1, ApiEvents("unknown", "9")},
         {"API", "unknown", {}, 1, ApiEvents("unknown", "")},
@@ -156,16 +198,6 @@ std::vector<ActionCase> ActionCases() {
          0,
          {kWrapper + "SettingsAPI called",
           "log 4 ProcessSettingAPI: ProcessSettingAPI : key : item , val : on", "SetItemValue(item, on, 0)"}},
-        {"MSGPORT",
-         "ShowMgrStorage",
-         {},
-         0,
-         ScreenEvents("ShowMgrStorage", {"CStartKHIssues::m_HideStartKHIssue()",
-                                         "CManageStorage::m_CreateManageStorageScreen()"})},
-        {"MSGPORT", "ShowMgrStorag", {}, 0, ScreenEvents("ShowMgrStorag", elseCase)},
-        {"MSGPORT", "ShowMgrStorage ", {}, 0, ScreenEvents("ShowMgrStorage ", elseCase)},
-        {"MSGPORT", "showSoundTest", {}, 0, ScreenEvents("showSoundTest", elseCase)},
-        {"MSGPORT", "", {}, 0, ScreenEvents("", elseCase)},
         {"TELEPATHY", "name", {"1"}, 0, {}},
         {"", "name", {"1"}, 0, {}},
         {"info", "name", {}, 0, {}},
@@ -188,6 +220,33 @@ std::vector<int> Fields(const WMSolutionParams& params) {
 
 constexpr WMSolutionParams kUnset{-9, -9, -9, -9};
 
+/// Applies a document of the one solution and expects everything that is said and called, in order.
+void ExpectTheWholeRoad(const ActionCase& row) {
+    files::Install(files::Solution("100", row.type, row.name, row.values));
+    Set().events.clear();
+    RequestApplySolution("100");
+    const std::string record = "SetSolutionDB(100, 7, " + std::to_string(row.engineCode) + ", 1)";
+    EXPECT_THAT(Road(), ElementsAreArray(Joined({LoadEvents("100", false, "1"),
+                                                 row.events,
+                                                 RemovalEvents("100"),
+                                                 SaveEvents(record),
+                                                 {row.ChoiceEvent()}})));
+}
+
+void ExpectTheWholeRoadInTheBackground(const ActionCase& row) {
+    files::Install(files::Solution("100", row.type, row.name, row.values));
+    Set().events.clear();
+    WMSolutionParams params = kUnset;
+    RequestApplySolution_BG("100", &params);
+    EXPECT_THAT(Road(), ElementsAreArray(Joined({LoadEvents("100", true, "1"),
+                                                 row.events,
+                                                 RemovalEvents("100"),
+                                                 {row.ChoiceEvent()},
+                                                 FillEvents()})));
+    EXPECT_THAT(Fields(params), ElementsAre(100, 7, row.engineCode, 1));
+    EXPECT_THAT(Set().recordedSolutions, IsEmpty());
+}
+
 void ThrowAt(const std::string& call, std::function<void()> thrower) {
     Set().onCall = [call, thrower = std::move(thrower)](const std::string& text) {
         if (text.rfind(call, 0) == 0) {
@@ -205,55 +264,59 @@ void ThrowSystemError() {
 TEST(RequestApplySolution, RunsEachTypeInFixedOrder) {
     for (const ActionCase& row : ActionCases()) {
         SCOPED_TRACE(row.type + " " + row.name);
-        files::Install(files::Solution("100", row.type, row.name, row.values));
-        Set().events.clear();
-        RequestApplySolution("100");
-        const std::string record = "SetSolutionDB(100, 7, " + std::to_string(row.engineCode) + ", 1)";
-        EXPECT_THAT(Road(), ElementsAreArray(Joined({LoadEvents("100", false, "1"),
-                                                     row.events,
-                                                     RemovalEvents("100"),
-                                                     SaveEvents(record),
-                                                     {row.ChoiceEvent()}})));
+        ExpectTheWholeRoad(row);
+    }
+}
+
+TEST(RequestApplySolution, OpensEachScreenInFixedOrder) {
+    KURA::KURA_DiagManager::GetInstance();  // made by the signal page otherwise, and it says a lot
+    for (const ActionCase& row : ScreenCases()) {
+        SCOPED_TRACE(row.name);
+        ExpectTheWholeRoad(row);
     }
 }
 
 TEST(RequestApplySolutionBG, RunsEachTypeWithoutTellingTheEngine) {
     for (const ActionCase& row : ActionCases()) {
         SCOPED_TRACE(row.type + " " + row.name);
-        files::Install(files::Solution("100", row.type, row.name, row.values));
-        Set().events.clear();
-        WMSolutionParams params = kUnset;
-        RequestApplySolution_BG("100", &params);
-        EXPECT_THAT(Road(), ElementsAreArray(Joined({LoadEvents("100", true, "1"),
-                                                     row.events,
-                                                     RemovalEvents("100"),
-                                                     {row.ChoiceEvent()},
-                                                     FillEvents()})));
-        EXPECT_THAT(Fields(params), ElementsAre(100, 7, row.engineCode, 1));
-        EXPECT_THAT(Set().recordedSolutions, IsEmpty());
+        ExpectTheWholeRoadInTheBackground(row);
     }
 }
 
-TEST(RequestApplySolution, OpensTheSignalPageThroughTheDeviceLauncher) {
-    files::Install(files::Solution("100", "MSGPORT", "ShowSignalInfo"));
-    RequestApplySolution("100");
-    EXPECT_TRUE(Set().Logged(4, "MSGPORT : ShowSignalInfo"));
-    EXPECT_THAT(Set().Messages("RequestApplySolutionWrapper"), Contains("launch Signal Information"));
-    ASSERT_EQ(Set().launches.size(), 1U);
-    EXPECT_EQ(Set().launches[0].appId, "com.norvik.tv.broadcastingmenu");
-    EXPECT_EQ(Set().launches[0].extras.size(), 3U);
-    EXPECT_TRUE(Set().Called("SetSolutionDB(100, 7, 0, 1)"));
+TEST(RequestApplySolutionBG, OpensEachScreenWithoutTellingTheEngine) {
+    KURA::KURA_DiagManager::GetInstance();
+    for (const ActionCase& row : ScreenCases()) {
+        SCOPED_TRACE(row.name);
+        ExpectTheWholeRoadInTheBackground(row);
+    }
 }
 
-TEST(RequestApplySolution, OpensTheSoundTestThroughTheDeviceLauncher) {
-    files::Install(files::Solution("100", "MSGPORT", "ShowSoundTest"));
-    RequestApplySolution("100");
-    ASSERT_EQ(Set().launches.size(), 1U);
-    EXPECT_EQ(Set().launches[0].appId, "org.vesta.sound-test");
-    EXPECT_THAT(Set().launches[0].extras, ElementsAre(std::make_pair(std::string("launchedFrom"),
-                                                                     std::string("com.norvik.TVKuraHelp"))));
-    EXPECT_TRUE(Set().Called("CUtils::m_SetMultitaskingStatus(1)"));
-    EXPECT_TRUE(Set().Called("SetSolutionDB(100, 7, 0, 1)"));
+TEST(RequestApplySolution, LaunchesThroughTheDeviceWhatAScreenNeeds) {
+    const struct {
+        const char* screen;
+        const char* appId;  ///< empty for a screen of the host
+        Extras extras;
+    } rows[] = {
+        {"ShowSignalInfo", "com.norvik.tv.broadcastingmenu", kSignalExtras},
+        {"ShowMgrStorage", "", {}},
+        {"ShowSoundTest", "org.vesta.sound-test", kSoundTestExtras},
+        {"unknown", "", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.screen);
+        files::Install(files::Solution("100", "MSGPORT", row.screen));
+        Set().launches.clear();
+        RequestApplySolution("100");
+        const bool launches = *row.appId != '\0';
+        ASSERT_EQ(Set().launches.size(), launches ? 1U : 0U);
+        if (launches) {
+            EXPECT_EQ(Set().launches[0].appId, row.appId);
+            EXPECT_EQ(Set().launches[0].operation, "default");
+            EXPECT_EQ(Set().launches[0].extras, row.extras);
+            EXPECT_FALSE(Set().launches[0].hadCallback);
+        }
+        EXPECT_EQ(Set().liveAppControls, 0);
+    }
 }
 
 TEST(RequestApplySolution, LaunchesWithoutExtrasWhateverTheApplication) {
@@ -522,4 +585,5 @@ TEST(FillSolutionParams, KnowsOnlyTheIssueWhileNothingIsStored) {
 TEST(FillSolutionParams, FillsNothingWithoutARecord) {
     Load(files::Solution("5", "CMD", ""));
     EXPECT_NO_THROW(FillSolutionParams("5", "start", nullptr));
+    EXPECT_THAT(Set().events, IsEmpty());
 }

@@ -42,6 +42,7 @@ void* g_huge = nullptr;
 int g_parsers = 0;
 int g_parsersMade = 0;
 int g_expatPieces = 0;
+const char* g_encoding = "none asked for yet";
 
 constexpr std::size_t kHuge = std::size_t{1} << 30;
 constexpr std::size_t kWindow = std::size_t{1} << 22;
@@ -134,6 +135,7 @@ constexpr const char* kDocument =
 
 extern "C" __attribute__((visibility("default"))) void* XML_ParserCreate(const char* encoding) {
     static auto* create = NextOf<void*(const char*, const MemorySuite*, const char*)>("XML_ParserCreate_MM");
+    g_encoding = encoding;
     void* parser = create(encoding, &kSuite, nullptr);
     g_parsers += parser != nullptr ? 1 : 0;
     g_parsersMade += parser != nullptr ? 1 : 0;
@@ -156,6 +158,15 @@ TEST(ParseMemory, FreesTheParserOnEveryPath) {
     EXPECT_EQ(g_parsers, 0);
     EXPECT_EQ(g_parsersMade, 3) << "the count sees the library's parsers";
     EXPECT_EQ(g_expatPieces, 0);
+}
+
+TEST(ParseMemory, LeavesTheEncodingToTheDocument) {
+    for (const char* text : {kDocument, "<?xml version='1.0' encoding='ISO-8859-1'?><m/>"}) {
+        g_encoding = "none asked for yet";
+        KURA_SolutionMap map;
+        EXPECT_TRUE(TCXMLParser().Parse(text, map));
+        EXPECT_EQ(g_encoding, nullptr) << text;
+    }
 }
 
 TEST(ParseMemory, LogsThatNoParserCouldBeCreated) {

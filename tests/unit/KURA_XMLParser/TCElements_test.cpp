@@ -47,4 +47,5 @@ TEST(Elements, LogTheCurrentElementBeforeAndAfterHandingItOut) {
     EXPECT_EQ(fakes::Set().Messages("GetCurrentElement"),
               (std::vector<std::string>{"        [one]", "tag [one]"}));
     EXPECT_TRUE(fakes::Set().Logged(DLOG_INFO, "        [one]"));
+    EXPECT_TRUE(fakes::Set().Logged(DLOG_INFO, "tag [one]"));
 }
