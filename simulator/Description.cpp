@@ -20,7 +20,7 @@ const json& Table() {
         "panel": {"width": "number", "height": "number"},
         "source": "number", "channel": "number", "launched_from": "text",
         "network": {"available": "bool", "connected": "bool"},
-        "terms": ["text"],
+        "terms": ["text"], "opt_size": "size",
         "apps": [{
             "title": "text", "app_id": "name", "package_id": "name", "entry_id": "text", "icon_dir": "path",
             "skip": "number", "attribute1": "number", "attribute2": "number", "attribute3": "number",

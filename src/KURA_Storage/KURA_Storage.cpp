@@ -77,6 +77,8 @@ void TCInformationStorage::GetSolutionInformation(unsigned int& count, std::vect
     KURA_INFO("GetSolutionInformation IN");
     {
         const Lock lock(m_KURAmutex);
+        // First the room: growing within the insertion would cost the reader's own records when a copy fails.
+        out.reserve(out.size() + m_solutions.size());
         out.insert(out.end(), m_solutions.begin(), m_solutions.end());
         count = m_count;
     }

@@ -51,6 +51,17 @@ TEST(Storage, FiguresAddUp) {
               17179869184 - document.at("opt").at("total").get<std::int64_t>());
 }
 
+TEST(Storage, ADeepCleanFreesWhatItDeletes) {
+    const Kura kura;
+    const json before = kura.Json({"storage"}).at("opt");
+    EXPECT_EQ(before.at("total").get<std::int64_t>(), 8589934592);
+    const std::int64_t files = FilesBelow(kura.Opt("usr/home/owner/.cache/Apps/WebAppsCache"));
+    ASSERT_GT(files, 0);
+    kura.Json({"clean"});
+    const json after = kura.Json({"storage"}).at("opt");
+    EXPECT_GE(before.at("used").get<std::int64_t>() - after.at("used").get<std::int64_t>(), files);
+}
+
 TEST(Storage, StateIsSentToTheStatistics) {
     const Kura kura;
     const json document = kura.Json({"state"});
