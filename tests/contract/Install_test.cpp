@@ -1,6 +1,7 @@
 // What installing leaves on a machine, and that it is enough to build a host.
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -29,12 +30,19 @@ std::set<std::string> FilesBelow(const fs::path& folder) {
 class Install : public testing::Test {
 protected:
     void SetUp() override {
-        m_root = fs::path(KURA_BUILD) / ("installed." + std::to_string(getpid()));
+        // Not named by the process: the tests run side by side, each the first process of its own namespace.
+        std::string name = KURA_BUILD "/installed.XXXXXX";
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        m_root = name;
         const contract::Outcome outcome = Shell("DESTDIR='" + m_root.string() +
                                                 "' " KURA_CMAKE " --install '" KURA_BUILD "' --prefix /usr");
         ASSERT_EQ(outcome.status, 0) << outcome.output;
     }
-    void TearDown() override { fs::remove_all(m_root); }
+    void TearDown() override {
+        if (!m_root.empty()) {
+            fs::remove_all(m_root);
+        }
+    }
 
     fs::path m_root;
 };

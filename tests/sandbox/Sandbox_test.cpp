@@ -181,7 +181,8 @@ TEST(Sandbox, PassesTheExitStatusOn) {
 
 TEST(Sandbox, EndsWhatTheCommandLeavesRunning) {
     const Folder folder;
-    EXPECT_EQ(Inside("--expose-rw " + folder.Path(), "(sleep 0.3; touch " + folder / "late" + ") &").status, 0);
+    EXPECT_EQ(Inside("--expose-rw " + folder.Path(), "(sleep 0.3; touch " + folder / "late" + ") &").status,
+              0);
     EXPECT_EQ(Inside("", "ls -d /proc/[0-9]* | wc -l | xargs test 6 -gt").status, 0);
     usleep(700000);
     EXPECT_FALSE(fs::exists(folder / "late"));

@@ -4,13 +4,12 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "Fakes.h"
@@ -55,6 +54,16 @@ inline std::set<std::string> FilesBelow(const fs::path& folder) {
         files.insert(entry.path());
     }
     return files;
+}
+
+/// How many descriptors of this process lead to the path.
+inline int OpenDescriptors(const std::string& path) {
+    int count = 0;
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        count += fs::read_symlink(entry.path(), error) == path ? 1 : 0;
+    }
+    return count;
 }
 
 /// The log as "4 function: message", in order.

@@ -168,6 +168,23 @@ protected:
         CGetData::GetInstance();
         Set().log.clear();
     }
+
+    /// The request fails as documented, at once, and nothing outside the agent's folders is changed.
+    static void ExpectRefusal() {
+        const Attack& attack = std::get<0>(GetParam());
+        const std::set<std::string> homeBefore = agent::FilesBelow("/home");
+        EXPECT_FALSE(attack.succeeds());
+        EXPECT_THAT(agent::Log(), Contains(::testing::StartsWith(attack.failure)));
+        EXPECT_EQ(Read(kVictim), "kept");
+        EXPECT_EQ(agent::FilesBelow("/home"), homeBefore);
+        if (fs::exists("/tmp/other-name")) {
+            EXPECT_EQ(Read("/tmp/other-name"), "kept");
+        }
+        for (const std::string& path : attack.neverCreated) {
+            EXPECT_FALSE(Stands(path)) << path;
+        }
+        EXPECT_THAT(interposed::Waits(), ::testing::IsEmpty());
+    }
 };
 
 }  // namespace
@@ -181,18 +198,20 @@ INSTANTIATE_TEST_SUITE_P(All, AgentRequests,
 TEST_P(AgentRequests, WriteThroughNothing) {
     const auto& [attack, shape] = GetParam();
     shape.make(attack.path);
-    const std::set<std::string> homeBefore = agent::FilesBelow("/home");
-    EXPECT_FALSE(attack.succeeds());
-    EXPECT_THAT(agent::Log(), Contains(::testing::StartsWith(attack.failure)));
-    EXPECT_EQ(Read(kVictim), "kept");
-    EXPECT_EQ(agent::FilesBelow("/home"), homeBefore);
-    if (fs::exists("/tmp/other-name")) {
-        EXPECT_EQ(Read("/tmp/other-name"), "kept");
-    }
-    for (const std::string& path : attack.neverCreated) {
-        EXPECT_FALSE(Stands(path)) << path;
-    }
-    EXPECT_THAT(interposed::Waits(), ::testing::IsEmpty());
+    ExpectRefusal();
+}
+
+TEST_P(AgentRequests, WriteThroughNothingSwappedInAfterTheCheck) {
+    const auto& [attack, shape] = GetParam();
+    agent::Write(attack.path, "");
+    bool swapped = false;
+    interposed::AfterRealpath(attack.path, [&swapped, path = attack.path, make = shape.make] {
+        fs::remove(path);
+        make(path);
+        swapped = true;
+    });
+    ExpectRefusal();
+    EXPECT_TRUE(swapped);
 }
 
 namespace {

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,7 @@
 using agent::kAcks;
 using agent::kFolder;
 using agent::kRequests;
+using agent::OpenDescriptors;
 using agent::Read;
 using agent::Stands;
 using agent::Text;
@@ -58,16 +61,6 @@ Found Find(const std::string& appId = "app") {
     Found found;
     CGetData::GetInstance()->findDataCacheSize(Text("package"), Text(appId), &found.data, &found.cache);
     return found;
-}
-
-/// Open descriptors that lead to the path.
-int OpenDescriptors(const std::string& path) {
-    int count = 0;
-    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
-        std::error_code error;
-        count += fs::read_symlink(entry.path(), error) == path ? 1 : 0;
-    }
-    return count;
 }
 
 }  // namespace
@@ -182,6 +175,44 @@ TEST(AppSizes, RefusesTheDataFileAndThenTheTrigger) {
                                           "/tmp/vardo/calcAppDataCacheSize_app"));
     EXPECT_THAT(interposed::Waits(), IsEmpty());
     EXPECT_FALSE(fs::exists(kFolder));
+}
+
+TEST(AppSizes, RemovesTheAcknowledgementBeforeTheResult) {
+    Device();
+    agent::Answer("app", "1|2");
+    Find();
+    EXPECT_THAT(interposed::Removed(), ElementsAre(kAck, kResult));
+}
+
+TEST(AppSizes, ClosesTheDataFileBeforeTheTriggerStands) {
+    Device();
+    agent::Answer("app", "1|2");
+    bool seen = false;
+    interposed::AfterRealpath(kRequests + "/calcAppDataCacheSize_app", [&seen] {
+        seen = true;
+        EXPECT_EQ(Read(kFolder + "/calcAppDataCacheSize_app"), "package|app\n");
+        EXPECT_EQ(OpenDescriptors(kFolder + "/calcAppDataCacheSize_app"), 0);
+        EXPECT_FALSE(Stands(kRequests + "/calcAppDataCacheSize_app"));
+    });
+    interposed::OnStat(kAck, [](int) {
+        EXPECT_EQ(Read(kRequests + "/calcAppDataCacheSize_app"), "package|app\n");
+        EXPECT_EQ(OpenDescriptors(kRequests + "/calcAppDataCacheSize_app"), 0);
+    });
+    EXPECT_EQ(Find(), (Found{1, 2}));
+    EXPECT_TRUE(seen);
+    EXPECT_EQ(OpenDescriptors(kResult), 0);
+}
+
+TEST(AppSizes, RefusesATriggerThatTheDiskHasNoRoomFor) {
+    Device();
+    agent::Answer("app", "1|2");
+    std::optional<agent::FullDisk> full;
+    interposed::AfterRealpath(kRequests + "/calcAppDataCacheSize_app", [&full] { full.emplace(); });
+    EXPECT_EQ(Find(), Found());
+    full.reset();
+    EXPECT_THAT(agent::Log(), ElementsAre("6 findDataCacheSize: [KELMGR-NATIVE] file creation failed for "
+                                          "/tmp/vardo/req/calcAppDataCacheSize_app"));
+    EXPECT_TRUE(Stands(kAck));
 }
 
 TEST(AppSizes, RefusesToAskWhenTheDiskIsFull) {

@@ -62,6 +62,7 @@ TEST(CleanUp, FindsADeepCleanDoneAtTheNthTest) {
         interposed::OnStat(kCleanAll, [&](int number) {
             if (number - statsBefore == test) {
                 EXPECT_EQ(Read(kCleanAll), "CleanUp\n");
+                EXPECT_EQ(agent::OpenDescriptors(kCleanAll), 0);
                 fs::remove(kCleanAll);
             }
         });
@@ -173,6 +174,24 @@ TEST(CleanUp, WritesWhomToKillBeforeTheTrigger) {
                             "4 killApp: [KELMGR-NATIVE] file created successfully (/tmp/vardo/killApp)",
                             "4 killApp: [KELMGR-NATIVE] file created successfully (/tmp/vardo/req/killApp)"));
     EXPECT_THAT(interposed::Waits(), IsEmpty());
+}
+
+TEST(CleanUp, ClosesTheDataFileBeforeTheTriggerStands) {
+    CGetData* device = Device();
+    int seen = 0;
+    const auto expectData = [&seen](const std::string& name, const std::string& text) {
+        interposed::AfterRealpath(kRequests + "/" + name, [&seen, name, text] {
+            ++seen;
+            EXPECT_EQ(Read(kFolder + "/" + name), text);
+            EXPECT_EQ(agent::OpenDescriptors(kFolder + "/" + name), 0);
+            EXPECT_FALSE(Stands(kRequests + "/" + name));
+        });
+    };
+    expectData("killApp", "package\n");
+    device->killApp(Text("package"));
+    expectData("clearAppCache", "package|app\n");
+    device->clearAppCache(Text("package"), Text("app"));
+    EXPECT_EQ(seen, 2);
 }
 
 TEST(CleanUp, LeavesTheDataFileWhenTheTriggerIsRefused) {

@@ -7,8 +7,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -20,6 +23,9 @@ struct State {
     std::string watchedPath;
     std::function<void(int)> onStat;
     int statCount = 0;
+    std::string resolvedPath;
+    std::function<void()> afterRealpath;
+    std::vector<std::string> removed;
     std::optional<struct statvfs> partition;
     bool failStatvfs = false;
     std::string measuredPath;
@@ -43,6 +49,17 @@ void Wait(std::chrono::nanoseconds duration) {
     if (state.onWait) {
         state.onWait(number);
     }
+}
+
+void ActAfterRealpath(const char* path) {
+    State& state = Get();
+    if (!state.afterRealpath || state.resolvedPath != path) {
+        return;
+    }
+    const int savedErrno = errno;
+    const std::function<void()> action = std::exchange(state.afterRealpath, nullptr);
+    action();
+    errno = savedErrno;
 }
 
 template <typename Function>
@@ -70,6 +87,16 @@ void OnStat(const std::string& path, std::function<void(int)> action) {
 
 int StatCount() {
     return Get().statCount;
+}
+
+void AfterRealpath(const std::string& path, std::function<void()> action) {
+    Get().resolvedPath = path;
+    Get().afterRealpath = std::move(action);
+}
+
+std::vector<std::string> Removed() {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    return Get().removed;
 }
 
 void SetPartition(const struct statvfs& status) {
@@ -125,6 +152,26 @@ int stat(const char* path, struct stat* status) noexcept {
         }
     }
     return fstatat(AT_FDCWD, path, status, 0);
+}
+
+int unlink(const char* path) noexcept {
+    {
+        const std::lock_guard<std::mutex> lock(Get().mutex);
+        Get().removed.emplace_back(path);
+    }
+    return unlinkat(AT_FDCWD, path, 0);
+}
+
+char* realpath(const char* path, char* resolved) noexcept {
+    static auto* next = Next<char*(const char*, char*)>("realpath");
+    char* result = next(path, resolved);
+    ActAfterRealpath(path);
+    return result;
+}
+
+/// What realpath is with fortified buffers.
+char* __realpath_chk(const char* path, char* resolved, std::size_t) noexcept {
+    return realpath(path, resolved);
 }
 
 int statvfs(const char* path, struct statvfs* status) noexcept {

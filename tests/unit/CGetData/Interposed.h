@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +20,12 @@ void OnWait(std::function<void(int number)> action);
 /// Runs before each stat of the path given, with the number of the test from 1.
 void OnStat(const std::string& path, std::function<void(int number)> action);
 int StatCount();
+
+/// Runs once, after the path was resolved and before whoever asked does anything with the answer.
+void AfterRealpath(const std::string& path, std::function<void()> action);
+
+/// The paths that were unlinked, in order.
+std::vector<std::string> Removed();
 
 /// What statvfs answers from now on; by default the real answer.
 void SetPartition(const struct statvfs& status);
