@@ -1,6 +1,9 @@
 // A set that does nothing, so that only the library is measured: the log returns at once, every service
-// answers that it failed or is empty, the screens ignore what they receive.
-#include <functional>
+// answers that it failed or is empty unless a measurement says otherwise, the screens ignore what they
+// receive.
+#include "BenchSet.h"
+
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -15,7 +18,6 @@
 #include "host/CStartKH.h"
 #include "host/CStartKHIssues.h"
 #include "host/CUtils.h"
-#include "host/TCThreadPool.h"
 #include "kpi_logger.h"
 #include "picture_api.h"
 #include "pkgmgr_client.h"
@@ -26,14 +28,35 @@
 #include "vconf.h"
 #include "watchman.h"
 
+namespace bench {
+
+Set& TheSet() {
+    static Set set;
+    return set;
+}
+
+}  // namespace bench
+
+namespace {
+
+constexpr int kNoMatchingRecord = 4;
+constexpr const char* kTermsKey = "db/menu/lobby/homedatacontrol/defaultdisclaimeragree";
+constexpr const char* kAppearedAt = "2026-01-31T12:00:00";
+
+}  // namespace
+
 extern "C" {
 
 int dlog_print(int, const char*, const char*, ...) {
     return 0;
 }
 
-int vconf_get_int(const char*, int*) {
-    return -1;
+int vconf_get_int(const char* key, int* value) {
+    if (!bench::TheSet().termsAccepted || std::strcmp(key, kTermsKey) != 0) {
+        return -1;
+    }
+    *value = 1;
+    return 0;
 }
 char* vconf_get_str(const char*) {
     return nullptr;
@@ -68,11 +91,11 @@ int app_control_destroy(app_control_h) {
 }
 
 int was_get_app_count(void) {
-    return 0;
+    return static_cast<int>(bench::TheSet().apps.size());
 }
 int was_get_app_list(int, was_app_entry** list, int* count) {
-    *list = nullptr;
-    *count = 0;
+    *list = bench::TheSet().apps.data();
+    *count = was_get_app_count();
     return 0;
 }
 
@@ -90,11 +113,13 @@ int pixo_reset_picture(int) {
     return -1;
 }
 
-pkgmgr_client* pkgmgr_client_new(pkgmgr_client_type) {
-    return nullptr;
+pkgmgr_client* pkgmgr_client_new(pkgmgr_client_type type) {
+    GDBusConnection* connection = bench::TheSet().packageManager;
+    return connection == nullptr ? nullptr : new pkgmgr_client{type, connection};
 }
-int pkgmgr_client_free(pkgmgr_client*) {
-    return -1;
+int pkgmgr_client_free(pkgmgr_client* client) {
+    delete client;
+    return 0;
 }
 int pkgmgr_client_clear_user_data(pkgmgr_client*, const char*, const char*, int) {
     return -1;
@@ -114,13 +139,22 @@ int system_info_get_custom_bool(const char*, bool*) {
 int InferenceSubscribeOnce(int, WMInferenceCallback) {
     return -1;
 }
-int GetInferenceDB(int, int, std::vector<_WMInfDBRecord>&) {
-    return -1;
+int GetInferenceDB(int code, int transition, std::vector<_WMInfDBRecord>& records) {
+    const bench::Engine engine = bench::TheSet().engine;
+    if (engine == bench::Engine::kFails) {
+        return -1;
+    }
+    if (engine == bench::Engine::kNoRecord || transition == WM_TRANSITION_TYPE_FALSE || code % 2 != 0) {
+        return kNoMatchingRecord;
+    }
+    records.push_back({code, transition, code, kAppearedAt, kAppearedAt});
+    return 0;
 }
 int GetSolutionDB(int, _WMSolDBRecord&) {
-    return -1;
+    return bench::TheSet().engine == bench::Engine::kFails ? -1 : kNoMatchingRecord;
 }
-int SetSolutionDB(WMSolutionParams) {
+int SetSolutionDB(WMSolutionParams params) {
+    bench::TheSet().recorded = params;
     return 0;
 }
 
@@ -214,11 +248,5 @@ std::string CUtils::m_GetSwModel() {
     return {};
 }
 void CUtils::m_SetMultitaskingStatus(int) {}
-
-TCThreadPool::TCThreadPool(unsigned int) : m_pImpl(nullptr) {}
-TCThreadPool::~TCThreadPool() = default;
-void TCThreadPool::Post(std::function<int()> task) {
-    task();
-}
 
 }  // namespace KURA

@@ -45,9 +45,10 @@ using Variant = std::unique_ptr<GVariant, VariantUnref>;
 using Proxy = std::unique_ptr<GDBusProxy, ObjectUnref>;
 using Error = std::unique_ptr<GError, ErrorFree>;
 
-/// Whether GIO takes the call; it treats anything else as a mistake in the program.
+/// Whether GIO takes the call; it treats anything else, a closed connection too, as a mistake in the program.
 bool IsCallable(const pkgmgr_client* client, const char* method, GVariant* params) {
     return client != nullptr && G_IS_DBUS_CONNECTION(client->connection) &&
+           g_dbus_connection_is_closed(client->connection) == FALSE &&
            g_dbus_is_member_name(method) != FALSE &&
            (params == nullptr || g_variant_is_of_type(params, G_VARIANT_TYPE_TUPLE) != FALSE);
 }
@@ -84,10 +85,10 @@ std::pair<int, std::int64_t> ReadSizeReply(GVariant* reply) {
 int CGetData::pkgmgr_client_connection_send_request(pkgmgr_client* client, const char* method,
                                                     GVariant* params, GVariant** result) {
     const Variant owned(params == nullptr ? nullptr : g_variant_ref_sink(params));
-    const bool callable = IsCallable(client, base::OrEmpty(method), owned.get());
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        auto [reply, error] = callable ? Call(client->connection, method, owned.get())
-                                       : std::pair<Variant, Error>(nullptr, nullptr);
+        auto [reply, error] = IsCallable(client, base::OrEmpty(method), owned.get())
+                                  ? Call(client->connection, method, owned.get())
+                                  : std::pair<Variant, Error>(nullptr, nullptr);
         if (reply != nullptr) {
             *result = reply.release();
             return 0;

@@ -24,14 +24,13 @@ using KURA::CGetData;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
-using ::testing::StartsWith;
 
 namespace fs = std::filesystem;
 
 namespace {
 
+const std::string kFeatures = "com.norvik/featureconf/";
 constexpr const char* kTerms = "db/menu/lobby/homedatacontrol/defaultdisclaimeragree";
 const std::string kWebCache = "/opt/usr/home/owner/.cache/Apps/WebAppsCache/";
 
@@ -115,14 +114,13 @@ TEST_F(AppInventory, SaysWhatItDoesInOrder) {
                             "actual value of count of apps is 1"));
     const std::vector<std::string> calls = {
         "was_get_app_count()",
-        "system_info_get_custom_int(com.norvik/featureconf/"
-        "panel_resolution_width)",
-        "system_info_get_custom_int(com.norvik/featureconf/"
-        "panel_resolution_height)",
+        "system_info_get_custom_int(" + kFeatures + "panel_resolution_width)",
+        "system_info_get_custom_int(" + kFeatures + "panel_resolution_height)",
         "was_get_app_list(2)",
-        "vconf_get_int(db/menu/lobby/homedatacontrol/defaultdisclaimeragree)",
+        "vconf_get_int(" + std::string(kTerms) + ")",
         "TCThreadPool(20)",
-        "~TCThreadPool()"};
+        "~TCThreadPool()",
+    };
     std::vector<std::string> seen;
     std::copy_if(Set().calls.begin(), Set().calls.end(), std::back_inserter(seen),
                  [](const std::string& call) { return call.rfind("pkgmgr", 0) != 0; });

@@ -256,7 +256,8 @@ TEST(AppSizes, TakesUnusualIdsAsFileNames) {
     for (const std::string id : {"", "..", ".", "a b", "$(touch x)", "'", "\xff\xfe", "*"}) {
         agent::Answer(id, "1|2");
         EXPECT_EQ(Find(id), (Found{1, 2})) << id;
-        EXPECT_EQ(Read(kFolder + "/calcAppDataCacheSize_" + id), "package|" + id + "\n");
+        EXPECT_EQ(Read(fs::path(kFolder) / std::string("calcAppDataCacheSize_").append(id)),
+                  std::string("package|").append(id).append("\n"));
     }
     EXPECT_EQ(Find(std::string(300, 'x')), Found());
 }

@@ -5,6 +5,10 @@
 
 namespace {
 
+/// What GLib takes for a mistake in the program ends the test.
+[[maybe_unused]] const GLogLevelFlags kFatalBefore = g_log_set_always_fatal(
+    static_cast<GLogLevelFlags>(static_cast<int>(G_LOG_FATAL_MASK) | static_cast<int>(G_LOG_LEVEL_CRITICAL)));
+
 constexpr const char* kName = "org.vesta.pkgmgr";
 
 GDBusConnection* Connect(GTestDBus* bus) {

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -61,6 +62,29 @@ std::vector<std::string> Events() {
     return chosen;
 }
 
+// The marks of how far a diagnosis came have no getters; naming a member in an explicit instantiation is how
+// a test may reach it.
+struct Finished {};
+struct Started {};
+bool IsMarked(Finished, const KURA_DiagManager& manager);
+bool IsMarked(Started, const KURA_DiagManager& manager);
+
+template <typename Mark, std::atomic<bool> KURA_DiagManager::*kMember>
+struct MarkAccess {
+    friend bool IsMarked(Mark, const KURA_DiagManager& manager) { return manager.*kMember; }
+};
+
+template struct MarkAccess<Finished, &KURA_DiagManager::isCallBackFinish>;
+template struct MarkAccess<Started, &KURA_DiagManager::m_isDiagnosisStarted>;
+
+bool IsFinished() {
+    return IsMarked(Finished(), *KURA_DiagManager::GetInstance());
+}
+
+bool IsStarted() {
+    return IsMarked(Started(), *KURA_DiagManager::GetInstance());
+}
+
 std::string GuideFile() {
     std::ifstream file(setup::kGuideFile, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -76,10 +100,53 @@ extern "C" void g_main_loop_quit(GMainLoop* which) {
     Set().Record(Named("g_main_loop_quit", which));
 }
 
+TEST(Marks, AreNotSetOnAFreshManager) {
+    Create();
+    EXPECT_FALSE(IsStarted());
+    EXPECT_FALSE(IsFinished());
+}
+
+TEST(Marks, TellThatTheAutomaticDiagnosisStarted) {
+    Create();
+    KURA_DiagManager::GetInstance()->StartAutoDiagnosis();
+    EXPECT_TRUE(IsStarted());
+    EXPECT_FALSE(IsFinished());
+}
+
+TEST(Marks, TellThatTheRemainingProblemsStarted) {
+    Create();
+    KURA_DiagManager::GetInstance()->RemainingProblem();
+    EXPECT_TRUE(IsStarted());
+    EXPECT_FALSE(IsFinished());
+}
+
+TEST(Marks, DoNotTellThatTheGuidedDiagnosisStarted) {
+    Create();
+    KURA_DiagManager::GetInstance()->StartTutorDiagnosis();
+    EXPECT_FALSE(IsStarted());
+    EXPECT_FALSE(IsFinished());
+}
+
+TEST(Marks, StayOnceSet) {
+    Create();
+    KURA_DiagManager::GetInstance()->StartAutoDiagnosis();
+    Complete(KURA_DiagManager::SolutionCallbackFunc);
+    Complete(KURA_DiagManager::RemainingCallbackFunc);
+    EXPECT_TRUE(IsStarted());
+    EXPECT_FALSE(IsFinished());
+    Complete(KURA_DiagManager::TutorCallbackFunc);
+    KURA_DiagManager::GetInstance()->StartTutorDiagnosis();
+    KURA_DiagManager::GetInstance()->RemainingProblem();
+    EXPECT_TRUE(IsStarted());
+    EXPECT_TRUE(IsFinished());
+}
+
 TEST(TutorCallback, WritesTheGuidesFileWithoutALoop) {
     Create();
     ASSERT_EQ(loop, nullptr);
+    ASSERT_FALSE(IsFinished());
     Complete(KURA_DiagManager::TutorCallbackFunc);
+    EXPECT_TRUE(IsFinished());
     EXPECT_EQ(GuideFile(), "5\n10000001\n");
     EXPECT_EQ(Events().front(), "log 4 TutorCallbackFunc: TutorCallbackFunc");
     EXPECT_EQ(Set().CountCalls("g_main_loop"), 0U);

@@ -17,9 +17,12 @@ using fakes::Set;
 using KURA::KURA_DiagManager;
 using setup::Lines;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using testing::Not;
 using testing::SizeIs;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -125,6 +128,7 @@ TEST(KURA_DiagManager, KeepsTheEntryPointsThatItFound) {
     EXPECT_THAT(Set().launches, IsEmpty());
 }
 
+// The last look-up succeeds, and its error is the only one asked for.
 TEST(KURA_DiagManager, LaunchesAlsoWhenAnotherEntryPointIsMissing) {
     KURA_NEEDS_DLSYM();
     setup::Install();
@@ -133,4 +137,6 @@ TEST(KURA_DiagManager, LaunchesAlsoWhenAnotherEntryPointIsMissing) {
     LaunchNetworkSettings(*manager);
     EXPECT_THAT(Set().launches, SizeIs(1));
     EXPECT_THAT(names.asked, SizeIs(4));
+    EXPECT_TRUE(Set().Logged(4, "dlysm before call"));
+    EXPECT_THAT(Set().Messages(), Each(Not(HasSubstr("dlsym failed"))));
 }

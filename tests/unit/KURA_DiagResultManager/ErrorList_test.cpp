@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <future>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -23,6 +22,7 @@ using fakes::Set;
 using problems::Appeared;
 using problems::CodesOf;
 using problems::Events;
+using problems::IsUnlocked;
 using problems::kTime;
 using problems::Lines;
 using problems::Manager;
@@ -68,12 +68,6 @@ std::string OpenTutor(std::string path) {
     testing::internal::CaptureStderr();
     Manager().openTutorForWrite(path.data());
     return testing::internal::GetCapturedStderr();
-}
-
-/// Whether another thread gets the lock: false means never.
-bool IsUnlocked() {
-    std::async(std::launch::async, [] { Manager().ClearRemainingProblems(); }).get();
-    return true;
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ const std::string kEnd = "4 FindErrorCodeInDB: End";
 const std::string kDone = "4 GetInferenceResult: GetInferenceResult done : 1";
 const std::string kRule = "4 FindErrorCodeInDB: " + std::string(83, '@');
 
-/// One way through the evaluation of issue 5, which appeared at kTime.
+/// One way through the evaluation of issue code 5, which appeared at kTime.
 struct Branch {
     const char* name;
     std::function<void()> engine;

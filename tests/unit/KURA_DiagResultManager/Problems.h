@@ -2,8 +2,12 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
+#include <future>
 #include <initializer_list>
+#include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -112,6 +116,18 @@ inline void ForgetRecords() {
     fakes::Set().calls.clear();
     fakes::Set().log.clear();
     fakes::Set().events.clear();
+}
+
+/// Whether another thread gets the manager's lock; it empties the store when it does. The thread is left
+/// alone where it does not, so that the test can say so.
+inline bool IsUnlocked() {
+    const auto locked = std::make_shared<std::promise<void>>();
+    const std::future<void> done = locked->get_future();
+    std::thread([locked] {
+        Manager().ClearRemainingProblems();
+        locked->set_value();
+    }).detach();
+    return done.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
 }
 
 }  // namespace problems
