@@ -170,7 +170,8 @@ bool MeasureAndPrint(std::size_t count) {
     MeasureInventory(apps, 1);  // once, for what is done only the first time
     const Costs alone = MedianInventory(apps, 1, kRunsAlone);
     const Costs all = MedianInventory(apps, count, kRunsOfAll);
-    const auto rounds = static_cast<double>((count + kWorkers - 1) / kWorkers);
+    const std::size_t fullRounds = (count + kWorkers - 1) / kWorkers;
+    const auto rounds = static_cast<double>(fullRounds);
     const double floor =
         kPollingStep + 2.0 * static_cast<double>(bench::kPackageManagerTime.count()) + kPause;
     const auto perApp = static_cast<double>(count);
