@@ -8,7 +8,9 @@ namespace KURA::base {
 
 std::string FormatLocalTime(std::time_t time) {
     std::tm local{};
-    localtime_r(&time, &local);
+    if (localtime_r(&time, &local) == nullptr) {
+        local = std::tm{};  // it leaves half a date behind for a time beyond every year
+    }
     std::array<char, 80> text{};
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d", local.tm_year + 1900,
                   local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);

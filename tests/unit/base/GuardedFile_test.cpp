@@ -23,20 +23,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool g_oldKernel = false;
+/// The error with which the kernel refuses the one call that follows no link anywhere; 0: it has the call.
+int g_refusal = 0;
 
-/// A folder of its own, whose path has no link in it; on a kernel that opens without links, and on one that
-/// cannot.
-class GuardedFile : public ::testing::TestWithParam<bool> {
+/// A folder of its own, whose path has no link in it; on a kernel that opens without links, on one that
+/// cannot, and behind a filter that does not let the call through.
+class GuardedFile : public ::testing::TestWithParam<int> {
 protected:
     void SetUp() override {
-        g_oldKernel = GetParam();
+        g_refusal = GetParam();
         std::string pattern = fs::canonical("/tmp").string() + "/guarded-XXXXXX";
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         m_folder = pattern;
     }
     void TearDown() override {
-        g_oldKernel = false;
+        g_refusal = 0;
         fs::remove_all(m_folder);
     }
 
@@ -53,20 +54,30 @@ protected:
     std::vector<std::string> Obstacles() const {
         Write(Path("target"), "kept");
         fs::create_directory(Path("folder"));
+        fs::create_directory(Path("folder/sub"));
         Write(Path("folder/file"), "kept");
+        Write(Path("folder/sub/file"), "kept");
         fs::create_symlink(Path("target"), Path("link"));
         fs::create_symlink(Path("nothing"), Path("dangling"));
         fs::create_directory_symlink(Path("folder"), Path("linked-folder"));
         mkfifo(Path("fifo").c_str(), 0666);
-        return {Path("link"), Path("dangling"), Path("linked-folder/file"), Path("linked-folder/new"),
-                Path("fifo"), Path("folder")};
+        return {Path("link"),
+                Path("dangling"),
+                Path("linked-folder/file"),
+                Path("linked-folder/new"),
+                Path("linked-folder/sub/file"),
+                Path("linked-folder/sub/new"),
+                Path("fifo"),
+                Path("folder")};
     }
 
     void ExpectNothingTouched() const {
         EXPECT_EQ(Read(Path("target")), "kept");
         EXPECT_EQ(Read(Path("folder/file")), "kept");
         EXPECT_FALSE(fs::exists(Path("nothing")));
+        EXPECT_EQ(Read(Path("folder/sub/file")), "kept");
         EXPECT_FALSE(fs::exists(Path("folder/new")));
+        EXPECT_FALSE(fs::exists(Path("folder/sub/new")));
     }
 
 private:
@@ -80,8 +91,8 @@ private:
 extern "C" long syscall(long number, ...) noexcept {
     using Function = long(long, long, long, long, long, long, long);
     static auto* next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "syscall"));
-    if (g_oldKernel && number == SYS_openat2) {
-        errno = ENOSYS;
+    if (g_refusal != 0 && number == SYS_openat2) {
+        errno = g_refusal;
         return -1;
     }
     std::va_list values;
@@ -94,8 +105,9 @@ extern "C" long syscall(long number, ...) noexcept {
     return next(number, v[0], v[1], v[2], v[3], v[4], v[5]);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kernels, GuardedFile, ::testing::Bool(),
-                         [](const auto& test) { return test.param ? "Old" : "New"; });
+INSTANTIATE_TEST_SUITE_P(Kernels, GuardedFile, ::testing::Values(0, ENOSYS, EPERM), [](const auto& test) {
+    return test.param == 0 ? "New" : test.param == ENOSYS ? "Old" : "Filtered";
+});
 
 TEST_P(GuardedFile, CreatesAndTruncatesAPlainFile) {
     for (const char* text : {"a longer text", "short"}) {

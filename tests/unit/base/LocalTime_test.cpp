@@ -31,8 +31,14 @@ TEST(LocalTime, FollowsTheZoneOfTheSet) {
     EXPECT_EQ(FormatLocalTime(0), "1969-12-31T20:30:00");
 }
 
-TEST(LocalTime, SurvivesATimeThatHasNoDate) {
+TEST(LocalTime, KeepsItsLengthBeyondTheYear9999) {
     UseZone("UTC0");
-    EXPECT_FALSE(FormatLocalTime(std::numeric_limits<std::time_t>::max()).empty());
-    EXPECT_FALSE(FormatLocalTime(std::numeric_limits<std::time_t>::min()).empty());
+    EXPECT_EQ(FormatLocalTime(253402300799), "9999-12-31T23:59:59");
+    EXPECT_EQ(FormatLocalTime(253402300800), "10000-01-01T00:00:0");
+}
+
+TEST(LocalTime, OfATimeThatHasNoDateIsAllZeros) {
+    UseZone("UTC0");
+    EXPECT_EQ(FormatLocalTime(std::numeric_limits<std::time_t>::max()), "1900-01-00T00:00:00");
+    EXPECT_EQ(FormatLocalTime(std::numeric_limits<std::time_t>::min()), "1900-01-00T00:00:00");
 }
