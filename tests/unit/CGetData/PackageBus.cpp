@@ -1,5 +1,7 @@
 #include "PackageBus.h"
 
+#include <dlfcn.h>
+
 #include <stdexcept>
 #include <utility>
 
@@ -10,6 +12,8 @@ namespace {
     static_cast<GLogLevelFlags>(static_cast<int>(G_LOG_FATAL_MASK) | static_cast<int>(G_LOG_LEVEL_CRITICAL)));
 
 constexpr const char* kName = "org.vesta.pkgmgr";
+
+std::atomic<int> g_defaultTimeout{0};
 
 GDBusConnection* Connect(GTestDBus* bus) {
     const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
@@ -48,6 +52,21 @@ SizeCall Describe(GDBusMessage* message) {
 }
 
 }  // namespace
+
+/// Stands in front of GIO's.
+extern "C" GVariant* g_dbus_proxy_call_sync(GDBusProxy* proxy, const gchar* method, GVariant* parameters,
+                                            GDBusCallFlags flags, gint timeout, GCancellable* cancellable,
+                                            GError** error) {
+    static auto* const next =
+        reinterpret_cast<decltype(&g_dbus_proxy_call_sync)>(dlsym(RTLD_NEXT, "g_dbus_proxy_call_sync"));
+    const bool shorten = timeout == -1 && g_defaultTimeout != 0;
+    return next(proxy, method, parameters, flags, shorten ? g_defaultTimeout.load() : timeout, cancellable,
+                error);
+}
+
+void PackageBus::ShortenDefaultTimeout(int milliseconds) {
+    g_defaultTimeout = milliseconds;
+}
 
 PackageBus::PackageBus() : m_bus(g_test_dbus_new(G_TEST_DBUS_NONE)) {
     g_test_dbus_up(m_bus);

@@ -45,6 +45,10 @@ public:
     /// The library's end is closed.
     void CloseClient();
 
+    /// Calls that leave the time to the bus give up after this one, not after its half minute; 0 takes it
+    /// back.
+    static void ShortenDefaultTimeout(int milliseconds);
+
     int CallCount() const { return m_callCount; }
     std::vector<SizeCall> Calls();
 

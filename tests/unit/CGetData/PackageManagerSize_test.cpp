@@ -182,6 +182,26 @@ TEST(PackageManagerSize, GivesUpWhenTheServiceDiesInMidCall) {
     ExpectFiveWaits();
 }
 
+TEST(PackageManagerSize, GivesUpOnAServiceThatNeverAnswers) {
+    PackageBus bus;
+    bus.Serve([](GDBusMessage*, const SizeCall&) { return nullptr; });
+    PackageBus::ShortenDefaultTimeout(50);
+    EXPECT_EQ(Ask(bus.Connection()), -2);
+    EXPECT_EQ(bus.CallCount(), 6);
+    ExpectFiveWaits();
+    ExpectNoProxy(bus.Connection());
+}
+
+TEST(PackageManagerSize, RefusesAnOversizedReply) {
+    PackageBus bus;
+    const std::string huge(8 * 1024 * 1024, 'x');
+    bus.Serve([&](GDBusMessage* message, const SizeCall&) {
+        return PackageBus::Reply(message, g_variant_new("(ixs)", 0, gint64{5}, huge.c_str()));
+    });
+    EXPECT_EQ(Ask(bus.Connection()), -1);
+    EXPECT_EQ(bus.CallCount(), 1);
+}
+
 TEST(PackageManagerSize, GivesUpOnAClosedConnection) {
     PackageBus bus;
     bus.ServeSizes(0, 1, 1);
