@@ -28,7 +28,7 @@ void PrintSet(const Json& document) {
             table.AddRow({key, std::to_string(value.size()) + " entries"});
         } else if (value.is_object()) {
             for (const auto& [inner, innerValue] : value.items()) {
-                table.AddRow({key + "." + inner, Shown(innerValue)});
+                table.AddRow({std::string(key).append(".").append(inner), Shown(innerValue)});
             }
         } else {
             table.AddRow({key, Shown(value)});

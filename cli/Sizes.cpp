@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace cli {
@@ -22,7 +23,7 @@ std::string SizeText(long long bytes) {
 
 std::string Bar(long long part, long long whole, int width) {
     const double share = whole <= 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
-    const int filled = std::clamp(static_cast<int>(share * width + 0.5), 0, width);
+    const int filled = std::clamp(static_cast<int>(std::lround(share * width)), 0, width);
     return "[" + std::string(static_cast<std::size_t>(filled), '#') +
            std::string(static_cast<std::size_t>(width - filled), '.') + "]";
 }
