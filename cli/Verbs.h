@@ -30,5 +30,6 @@ void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection)
 void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddMapVerbs(CLI::App& app, Selection& selection);
 
 }  // namespace cli

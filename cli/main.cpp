@@ -74,6 +74,7 @@ int main(int argc, char** argv) {
     cli::AddAppVerbs(app, session, selection);
     cli::AddCheckVerbs(app, session, selection);
     cli::AddJournalVerbs(app, session, selection);
+    cli::AddMapVerbs(app, selection);
 
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     try {

@@ -1,0 +1,46 @@
+// Finds everything in a solution map that fails silently on a set, in one pass over the map.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Document.h"
+#include "Rules.h"
+#include "TextFiles.h"
+
+namespace kuramap {
+
+struct Finding {
+    const Rule* rule = nullptr;
+    Severity severity = Severity::kError;
+    std::string file;
+    Position position;
+    std::string issue;    ///< the issue code that it concerns, empty for none
+    std::string message;  ///< one sentence or more, without the issue and the tag
+};
+
+struct CheckOptions {
+    std::map<std::string, Severity> severities;  ///< by tag, instead of the rule's own
+    std::vector<TextTable> texts;                ///< one a language; without any, texts are not looked at
+    std::optional<std::size_t> width;            ///< the most characters of a text
+    std::optional<CodeList> codes;               ///< what the engine reports
+    std::optional<AllowList> allowed;
+};
+
+struct CheckResult {
+    std::vector<Finding> findings;  ///< by file as given, then by place
+    std::size_t allowed = 0;        ///< findings that the allow file accepts
+
+    std::size_t Count(Severity severity) const;
+};
+
+/// The findings of one document, sorted by place, severities applied, those off left out.
+std::vector<Finding> CheckDocument(const Document& document, const CheckOptions& options);
+
+/// The findings of several documents; the allow file is applied, and what of it was not used is reported.
+CheckResult CheckDocuments(const std::vector<Document>& documents, const CheckOptions& options);
+
+}  // namespace kuramap

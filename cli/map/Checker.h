@@ -1,0 +1,80 @@
+// The work of one check: what the groups of rules share.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Check.h"
+#include "SolutionMap.h"
+
+namespace kuramap {
+
+/// A value of the document in a message: quoted, on one line, cut when it is long.
+std::string Quoted(std::string_view text);
+
+class Checker {
+public:
+    Checker(const Document& document, const CheckOptions& options)
+        : m_document(document), m_map(document), m_options(options) {}
+
+    /// Everything found, sorted by place.
+    std::vector<Finding> Run();
+
+private:
+    struct Place {
+        std::size_t offset = 0;
+        std::string issue;
+    };
+
+    void Report(std::string_view tag, Place place, std::string message);
+
+    Place At(const Element& element) const { return {element.offset, ""}; }
+    Place At(const Solution& solution) const;
+    /// Of one field; of the solution itself where the field is not written.
+    Place At(const Solution& solution, Field field) const;
+    Place AtAttribute(const Element& element, std::uint32_t attribute) const;
+    const Element& ElementOf(const Solution& solution) const {
+        return m_document.Elements()[solution.element];
+    }
+
+    // CheckStructure.cpp
+    void CheckReading();
+    void CheckRoot();
+    void CheckCount();
+    void CheckVersion();
+    void CheckElements();
+    void CheckNesting(const Element& element, ElementKind kind);
+    void CheckAttributes(const Element& element, ElementKind kind);
+    void CheckSpelling(const Name& name, std::size_t offset, const char* what);
+    void CheckTextContent();
+
+    // CheckSolutions.cpp
+    void CheckSolution(const Solution& solution);
+    void CheckIssueCode(const Solution& solution);
+    void CheckSolutionCode(const Solution& solution);
+    void CheckAction(const Solution& solution);
+    void CheckTarget(const Solution& solution);
+    void CheckValues(const Solution& solution);
+    void CheckNumber(const Solution& solution, const Value& value, ValueUse use);
+    void CheckKeptTexts(const Solution& solution);
+    void CheckFilters(const Solution& solution);
+    void CheckRepeatedIssues();
+
+    // CheckTexts.cpp
+    void CheckTexts();
+    void CheckText(std::string_view id, const Place& place);
+    void CheckCodes();
+
+    const Document& m_document;
+    const SolutionMap m_map;
+    const CheckOptions& m_options;
+    std::vector<bool> m_spellingsSeen;  // by the name's id
+    std::uint32_t m_lastMisplacedIn = kNoElement;
+    std::vector<std::pair<std::size_t, Finding>> m_findings;
+};
+
+}  // namespace kuramap

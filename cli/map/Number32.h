@@ -1,0 +1,31 @@
+// How a set reads a number from a text. It is a 32-bit machine: leading blanks are skipped, what follows the
+// digits is ignored, and what does not fit becomes the nearest number that does.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace kuramap {
+
+struct Number32 {
+    bool hasDigits = false;
+    bool hasBlanks = false;  ///< before the digits
+    bool hasSign = false;
+    bool hasLeadingZero = false;  ///< more digits follow the zero
+    bool hasRest = false;         ///< something follows the digits
+    bool isNegative = false;
+    std::uint64_t magnitude = 0;  ///< without the sign; stops at 2^63
+
+    static Number32 Read(std::string_view text);
+
+    /// A whole number and nothing else.
+    bool IsPlain() const { return hasDigits && !hasBlanks && !hasRest; }
+    bool FitsSigned() const { return magnitude <= (isNegative ? 2147483648u : 2147483647u); }
+
+    /// As a signed number of the set; 0 without digits.
+    std::int32_t Signed() const;
+    /// As an unsigned number of the set; a minus sign wraps; 0 without digits.
+    std::uint32_t Unsigned() const;
+};
+
+}  // namespace kuramap
