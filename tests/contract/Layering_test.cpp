@@ -36,7 +36,12 @@ const Layer kLayers[] = {
     {"simulator/sandbox/", {}},
     {"cli/",
      {"include/", "platform/host/", "simulator/KuraSet.h", "simulator/SetSandbox.h",
-      "simulator/sandbox/Sandbox.h"}},
+      "simulator/sandbox/Sandbox.h", "cli/map/"}},
+    {"cli/map/", {}},
+    {"tests/map/", {"cli/map/", "tests/road/"}},
+    {"tests/map/promise/",
+     {"cli/map/", "tests/fakes/", "tests/unit/KURA_DiagResultManager/", "include/", "platform/",
+      "platform/host/"}},
     {"tests/fakes/", {"include/", "platform/", "platform/host/"}},
     {"tests/contract/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"tests/unit/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
@@ -45,7 +50,7 @@ const Layer kLayers[] = {
     {"tests/sandbox/", {"simulator/sandbox/"}},
     {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"tests/road/", {}},
-    {"bench/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
+    {"bench/", {"cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 
 /// Where a quoted name is looked up after the file's own folder, by the first folder of the file.
@@ -55,8 +60,10 @@ const std::map<std::string, Names> kSearched = {
     {"src", {"src", "include", "platform"}},
     {"simulator", {"simulator", "simulator/sandbox", "platform", "include", "src"}},
     {"cli", {"cli", "include", "platform", "simulator", "simulator/sandbox", "src"}},
-    {"tests", {"tests", "tests/fakes", "include", "platform", "src", "simulator", "simulator/sandbox"}},
-    {"bench", {"bench", "tests/fakes", "include", "platform", "src", "simulator"}},
+    {"tests",
+     {"tests", "tests/fakes", "tests/unit/KURA_DiagResultManager", "include", "platform", "src", "simulator",
+      "simulator/sandbox", "cli"}},
+    {"bench", {"bench", "tests/fakes", "include", "platform", "src", "simulator", "cli"}},
 };
 
 /// In the library, the only places of each header that is not the standard's or the system's.

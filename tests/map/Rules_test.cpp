@@ -1,0 +1,141 @@
+// Each rule has a folder with a map that it finds something in, the same map mended, and what is expected of
+// the first.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "map/Check.h"
+#include "map/Document.h"
+#include "map/Rules.h"
+#include "map/TextFiles.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kFixtures = fs::path(KURA_SOURCE) / "tests/map/rules";
+
+nlohmann::json ExpectedOf(const fs::path& folder) {
+    return nlohmann::json::parse(std::ifstream(folder / "expected.json"));
+}
+
+kuramap::CheckOptions OptionsOf(const fs::path& folder) {
+    const nlohmann::json expected = ExpectedOf(folder);
+    kuramap::CheckOptions options;
+    for (const auto& file : expected.value("texts", nlohmann::json::array())) {
+        options.texts.push_back(kuramap::TextTable::Read(folder / file.get<std::string>()));
+    }
+    if (expected.contains("codes")) {
+        options.codes = kuramap::CodeList::Read(folder / expected.at("codes").get<std::string>());
+    }
+    if (expected.contains("allow")) {
+        options.allowed = kuramap::AllowList::Read(folder / expected.at("allow").get<std::string>());
+    }
+    if (expected.contains("width")) {
+        options.width = expected.at("width").get<std::size_t>();
+    }
+    return options;
+}
+
+std::vector<kuramap::Finding> FindingsOf(const fs::path& folder, const std::string& map,
+                                         std::string_view tag) {
+    std::vector<kuramap::Document> documents;
+    documents.push_back(kuramap::Document::Read(folder / map));
+    std::vector<kuramap::Finding> found;
+    for (kuramap::Finding& finding : kuramap::CheckDocuments(documents, OptionsOf(folder)).findings) {
+        if (finding.rule->tag == tag) {
+            found.push_back(std::move(finding));
+        }
+    }
+    return found;
+}
+
+/// By the rule's tag.
+class RuleFixture : public testing::TestWithParam<std::string_view> {
+protected:
+    fs::path Folder() const { return kFixtures / GetParam(); }
+    const kuramap::Rule& Rule() const { return *kuramap::FindRule(GetParam()); }
+};
+
+TEST_P(RuleFixture, IsFoundAtItsPlaceWithItsSeverity) {
+    const nlohmann::json expected = ExpectedOf(Folder());
+    const std::vector<kuramap::Finding> found = FindingsOf(Folder(), "fail.xml", GetParam());
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].position.line, expected.at("line").get<std::size_t>());
+    EXPECT_EQ(found[0].position.column, expected.at("column").get<std::size_t>());
+    EXPECT_EQ(found[0].severity, Rule().severity);
+    EXPECT_EQ(found[0].issue, expected.value("issue", ""));
+    EXPECT_EQ(fs::path(found[0].file).filename(), expected.value("file", "fail.xml"));
+    EXPECT_GT(found[0].message.size(), 20u);
+}
+
+TEST_P(RuleFixture, IsSilentOnTheMendedMap) {
+    EXPECT_THAT(FindingsOf(Folder(), "pass.xml", GetParam()), testing::IsEmpty());
+}
+
+TEST_P(RuleFixture, MayBeTurnedOffAndRaised) {
+    std::vector<kuramap::Document> documents;
+    documents.push_back(kuramap::Document::Read(Folder() / "fail.xml"));
+    kuramap::CheckOptions options = OptionsOf(Folder());
+    const auto count = [&](kuramap::Severity severity) {
+        const std::vector<kuramap::Finding> findings = kuramap::CheckDocuments(documents, options).findings;
+        return std::count_if(findings.begin(), findings.end(), [&](const kuramap::Finding& finding) {
+            return finding.rule->tag == GetParam() && finding.severity == severity;
+        });
+    };
+    const std::string tag(GetParam());
+    for (const kuramap::Severity severity :
+         {kuramap::Severity::kError, kuramap::Severity::kWarning, kuramap::Severity::kInfo}) {
+        options.severities = {{tag, severity}};
+        EXPECT_EQ(count(severity), 1) << kuramap::NameOf(severity);
+    }
+    options.severities = {{tag, kuramap::Severity::kOff}};
+    EXPECT_EQ(count(kuramap::Severity::kOff) + count(Rule().severity), 0);
+}
+
+std::string TestName(const testing::TestParamInfo<std::string_view>& rule) {
+    std::string name(rule.param);
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Rules, RuleFixture, testing::ValuesIn(kuramap::NamesOfTags()), TestName);
+
+TEST(Rules, EachHasAFolderAndEachFolderARule) {
+    std::set<std::string> folders;
+    for (const fs::directory_entry& entry : fs::directory_iterator(kFixtures)) {
+        folders.insert(entry.path().filename());
+    }
+    std::set<std::string> tags;
+    for (const kuramap::Rule& rule : kuramap::Rules()) {
+        tags.emplace(rule.tag);
+    }
+    EXPECT_EQ(folders, tags);
+    EXPECT_EQ(tags.size(), kuramap::Rules().size());
+}
+
+TEST(Rules, AreExplainedOnTheirPage) {
+    std::ifstream page(fs::path(KURA_SOURCE) / "docs/map-rules.md");
+    const std::string text{std::istreambuf_iterator<char>(page), std::istreambuf_iterator<char>()};
+    EXPECT_EQ(text, kuramap::RulesPage())
+        << "write it again: kura map explain --markdown > docs/map-rules.md";
+}
+
+TEST(Rules, ExplainGivesEveryPart) {
+    for (const kuramap::Rule& rule : kuramap::Rules()) {
+        const std::string text = kuramap::Explain(rule);
+        for (const std::string_view part : {rule.tag, rule.summary, rule.effect, rule.example, rule.mend}) {
+            EXPECT_THAT(text, testing::HasSubstr(std::string(part))) << rule.tag;
+            EXPECT_FALSE(part.empty()) << rule.tag;
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,19 @@
+// Random solution maps: most of each is as an author would write it, and mischief is strewn in at a rate that
+// differs from map to map.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+
+namespace randommap {
+
+struct Map {
+    std::string text;
+    bool hasMischief = false;  ///< false: written throughout as the documentation of the format advises
+};
+
+/// The same seed gives the same map on every machine.
+Map Make(std::uint64_t seed);
+
+}  // namespace randommap
