@@ -1,0 +1,54 @@
+// map_cost check|peak SOLUTIONS: one check of one solution map by the knowledge-base tool.
+//   check  for counting what it costs
+//   peak   prints "peak-bytes-per-solution", by the memory that the process held at most
+#include <sys/resource.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "Cost.h"
+#include "Documents.h"
+#include "map/Check.h"
+#include "map/Document.h"
+
+namespace {
+
+long MostHeld() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss * 1024;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string what = argc == 3 ? argv[1] : "";
+    if (what != "check" && what != "peak") {
+        std::fputs("usage: map_cost check|peak SOLUTIONS\n", stderr);
+        return 64;
+    }
+    const std::size_t solutions = std::strtoul(argv[2], nullptr, 10);
+    kuramap::CheckDocument(kuramap::Document::Parse(bench::SolutionMapText(1), "first"), {});
+
+    const std::string text = bench::SolutionMapText(solutions);
+    const long before = MostHeld();
+    std::size_t errors = 0;
+    std::size_t elements = 0;
+    bench::Measure(what, [&] {
+        const kuramap::Document document = kuramap::Document::Parse(text, "map");
+        elements = document.Elements().size();
+        for (const kuramap::Finding& finding : kuramap::CheckDocument(document, {})) {
+            errors += finding.severity == kuramap::Severity::kError ? 1 : 0;
+        }
+    });
+    if (errors != 0 || elements < solutions) {
+        std::fputs("the document was not read, or not found in order\n", stderr);
+        return 1;
+    }
+    if (what == "peak") {
+        std::printf("peak-bytes-per-solution %ld\n", (MostHeld() - before) / static_cast<long>(solutions));
+    }
+    return 0;
+}
