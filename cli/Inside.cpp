@@ -1,9 +1,13 @@
 #include "Inside.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
-#include <iostream>
 #include <utility>
 
 #include "KURA_SO_Interface.h"
@@ -41,9 +45,37 @@ bool IsHidden(const fs::path& path) {
     return false;
 }
 
-}  // namespace
+/// A file in memory that takes the document of the run inside.
+class Memory {
+public:
+    Memory() : m_descriptor(memfd_create("kura-answer", MFD_CLOEXEC)) {
+        if (m_descriptor < 0) {
+            throw VerbError(ExitCode::kFailed,
+                            std::string("no room for the answer: ") + std::strerror(errno));
+        }
+    }
+    Memory(const Memory&) = delete;
+    Memory& operator=(const Memory&) = delete;
+    ~Memory() { close(m_descriptor); }
 
-int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments) {
+    int Descriptor() const { return m_descriptor; }
+
+    std::string Text() const {
+        std::string text;
+        std::array<char, 16384> part{};
+        ssize_t count = 0;
+        while ((count = pread(m_descriptor, part.data(), part.size(), static_cast<off_t>(text.size()))) > 0) {
+            text.append(part.data(), static_cast<std::size_t>(count));
+        }
+        return text;
+    }
+
+private:
+    int m_descriptor;
+};
+
+kurasandbox::SandboxOptions OptionsFor(const kuraset::SetDirectory& set,
+                                       const std::vector<std::string>& arguments) {
     fs::path program = fs::read_symlink("/proc/self/exe");
     const fs::path tree = program.parent_path().parent_path();
     const bool hidden = IsHidden(tree);
@@ -57,7 +89,10 @@ int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& 
     if (hidden) {
         options.binds.push_back({tree, kSeenTree, false});
     }
-    std::cout << std::flush;
+    return options;
+}
+
+int RunSandbox(const kurasandbox::SandboxOptions& options) {
     const int status = kurasandbox::RunInSandbox(options);
     if (status == kurasandbox::kNoSandbox) {
         throw VerbError(ExitCode::kFailed, "the sandbox could not be made (its reason is above)");
@@ -65,6 +100,25 @@ int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& 
     if (status > 128) {
         throw VerbError(ExitCode::kFailed, "the run was cut off by signal " + std::to_string(status - 128));
     }
+    return status;
+}
+
+}  // namespace
+
+int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json) {
+    kurasandbox::SandboxOptions options = OptionsFor(set, arguments);
+    if (!json) {
+        return RunSandbox(options);
+    }
+    const Memory answer;
+    options.standardOutput = answer.Descriptor();
+    const int status = RunSandbox(options);
+    const Json document = Json::parse(answer.Text(), nullptr, false);
+    if (document.is_discarded()) {
+        throw VerbError(ExitCode::kFailed,
+                        "the run ended with status " + std::to_string(status) + " and without an answer");
+    }
+    PrintDocument(document);
     return status;
 }
 

@@ -8,8 +8,10 @@
 
 namespace cli {
 
-/// Runs this program with the same arguments on the set, inside its sandbox, and returns its exit code. A
-/// sandbox that cannot be made, or a run that a signal ended (the set lost its power), throws VerbError.
-int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments);
+/// Runs this program with the same arguments on the set, inside its sandbox, delivers its answer and returns
+/// its exit code. With json the document is delivered once the run has ended properly, so that it is the only
+/// one. A sandbox that cannot be made, a run that a signal ended (the set lost its power) or that ended
+/// without an answer throws VerbError.
+int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json);
 
 }  // namespace cli

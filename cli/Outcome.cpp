@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include <iostream>
+#include "Answer.h"
 
 namespace cli {
 
@@ -39,8 +39,8 @@ std::string Shown(const Json& value) {
 }
 
 void PrintDocument(const Json& document) {
-    const int indent = isatty(STDOUT_FILENO) != 0 ? 2 : -1;
-    std::cout << document.dump(indent, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
+    const int indent = isatty(AnswerDescriptor()) != 0 ? 2 : -1;
+    Deliver(document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 }  // namespace cli

@@ -44,7 +44,8 @@ Json ToDocument(const nlohmann::json& value);
 /// A value for people: a text as it is, anything else as JSON writes it.
 std::string Shown(const Json& value);
 
-/// Prints one document on standard output; bytes that are not UTF-8 become the replacement character.
+/// Prints one document on standard output; bytes that are not UTF-8 become the replacement character. Throws
+/// AnswerLost.
 void PrintDocument(const Json& document);
 
 }  // namespace cli

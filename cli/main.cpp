@@ -1,13 +1,13 @@
 // kura: a development host. Verbs that need the library run in a sandbox that gives this program, started a
 // second time, the set's folders at the library's compiled-in paths; all others work on the set's files as
 // they are.
-#include <unistd.h>
-
 #include <algorithm>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include "Answer.h"
+#include "CommandTree.h"
 #include "Inside.h"
 #include "Outcome.h"
 #include "Session.h"
@@ -18,10 +18,14 @@ namespace {
 using cli::ExitCode;
 
 int Fail(bool json, ExitCode code, const std::string& message) {
-    if (json) {
-        cli::PrintDocument(cli::ErrorDocument(code, message));
-    }
     std::cerr << "kura: " << message << '\n';
+    if (json) {
+        try {
+            cli::PrintDocument(cli::ErrorDocument(code, message));
+        } catch (const cli::AnswerLost& lost) {
+            std::cerr << "kura: " << lost.what() << '\n';
+        }
+    }
     return static_cast<int>(code);
 }
 
@@ -29,40 +33,86 @@ ExitCode CodeOf(kuraset::SetError::Kind kind) {
     return kind == kuraset::SetError::Kind::NotFound ? ExitCode::kNoSuchItem : ExitCode::kFailed;
 }
 
+/// Delivers what makes returns; whatever goes wrong is said in one sentence.
+int Answer(bool json, const std::function<int()>& make) {
+    try {
+        return make();
+    } catch (const cli::AnswerLost& lost) {
+        return Fail(false, lost.Code(), lost.what());
+    } catch (const cli::VerbError& error) {
+        return Fail(json, error.Code(), error.what());
+    } catch (const kuraset::SetError& error) {
+        return Fail(json, CodeOf(error.kind()), error.what());
+    } catch (const std::exception& error) {
+        return Fail(json, ExitCode::kFailed, error.what());
+    }
+}
+
 int Run(const cli::Session& session, const cli::Selection& selection,
         const std::vector<std::string>& arguments) {
-    try {
-        if (selection.place == cli::Place::kInside && !cli::IsInside()) {
-            return cli::RunInside(session.OpenSet(), arguments);
-        }
-        const cli::Outcome outcome = selection.run();
-        if (session.json) {
-            cli::PrintDocument(outcome.document);
-        } else {
-            outcome.printText();
-            std::cout << std::flush;
-        }
-        return static_cast<int>(outcome.code);
-    } catch (const cli::VerbError& error) {
-        return Fail(session.json, error.Code(), error.what());
-    } catch (const kuraset::SetError& error) {
-        return Fail(session.json, CodeOf(error.kind()), error.what());
-    } catch (const std::exception& error) {
-        return Fail(session.json, ExitCode::kFailed, error.what());
+    if (selection.place == cli::Place::kInside && !cli::IsInside()) {
+        return cli::RunInside(session.OpenSet(), arguments, session.json);
     }
+    const cli::Outcome outcome = selection.run();
+    if (session.json) {
+        cli::PrintDocument(outcome.document);
+    } else {
+        cli::DeliverText(outcome.printText);
+    }
+    return static_cast<int>(outcome.code);
+}
+
+int Help(const CLI::App& app, bool json) {
+    if (json) {
+        cli::PrintDocument(cli::DescribeCommand(cli::NamedVerb(app)));
+    } else {
+        cli::Deliver(app.help());
+    }
+    return static_cast<int>(ExitCode::kDone);
+}
+
+int Version(const CLI::App& app, bool json) {
+    if (json) {
+        cli::PrintDocument({{"version", app.version()}});
+    } else {
+        cli::Deliver(app.version() + "\n");
+    }
+    return static_cast<int>(ExitCode::kDone);
+}
+
+/// What is wrong with the command line, in one sentence.
+std::string Complaint(const CLI::App& app, const CLI::ParseError& error) {
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::RequiredError)) {
+        return error.what();
+    }
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (!unknown.empty()) {
+        return (unknown.front().rfind('-', 0) == 0 ? "no such option: " : "no such verb: ") + unknown.front();
+    }
+    const CLI::App& verb = cli::NamedVerb(app);
+    const bool group = !verb.get_subcommands([](const CLI::App*) { return true; }).empty();
+    return group ? "a verb is missing (kura --help lists them)" : error.what();
+}
+
+/// Whether the answer is to be a document, also where the rest of the command line makes no sense.
+bool JsonWanted(const std::vector<std::string>& arguments) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    return std::find(arguments.begin(), end, "--json") != end;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    cli::OpenMissingStreams();
     CLI::App app{"A development host for libkura_parser.so: diagnose, repair and inspect a simulated set.",
                  "kura"};
     cli::Session session;
     cli::Selection selection;
     app.add_option("--set", session.setOption,
                    "The set's directory (default: below the user's data directory)");
-    app.add_flag("--json", session.json, "Print exactly one JSON document");
+    app.add_flag("--json", session.json, "Print exactly one JSON document")->disable_flag_override();
     app.add_option("--language", session.language, "Language of the texts")->capture_default_str();
+    app.set_version_flag("--version", KURA_VERSION, "Print the version");
     app.require_subcommand(1);
     app.fallthrough();
     cli::AddSetVerbs(app, session, selection);
@@ -77,14 +127,20 @@ int main(int argc, char** argv) {
     cli::AddMapVerbs(app, selection);
 
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
-            return app.exit(error);
+    const bool json = JsonWanted(arguments);
+    return Answer(json, [&] {
+        if (json) {
+            cli::ReserveStandardOutput();
         }
-        const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
-        return Fail(json, ExitCode::kUsage, error.what());
-    }
-    return Run(session, selection, arguments);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::CallForHelp&) {
+            return Help(app, json);
+        } catch (const CLI::CallForVersion&) {
+            return Version(app, json);
+        } catch (const CLI::ParseError& error) {
+            throw cli::VerbError(ExitCode::kUsage, Complaint(app, error));
+        }
+        return Run(session, selection, arguments);
+    });
 }

@@ -157,7 +157,7 @@ private:
 };
 
 /// The error number of the start; on success process is set.
-int Start(const Arguments& arguments, int keptDescriptor, pid_t& process) {
+int Start(const Arguments& arguments, int keptDescriptor, int standardOutput, pid_t& process) {
     std::vector<char*> pointers;
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
@@ -167,6 +167,9 @@ int Start(const Arguments& arguments, int keptDescriptor, pid_t& process) {
     posix_spawn_file_actions_init(&actions);
     // A descriptor duplicated onto itself loses its close-on-exec mark.
     posix_spawn_file_actions_adddup2(&actions, keptDescriptor, keptDescriptor);
+    if (standardOutput >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, standardOutput, STDOUT_FILENO);
+    }
     const int error = posix_spawnp(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     return error;
@@ -217,7 +220,7 @@ int RunInSandbox(const SandboxOptions& options) try {
         personality(ADDR_NO_RANDOMIZE);
     }
     pid_t process = 0;
-    const int error = Start(arguments, status.WriteEnd(), process);
+    const int error = Start(arguments, status.WriteEnd(), options.standardOutput, process);
     if (error != 0) {
         std::fprintf(stderr, "sandbox: cannot start bubblewrap (Debian package bubblewrap): %s\n",
                      std::strerror(error));

@@ -53,6 +53,9 @@ struct SandboxOptions {
     /// take.
     bool fixedAddresses = false;
 
+    /// What the command has for standard output; that of the caller when negative.
+    int standardOutput = -1;
+
     std::vector<std::string> command;
 };
 
