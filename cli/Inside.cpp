@@ -14,6 +14,7 @@
 #include "Outcome.h"
 #include "Session.h"
 #include "SetSandbox.h"
+#include "SetUse.h"
 #include "sandbox/Sandbox.h"
 
 namespace cli {
@@ -43,6 +44,14 @@ bool IsHidden(const fs::path& path) {
         }
     }
     return false;
+}
+
+std::string Joined(const std::vector<std::string>& arguments) {
+    std::string line;
+    for (const std::string& argument : arguments) {
+        line += (line.empty() ? "" : " ") + argument;
+    }
+    return line;
 }
 
 /// A file in memory that takes the document of the run inside.
@@ -106,6 +115,7 @@ int RunSandbox(const kurasandbox::SandboxOptions& options) {
 }  // namespace
 
 int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json) {
+    const kuraset::SetUse use(set.Path(), "kura " + Joined(arguments));
     kurasandbox::SandboxOptions options = OptionsFor(set, arguments);
     if (!json) {
         return RunSandbox(options);

@@ -80,18 +80,19 @@ kuraset::SetDirectory MakeSet(const fs::path& path, const fs::path& examples) {
     const nlohmann::json description = ReadJsonFile(examples / "set" / "set.json");
     const nlohmann::json settings = ReadJsonFile(examples / "set" / "settings.json");
     const nlohmann::json records = ReadJsonFile(examples / "set" / "engine.json");
-    auto set = kuraset::SetDirectory::Create(path, description, settings);
-    try {
-        LoadEngineRecords(set, records);
+    return kuraset::SetDirectory::Create(path, description, settings, [&](const kuraset::SetDirectory& set) {
+        try {
+            LoadEngineRecords(set, records);
+        } catch (const nlohmann::json::exception& error) {
+            throw VerbError(ExitCode::kFailed,
+                            (examples / "set" / "engine.json").string() + ": " + error.what());
+        }
         const fs::path map = set.FilesOpt() / kMapBelowOpt;
         fs::create_directories(map.parent_path());
         fs::copy_file(examples / "SolutionMap.xml", map, fs::copy_options::overwrite_existing);
         fs::copy(examples / "texts", set.Path() / "texts",
                  fs::copy_options::recursive | fs::copy_options::overwrite_existing);
-    } catch (const nlohmann::json::exception& error) {
-        throw VerbError(ExitCode::kFailed, (examples / "set" / "engine.json").string() + ": " + error.what());
-    }
-    return set;
+    });
 }
 
 nlohmann::json ReadJsonFile(const fs::path& path) {

@@ -1,7 +1,10 @@
+#include <unistd.h>
+
 #include <filesystem>
 #include <iostream>
 #include <memory>
 
+#include "SetUse.h"
 #include "Table.h"
 #include "Verbs.h"
 
@@ -45,21 +48,41 @@ struct NewOptions {
     bool force = false;
 };
 
-/// Only a folder that holds a set is ever removed.
-void RemoveOldSet(const fs::path& path) {
-    if (!fs::exists(path) || fs::is_empty(path)) {
-        return;
+/// Whether there is a set to replace. Anything else that lies there is left alone.
+bool HoldsSet(const fs::path& path) {
+    std::error_code error;
+    if (!fs::exists(path, error) || fs::is_empty(path, error)) {
+        return false;
+    }
+    if (fs::exists(path / "format.json", error) && fs::exists(path / "files", error)) {
+        return true;  // whole, damaged, half made or from another version
     }
     kuraset::SetDirectory::Open(path);
-    fs::remove_all(path);
+    return true;
+}
+
+/// The new set is whole before the old one goes.
+kuraset::SetDirectory ReplaceSet(const fs::path& path, const fs::path& examples) {
+    const fs::path place = fs::canonical(path);
+    const fs::path fresh = place.string() + ".new-" + std::to_string(getpid());
+    const fs::path old = place.string() + ".old-" + std::to_string(getpid());
+    MakeSet(fresh, examples);
+    try {
+        const kuraset::SetUse use(place, "kura set new");
+        fs::rename(place, old);
+        fs::rename(fresh, place);
+    } catch (...) {
+        fs::remove_all(fresh);
+        throw;
+    }
+    fs::remove_all(old);
+    return kuraset::SetDirectory::Open(path);
 }
 
 Outcome NewSet(const Session& session, const NewOptions& options) {
     const fs::path path = session.SetPath();
-    if (options.force) {
-        RemoveOldSet(path);
-    }
-    const auto set = MakeSet(path, options.from.empty() ? ExamplesFolder() : fs::path(options.from));
+    const fs::path examples = options.from.empty() ? ExamplesFolder() : fs::path(options.from);
+    const auto set = options.force && HoldsSet(path) ? ReplaceSet(path, examples) : MakeSet(path, examples);
     const Json document = SetDocument(set);
     return {document, [document] {
                 std::cout << "Made a set at " << document.at("set").get<std::string>() << ": "

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -71,11 +72,13 @@ public:
     /// Makes a new set: the directory (its parents too), set.json, settings.json, files/ with the folders
     /// that a set has from the factory, the engine's databases and the folders and files of the apps
     /// (LayOutApps). Io when the directory exists and is not empty. settings: an object of whole numbers,
-    /// booleans and texts.
+    /// booleans and texts. fill adds what else belongs to the set before it counts as made; when anything
+    /// throws, nothing is left of it.
     static SetDirectory Create(const std::filesystem::path& path, const json& description,
-                               const json& settings = json::object());
+                               const json& settings = json::object(),
+                               const std::function<void(const SetDirectory&)>& fill = {});
 
-    /// Opens a set and checks set.json and settings.json.
+    /// Opens a set and checks its format, set.json and settings.json.
     static SetDirectory Open(const std::filesystem::path& path);
 
     /// The set that the environment names; NotFound when it names none.

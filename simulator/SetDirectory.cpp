@@ -7,6 +7,7 @@
 #include "AppFolders.h"
 #include "EngineStore.h"
 #include "FileAccess.h"
+#include "SetFormat.h"
 
 namespace kuraset {
 
@@ -97,20 +98,9 @@ void LayOutApp(const SetDirectory& set, const json& app) {
     }
 }
 
-}  // namespace
-
-SetDirectory::SetDirectory(fs::path path) : m_path(std::move(path)) {}
-
-SetDirectory SetDirectory::Create(const fs::path& path, const json& description, const json& settings) {
-    CheckDescription(description);
-    std::error_code error;
-    if (fs::exists(fs::symlink_status(path, error)) &&
-        !(fs::is_directory(path, error) && fs::is_empty(path, error))) {
-        throw SetError(SetError::Kind::Io, path.string() + ": there is something already");
-    }
-    const SetDirectory set(fs::absolute(path, error).lexically_normal());
+void MakeFactoryState(const SetDirectory& set, const json& description, const json& settings) {
     for (const char* folder : kFactoryFolders) {
-        MakeFolders(set.m_path / "files" / folder);
+        MakeFolders(set.Path() / "files" / folder);
     }
     ReplaceWhole(set.SettingsPath(), "{}\n");
     for (const auto& [key, value] : settings.items()) {
@@ -121,14 +111,54 @@ SetDirectory SetDirectory::Create(const fs::path& path, const json& description,
     }
     EngineStore(set.FilesHome()).CreateTables();
     set.ClearJournal();
-    // Last: a directory without it is not taken for a set.
-    set.Describe(description);
+}
+
+/// After a set could not be made; the folder itself stays when it was there before.
+void RemoveContent(const fs::path& path, bool keepFolder) {
+    std::error_code error;
+    if (!keepFolder) {
+        fs::remove_all(path, error);
+        return;
+    }
+    for (const fs::directory_entry& entry : fs::directory_iterator(path, error)) {
+        std::error_code ignored;
+        fs::remove_all(entry.path(), ignored);
+    }
+}
+
+}  // namespace
+
+SetDirectory::SetDirectory(fs::path path) : m_path(std::move(path)) {}
+
+SetDirectory SetDirectory::Create(const fs::path& path, const json& description, const json& settings,
+                                  const std::function<void(const SetDirectory&)>& fill) {
+    CheckDescription(description);
+    std::error_code error;
+    const bool exists = fs::exists(fs::symlink_status(path, error));
+    if (exists && !(fs::is_directory(path, error) && fs::is_empty(path, error))) {
+        throw SetError(SetError::Kind::Io, path.string() + ": there is something already");
+    }
+    const SetDirectory set(fs::absolute(path, error).lexically_normal());
+    MakeFolders(set.m_path);
+    try {
+        MarkFormat(set.m_path);
+        MakeFactoryState(set, description, settings);
+        if (fill) {
+            fill(set);
+        }
+        // Last: a directory without it is not taken for a whole set.
+        set.Describe(description);
+    } catch (...) {
+        RemoveContent(set.m_path, exists);
+        throw;
+    }
     return set;
 }
 
 SetDirectory SetDirectory::Open(const fs::path& path) {
     std::error_code error;
     const SetDirectory set(fs::absolute(path, error).lexically_normal());
+    CheckFormat(set.m_path);
     CheckDescription(set.Description());
     set.ListSettings();
     return set;

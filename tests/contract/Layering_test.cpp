@@ -36,7 +36,7 @@ const Layer kLayers[] = {
     {"simulator/sandbox/", {}},
     {"cli/",
      {"include/", "platform/host/", "simulator/KuraSet.h", "simulator/SetSandbox.h",
-      "simulator/sandbox/Sandbox.h", "cli/map/"}},
+      "simulator/SetUse.h", "simulator/sandbox/Sandbox.h", "cli/map/"}},
     {"cli/map/", {}},
     {"tests/map/", {"cli/map/", "tests/road/"}},
     {"tests/map/promise/",

@@ -54,9 +54,70 @@ TEST(SetDirectory, OpensOnlyASet) {
     TemporaryFolder folder;
     EXPECT_EQ(ErrorOf(SetError::Kind::NotFound, [&] { SetDirectory::Open(folder.Path()); }),
               folder.Path().string() + ": no set here (set.json is missing)");
+    for (const char* files : {"opt", "home", "tmp"}) {
+        std::filesystem::create_directories(folder.Path() / "files" / files);
+    }
     WriteText(folder.Path() / "set.json", "{\"model\": ");
     EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(folder.Path()); }),
               (folder.Path() / "set.json").string() + ": is not a JSON object");
+}
+
+TEST(SetDirectory, SaysWhatIsThereInPlaceOfASet) {
+    const TemporaryFolder folder;
+    WriteText(folder.Path() / "letter", "dear");
+    EXPECT_EQ(ErrorOf(SetError::Kind::NotFound, [&] { SetDirectory::Open(folder.Path() / "none"); }),
+              (folder.Path() / "none").string() + ": no set here (kura set new makes one)");
+    EXPECT_EQ(ErrorOf(SetError::Kind::NotFound, [&] { SetDirectory::Open(folder.Path() / "letter"); }),
+              (folder.Path() / "letter").string() + ": no set here (it is not a folder)");
+}
+
+TEST(SetDirectory, KnowsASetOfANewerVersionAndOneOfBeforeVersionsWereMarked) {
+    TemporarySet set;
+    const auto mark = set->Path() / "format.json";
+    std::filesystem::remove(mark);
+    SetDirectory::Open(set->Path());
+    WriteText(mark, R"({"kura_set": 2})");
+    WriteText(set->DescriptionPath(), R"({"key_of_tomorrow": 1})");
+    EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
+              set->Path().string() +
+                  ": the set is from a newer version of kura (its format is 2, this "
+                  "version knows up to 1)");
+    for (const char* text : {"", "[]", "{}", R"({"kura_set": "1"})", R"({"kura_set": 0})"}) {
+        WriteText(mark, text);
+        EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
+                  mark.string() + ": is not the mark of a set")
+            << text;
+    }
+}
+
+TEST(SetDirectory, KnowsASetThatWasLeftHalfMade) {
+    TemporarySet set;
+    const std::string halfMade = ": the set is half made (kura set new --force makes it anew)";
+    std::filesystem::remove_all(set->FilesTmp());
+    EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
+              set->FilesTmp().string() + " is missing" + halfMade);
+    std::filesystem::remove(set->DescriptionPath());
+    EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
+              set->Path().string() + halfMade);
+}
+
+TEST(SetDirectory, LeavesNothingOfASetThatCouldNotBeMade) {
+    const TemporaryFolder folder;
+    const auto fail = [](const SetDirectory& set) {
+        EXPECT_TRUE(std::filesystem::exists(set.Path() / "format.json"));
+        EXPECT_FALSE(std::filesystem::exists(set.DescriptionPath()));
+        throw SetError(SetError::Kind::Io, "no map");
+    };
+    for (const char* name : {".", "new/set"}) {
+        EXPECT_EQ(
+            ErrorOf(
+                SetError::Kind::Io,
+                [&] { SetDirectory::Create(folder.Path() / name, json::object(), json::object(), fail); }),
+            "no map");
+    }
+    EXPECT_TRUE(std::filesystem::exists(folder.Path()));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path() / "format.json"));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path() / "new/set"));
 }
 
 struct WrongDescription {

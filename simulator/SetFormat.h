@@ -1,0 +1,17 @@
+// The mark in a set's directory: that it is one, and which version of this program's layout it has. It is the
+// first file of a new set, and set.json is the last, so a set that was left half made shows.
+#pragma once
+
+#include <filesystem>
+
+namespace kuraset {
+
+/// Writes the mark of this version.
+void MarkFormat(const std::filesystem::path& set);
+
+/// Throws SetError unless the directory is laid out as a whole set that this version knows: NotFound when it
+/// is missing or something else, Damaged when it is half made or from a newer version. A set of before there
+/// was a mark has set.json alone.
+void CheckFormat(const std::filesystem::path& set);
+
+}  // namespace kuraset
