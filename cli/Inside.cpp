@@ -114,9 +114,13 @@ int RunSandbox(const kurasandbox::SandboxOptions& options) {
 
 }  // namespace
 
-int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json) {
+int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json,
+              const fs::path& shown) {
     const kuraset::SetUse use(set.Path(), "kura " + Joined(arguments));
     kurasandbox::SandboxOptions options = OptionsFor(set, arguments);
+    if (!shown.empty()) {
+        options.binds.push_back({shown, kShownFolder, false});
+    }
     if (!json) {
         return RunSandbox(options);
     }

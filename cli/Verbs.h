@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <functional>
 
 #include "Outcome.h"
@@ -19,6 +20,8 @@ enum class Place {
 struct Selection {
     Place place = Place::kOutside;
     std::function<Outcome()> run;
+    /// For a verb of kInside: a folder of the user's that it needs to see, at kShownFolder (Inside.h).
+    std::function<std::filesystem::path()> show = {};
 };
 
 void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);
@@ -31,5 +34,6 @@ void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection
 void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddMapVerbs(CLI::App& app, Selection& selection);
+void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
 
 }  // namespace cli

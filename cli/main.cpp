@@ -51,7 +51,8 @@ int Answer(bool json, const std::function<int()>& make) {
 int Run(const cli::Session& session, const cli::Selection& selection,
         const std::vector<std::string>& arguments) {
     if (selection.place == cli::Place::kInside && !cli::IsInside()) {
-        return cli::RunInside(session.OpenSet(), arguments, session.json);
+        const auto set = session.OpenSet();
+        return cli::RunInside(set, arguments, session.json, selection.show ? selection.show() : "");
     }
     const cli::Outcome outcome = selection.run();
     if (session.json) {
@@ -123,6 +124,7 @@ int main(int argc, char** argv) {
     cli::AddStorageVerbs(app, session, selection);
     cli::AddAppVerbs(app, session, selection);
     cli::AddCheckVerbs(app, session, selection);
+    cli::AddRunVerbs(app, session, selection);
     cli::AddJournalVerbs(app, session, selection);
     cli::AddMapVerbs(app, selection);
 
