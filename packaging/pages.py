@@ -1,0 +1,243 @@
+#!/usr/bin/env python3
+"""Makes the man page's reference and the shells' completions from what `kura --help --json` says.
+
+    pages.py man COMMANDS PAGE    the page, its comments @VERBS@ and @OPTIONS@ replaced
+    pages.py bash|zsh COMMANDS    the completion
+"""
+import json
+import re
+import sys
+import textwrap
+
+
+def leaves(command, path=()):
+    """Every verb that does something, with its path, in the order of --help."""
+    for verb in command["commands"]:
+        here = path + (verb["name"],)
+        if verb["commands"]:
+            yield from leaves(verb, here)
+        else:
+            yield here, verb
+
+
+def nodes(command, path=()):
+    """The command itself and all verbs below it, with their paths."""
+    yield path, command
+    for verb in command["commands"]:
+        yield from nodes(verb, path + (verb["name"],))
+
+
+# --- man: the page is in mdoc(7), and so is what goes into it ---
+
+
+RANGE = re.compile(r"(\w+) in \[(\S+) - (\S+)\]")
+
+
+def value_name(option):
+    return "|".join(option["choices"]) if option["choices"] else RANGE.sub(r"\1", option["value"])
+
+
+def flag(name):
+    return f'Fl {name[1:].replace("-", chr(92) + "-")}'
+
+
+def literal(text):
+    """One argument of a macro; never taken for a macro itself."""
+    return '"' + chr(92) + "&" + text.replace(chr(92), chr(92) + "e").replace('"', '""') + '"'
+
+
+def option_head(option):
+    head = " , ".join(flag(name) for name in option["names"])
+    return f"{head} Ar {literal(value_name(option))}" if option["value"] else head
+
+
+def argument_head(argument):
+    head = f"Ar {argument['name'].upper()}" + (" ..." if argument["repeatable"] else "")
+    return head if argument["required"] else f"Oo {head} Oc"
+
+
+def sentences(text):
+    """Lines of the page: one sentence or a part of it each, none that looks like a macro."""
+    lines = []
+    for line in text.replace(chr(92), chr(92) + "e").replace("--", r"\-\-").split("\n"):
+        lines.append(".br")
+        for sentence in re.split(r"(?<=[.!?]) +", line):
+            lines += textwrap.wrap(sentence, 78, break_on_hyphens=False)
+    return "".join((line if line == ".br" else re.sub(r"^([.'])", r"\\&\1", line)) + "\n" for line in lines[1:])
+
+
+def described(entry):
+    notes = [f"{bounds[2]} to {bounds[3]}" for bounds in [RANGE.fullmatch(entry["value"])] if bounds]
+    notes += [f"default: {entry['default']}"] if entry["default"] else []
+    return sentences(entry["description"] + (f" ({'; '.join(notes)})" if notes else ""))
+
+
+def item_list(items):
+    items = "".join(items)
+    return f".Bl -tag -width Ds\n{items}.El\n" if items else ""
+
+
+def option_items(command):
+    return [f".It {option_head(option)}\n{described(option)}" for option in command["options"]]
+
+
+def verb_item(path, verb):
+    heads = [argument_head(argument) for argument in verb["arguments"]]
+    heads += [f"Oo {option_head(option)} Oc" for option in verb["options"]]
+    own = [f".It Ar {argument['name'].upper()}\n{described(argument)}" for argument in verb["arguments"]]
+    return (f".It Cm {' '.join(path)} {' '.join(heads)}".rstrip()
+            + f"\n{sentences(verb['description'] + '.')}" + item_list(own + option_items(verb)))
+
+
+def man(command, page):
+    parts = {
+        '.\\" @VERBS@': lambda: item_list(verb_item(path, verb) for path, verb in leaves(command)),
+        '.\\" @OPTIONS@': lambda: item_list(option_items(command)),
+    }
+    with open(page, encoding="utf-8") as file:
+        for line in file:
+            sys.stdout.write(parts[line.strip()]() if line.strip() in parts else line)
+
+
+# --- Completions ---
+
+
+def kind_of(entry):
+    """What to offer for a value: words, folders, files, or nothing that is known."""
+    if entry["choices"]:
+        return " ".join(entry["choices"])
+    if entry["value"].startswith("DIR") or entry.get("names") == ["--set"]:
+        return "@folder"
+    return "@file" if re.match(r"(FILE|PATH)", entry["value"]) else "@any"
+
+
+def quoted(text):
+    return "'" + text.replace("'", "'\\''") + "'"
+
+
+BASH = r"""# bash completion for kura, made from the command's own description of its verbs
+
+_kura() {
+    local -A verbs=(
+%(verbs)s
+    )
+    local -A options=(
+%(options)s
+    )
+    # What follows an option that takes a value, and, under the verb alone, what its arguments are.
+    local -A values=(
+%(values)s
+    )
+    local current=${COMP_WORDS[COMP_CWORD]} path= pending= word i
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
+        if [[ -n $pending ]]; then
+            pending=
+        elif [[ $word == -* ]]; then
+            pending=${values["$path $word"]-${values[" $word"]-}}
+        elif [[ -v verbs[$path.] && " ${verbs[$path.]} " == *" $word "* ]]; then
+            path=${path:+$path }$word
+        fi
+    done
+
+    local offered=$pending
+    if [[ -z $offered && $current == -* ]]; then
+        offered="${options[$path.]-} ${options[.]}"
+    elif [[ -z $offered ]]; then
+        offered=${verbs[$path.]-${values[$path.]-}}
+    fi
+    case $offered in
+        @folder) mapfile -t COMPREPLY < <(compgen -d -- "$current") && compopt -o filenames 2>/dev/null ;;
+        @file) mapfile -t COMPREPLY < <(compgen -f -- "$current") && compopt -o filenames 2>/dev/null ;;
+        @any) COMPREPLY=() ;;
+        *) mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$current") ;;
+    esac
+}
+complete -F _kura kura
+"""
+
+
+def bash_array(entries):
+    return "\n".join(f"        [{quoted(key)}]={quoted(value)}" for key, value in entries)
+
+
+def bash(command):
+    verbs, options, values = [], [], []
+    for path, verb in nodes(command):
+        key = " ".join(path)
+        if verb["commands"]:
+            verbs.append((key + ".", " ".join(below["name"] for below in verb["commands"])))
+        names = [name for option in verb["options"] for name in option["names"]]
+        options.append((key + ".", " ".join(names)))
+        for option in verb["options"]:
+            if option["value"]:
+                values += [(f"{key} {name}", kind_of(option)) for name in option["names"]]
+        if verb["arguments"]:
+            kinds = [kind_of(argument) for argument in verb["arguments"]]
+            known = [kind for kind in kinds if kind != "@any"]
+            values.append((key + ".", known[0] if known else "@file"))
+    sys.stdout.write(BASH % {"verbs": bash_array(verbs), "options": bash_array(options), "values": bash_array(values)})
+
+
+def zsh_text(text):
+    return re.sub(r"([\\\[\]:])", r"\\\1", text.split("\n")[0])
+
+
+def zsh_action(entry):
+    kind = kind_of(entry)
+    if kind == "@folder":
+        return "_files -/"
+    if kind == "@any":
+        return " " if entry["value"].startswith(("INT", "UINT")) else "_files" if "name" in entry else " "
+    return "_files" if kind == "@file" else f"({kind})"
+
+
+def zsh_option(option):
+    value = f":{zsh_text(value_name(option))}:{zsh_action(option)}" if option["value"] else ""
+    return [quoted(f"{name}[{zsh_text(option['description'])}]{value}") for name in option["names"]]
+
+
+def zsh_argument(argument):
+    start = "*" if argument["repeatable"] else "" if argument["required"] else ":"
+    return quoted(f"{start}:{zsh_text(argument['name'])}:{zsh_action(argument)}")
+
+
+def zsh_function(path, verb, shared):
+    lines = ["_" + "_".join(("kura",) + path).replace("-", "_") + "() {"]
+    specs = shared + [spec for option in verb["options"] for spec in zsh_option(option)]
+    if not verb["commands"]:
+        specs += [zsh_argument(argument) for argument in verb["arguments"]]
+        return "\n".join(lines + ["    _arguments \\"] + [f"        {spec} \\" for spec in specs[:-1]]
+                         + [f"        {specs[-1]}", "}", ""])
+    lines += ["    local state line", "    typeset -A opt_args", "    _arguments -C \\"]
+    lines += [f"        {spec} \\" for spec in specs] + ["        '1:verb:->verb' '*::argument:->rest'"]
+    lines += ["    case $state in", "        verb)", "            local -a verbs=("]
+    lines += ["                " + quoted(f"{below['name']}:{zsh_text(below['description'])}")
+              for below in verb["commands"]]
+    lines += ["            )", "            _describe verb verbs", "            ;;", "        rest)",
+              "            case $words[1] in"]
+    for below in verb["commands"]:
+        function = "_" + "_".join(("kura",) + path + (below["name"],)).replace("-", "_")
+        lines.append(f"                {below['name']}) {function} ;;")
+    return "\n".join(lines + ["            esac", "            ;;", "    esac", "}", ""])
+
+
+def zsh(command):
+    shared = [spec for option in command["options"] for spec in zsh_option(option)]
+    print("#compdef kura\n# zsh completion for kura, made from the command's own description of its verbs\n")
+    for path, verb in nodes(command):
+        print(zsh_function(path, verb, shared if path else []))
+    print('_kura "$@"')
+
+
+def main():
+    with open(sys.argv[2], encoding="utf-8") as file:
+        command = json.load(file)
+    if sys.argv[1] == "man":
+        man(command, sys.argv[3])
+    else:
+        {"bash": bash, "zsh": zsh}[sys.argv[1]](command)
+
+
+if __name__ == "__main__":
+    main()
