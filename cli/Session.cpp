@@ -28,6 +28,13 @@ fs::path UserDataFolder() {
     return fs::path(home) / ".local" / "share";
 }
 
+/// Without the number that the JSON library puts in front.
+std::string Reason(const nlohmann::json::exception& error) {
+    const std::string text = error.what();
+    const std::size_t end = text.find("] ");
+    return end == std::string::npos ? text : text.substr(end + 2);
+}
+
 std::string TextOf(const nlohmann::json& record, const char* key) {
     return record.value(key, std::string());
 }
@@ -85,7 +92,7 @@ kuraset::SetDirectory MakeSet(const fs::path& path, const fs::path& examples) {
             LoadEngineRecords(set, records);
         } catch (const nlohmann::json::exception& error) {
             throw VerbError(ExitCode::kFailed,
-                            (examples / "set" / "engine.json").string() + ": " + error.what());
+                            (examples / "set" / "engine.json").string() + ": " + Reason(error));
         }
         const fs::path map = set.FilesOpt() / kMapBelowOpt;
         fs::create_directories(map.parent_path());
@@ -103,7 +110,7 @@ nlohmann::json ReadJsonFile(const fs::path& path) {
     try {
         return nlohmann::json::parse(file);
     } catch (const nlohmann::json::exception& error) {
-        throw VerbError(ExitCode::kFailed, path.string() + ": " + error.what());
+        throw VerbError(ExitCode::kFailed, path.string() + ": " + Reason(error));
     }
 }
 

@@ -57,7 +57,11 @@ bool HoldsSet(const fs::path& path) {
     if (fs::exists(path / "format.json", error) && fs::exists(path / "files", error)) {
         return true;  // whole, damaged, half made or from another version
     }
-    kuraset::SetDirectory::Open(path);
+    try {
+        kuraset::SetDirectory::Open(path);
+    } catch (const kuraset::SetError&) {
+        throw VerbError(ExitCode::kFailed, path.string() + ": this is no set, so it is not replaced");
+    }
     return true;
 }
 

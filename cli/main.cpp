@@ -2,6 +2,8 @@
 // second time, the set's folders at the library's compiled-in paths; all others work on the set's files as
 // they are.
 #include <algorithm>
+#include <filesystem>
+#include <functional>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -43,6 +45,8 @@ int Answer(bool json, const std::function<int()>& make) {
         return Fail(json, error.Code(), error.what());
     } catch (const kuraset::SetError& error) {
         return Fail(json, CodeOf(error.kind()), error.what());
+    } catch (const std::filesystem::filesystem_error& error) {
+        return Fail(json, ExitCode::kFailed, error.path1().string() + ": " + error.code().message());
     } catch (const std::exception& error) {
         return Fail(json, ExitCode::kFailed, error.what());
     }
