@@ -72,6 +72,11 @@ int AnswerDescriptor() {
 
 void Deliver(const std::string& text) {
     const NoPipeSignal quiet;
+    // What a verb printed while it worked comes first.
+    std::cout.flush();
+    if (g_answer == STDOUT_FILENO && !std::cout) {
+        throw AnswerLost(std::strerror(errno));
+    }
     std::size_t done = 0;
     while (done < text.size()) {
         const ssize_t count = write(g_answer, text.data() + done, text.size() - done);

@@ -46,14 +46,6 @@ bool IsHidden(const fs::path& path) {
     return false;
 }
 
-std::string Joined(const std::vector<std::string>& arguments) {
-    std::string line;
-    for (const std::string& argument : arguments) {
-        line += (line.empty() ? "" : " ") + argument;
-    }
-    return line;
-}
-
 /// A file in memory that takes the document of the run inside.
 class Memory {
 public:
@@ -116,7 +108,7 @@ int RunSandbox(const kurasandbox::SandboxOptions& options) {
 
 int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json,
               const fs::path& shown) {
-    const kuraset::SetUse use(set.Path(), "kura " + Joined(arguments));
+    const kuraset::SetUse use(set.Path());
     kurasandbox::SandboxOptions options = OptionsFor(set, arguments);
     if (!shown.empty()) {
         options.binds.push_back({shown, kShownFolder, false});

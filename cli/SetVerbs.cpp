@@ -72,7 +72,7 @@ kuraset::SetDirectory ReplaceSet(const fs::path& path, const fs::path& examples)
     const fs::path old = place.string() + ".old-" + std::to_string(getpid());
     MakeSet(fresh, examples);
     try {
-        const kuraset::SetUse use(place, "kura set new");
+        const kuraset::SetUse use(place);
         fs::rename(place, old);
         fs::rename(fresh, place);
     } catch (...) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Makes the man page's reference and the shells' completions from what `kura --help --json` says.
+"""Makes the reference of the man pages and the shells' completions, from what `kura --help --json` says.
 
     pages.py man COMMANDS PAGE    the page, its comments @VERBS@ and @OPTIONS@ replaced
+    pages.py man SCHEMA PAGE      the page, its comments @KEYS@ and @KEYS DEFINITION@ replaced by the schema's keys
     pages.py bash|zsh COMMANDS    the completion
 """
 import json
@@ -89,14 +90,47 @@ def verb_item(path, verb):
             + f"\n{sentences(verb['description'] + '.')}" + item_list(own + option_items(verb)))
 
 
-def man(command, page):
-    parts = {
-        '.\\" @VERBS@': lambda: item_list(verb_item(path, verb) for path, verb in leaves(command)),
-        '.\\" @OPTIONS@': lambda: item_list(option_items(command)),
-    }
+def command_part(command, what):
+    if what == "VERBS":
+        return item_list(verb_item(path, verb) for path, verb in leaves(command))
+    return item_list(option_items(command))
+
+
+def type_name(schema, value):
+    """What a value of a schema may be, in words."""
+    if "$ref" in value:
+        target = schema["definitions"][value["$ref"].rsplit("/", 1)[1]]
+        return type_name(schema, target) if "type" in target or "anyOf" in target else "what is expected"
+    if "enum" in value:
+        return ", ".join(json.dumps(word) for word in value["enum"])
+    if "anyOf" in value:
+        return " or ".join(dict.fromkeys(type_name(schema, one) for one in value["anyOf"]))
+    kinds = value.get("type", "anything")
+    words = {"integer": "number", "boolean": "true or false", "array": "list", "string": "text"}
+    return " or ".join(words.get(kind, kind) for kind in ([kinds] if isinstance(kinds, str) else kinds))
+
+
+def schema_part(schema, what):
+    """The keys of the document (no name) or of one of its definitions."""
+    name = what.partition(" ")[2]
+    table = schema["definitions"][name] if name else schema
+    items = []
+    for key, value in table["properties"].items():
+        target = schema["definitions"].get(value.get("$ref", "").rsplit("/", 1)[-1], {})
+        text = value.get("description") or target.get("description") or ""
+        needed = ", needed" if key in table.get("required", []) else ""
+        items.append(f".It Cm {literal(key)} Pq {literal(type_name(schema, value) + needed)}\n"
+                     + (sentences(text[0].upper() + text[1:] + ".") if text else ""))
+    return item_list(items)
+
+
+def man(source, page):
+    """source describes a command, or it is a JSON schema."""
+    part = schema_part if "$schema" in source else command_part
     with open(page, encoding="utf-8") as file:
         for line in file:
-            sys.stdout.write(parts[line.strip()]() if line.strip() in parts else line)
+            marked = re.fullmatch(r'\.\\" @(.*)@\n', line)
+            sys.stdout.write(part(source, marked[1]) if marked else line)
 
 
 # --- Completions ---

@@ -141,13 +141,13 @@ SetDirectory SetDirectory::Create(const fs::path& path, const json& description,
     const SetDirectory set(fs::absolute(path, error).lexically_normal());
     MakeFolders(set.m_path);
     try {
-        MarkFormat(set.m_path);
+        MarkFormat(set.m_path, false);
         MakeFactoryState(set, description, settings);
+        set.Describe(description);
         if (fill) {
             fill(set);
         }
-        // Last: a directory without it is not taken for a whole set.
-        set.Describe(description);
+        MarkFormat(set.m_path, true);
     } catch (...) {
         RemoveContent(set.m_path, exists);
         throw;

@@ -16,6 +16,7 @@ namespace {
 /// Changes when a set made by this program could no longer be used by the one before.
 constexpr int kFormat = 1;
 constexpr const char* kFormatKey = "kura_set";
+constexpr const char* kWholeKey = "whole";
 
 constexpr const char* kHalfMade = ": the set is half made (kura set new --force makes it anew)";
 
@@ -38,12 +39,15 @@ void CheckMark(const fs::path& set, const std::string& text) {
                ": the set is from a newer version of kura (its format is " + version.dump() +
                    ", this version knows up to " + std::to_string(kFormat) + ")");
     }
+    if (mark.value(kWholeKey, json()) != true) {
+        Refuse(SetError::Kind::Damaged, set, kHalfMade);
+    }
 }
 
 }  // namespace
 
-void MarkFormat(const fs::path& set) {
-    ReplaceWhole(MarkOf(set), json({{kFormatKey, kFormat}}).dump() + "\n");
+void MarkFormat(const fs::path& set, bool whole) {
+    ReplaceWhole(MarkOf(set), json({{kFormatKey, kFormat}, {kWholeKey, whole}}).dump() + "\n");
 }
 
 void CheckFormat(const fs::path& set) {

@@ -1,5 +1,5 @@
-// The mark in a set's directory: that it is one, and which version of this program's layout it has. It is the
-// first file of a new set, and set.json is the last, so a set that was left half made shows.
+// The mark in a set's directory: that it is one, which version of this program's layout it has, and whether
+// it is whole. It is the first file of a new set and says so last, so a set that was left half made shows.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,7 @@
 namespace kuraset {
 
 /// Writes the mark of this version.
-void MarkFormat(const std::filesystem::path& set);
+void MarkFormat(const std::filesystem::path& set, bool whole);
 
 /// Throws SetError unless the directory is laid out as a whole set that this version knows: NotFound when it
 /// is missing or something else, Damaged when it is half made or from a newer version. A set of before there

@@ -1,12 +1,18 @@
+// The lock is one on the directory itself, so that a run leaves no trace of it in the set; who holds it, the
+// system tells.
 #include "SetUse.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <optional>
+#include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "FileAccess.h"
@@ -15,34 +21,67 @@ namespace kuraset {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr std::chrono::milliseconds kBetweenLooks{20};
 
-Descriptor OpenLock(const std::filesystem::path& set, const std::filesystem::path& path) {
-    Descriptor lock(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
-    if (lock) {
-        return lock;
+Descriptor OpenWritable(const fs::path& set) {
+    Descriptor folder(open(set.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        throw SetError(SetError::Kind::Io, set.string() + ": cannot open: " + std::strerror(errno));
     }
-    if (errno == EROFS || errno == EACCES || errno == EPERM) {
+    if (faccessat(AT_FDCWD, set.c_str(), W_OK, AT_EACCESS) != 0) {
         throw SetError(SetError::Kind::Io,
                        set.string() + ": the set is read-only, and a run writes to it (run on a copy)");
     }
-    throw SetError(SetError::Kind::Io, path.string() + ": cannot open: " + std::strerror(errno));
+    return folder;
 }
 
-/// Who holds the lock wrote one line: its number and what it does.
-std::string Holder(const std::filesystem::path& path) {
-    std::string line = ReadWhole(path).value_or("");
-    line.erase(line.find_last_not_of('\n') + 1);
-    return line.empty() ? "another process" : "process " + line;
+/// The process of a line of /proc/locks, as in "3: FLOCK  ADVISORY  WRITE 4711 fe:00:131075 0 EOF", when it
+/// is one for that file; 0 otherwise.
+int HolderIn(const std::string& line, const struct stat& file) {
+    std::istringstream words(line);
+    std::string number;
+    std::string kind;
+    std::string mode;
+    std::string access;
+    int process = 0;
+    std::string place;
+    words >> number >> kind >> mode >> access >> process >> place;
+    char wanted[64];
+    std::snprintf(wanted, sizeof wanted, "%02x:%02x:%llu", major(file.st_dev), minor(file.st_dev),
+                  static_cast<unsigned long long>(file.st_ino));
+    return kind == "FLOCK" && place == wanted ? process : 0;
 }
 
-bool TakeInTime(int lock, std::chrono::milliseconds patience) {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (flock(lock, LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EINTR && errno != EWOULDBLOCK) {
-            return false;
+std::string CommandLine(int process) {
+    std::string line =
+        ReadWhole(fs::path("/proc") / std::to_string(process) / "cmdline").value_or(std::string());
+    line.erase(line.find_last_not_of('\0') + 1);
+    for (char& c : line) {
+        c = static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    }
+    return line;
+}
+
+std::string Holder(int folder) {
+    struct stat file {};
+    std::ifstream locks("/proc/locks");
+    if (fstat(folder, &file) == 0) {
+        for (std::string line; std::getline(locks, line);) {
+            const int process = HolderIn(line, file);
+            if (process > 0) {
+                return "process " + std::to_string(process) + " (" + CommandLine(process) + ")";
+            }
         }
-        if (std::chrono::steady_clock::now() >= end) {
+    }
+    return "another process";
+}
+
+bool LockInTime(int folder, std::chrono::milliseconds patience) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (flock(folder, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EINTR && errno != EWOULDBLOCK) || std::chrono::steady_clock::now() >= end) {
             return false;
         }
         std::this_thread::sleep_for(kBetweenLooks);
@@ -52,22 +91,16 @@ bool TakeInTime(int lock, std::chrono::milliseconds patience) {
 
 }  // namespace
 
-SetUse::SetUse(const std::filesystem::path& set, const std::string& doing,
-               std::chrono::milliseconds patience) {
-    const std::filesystem::path path = set / "use.lock";
-    Descriptor lock = OpenLock(set, path);
-    if (!TakeInTime(lock.Number(), patience)) {
-        throw SetError(SetError::Kind::Io, set.string() + ": the set is in use by " + Holder(path));
+SetUse::SetUse(const fs::path& set, std::chrono::milliseconds patience) {
+    Descriptor folder = OpenWritable(set);
+    if (!LockInTime(folder.Number(), patience)) {
+        throw SetError(SetError::Kind::Io,
+                       set.string() + ": the set is in use by " + Holder(folder.Number()));
     }
-    const std::string line = std::to_string(getpid()) + " (" + doing + ")\n";
-    // For the message of others alone: on a full disk the lock still holds.
-    static_cast<void>(ftruncate(lock.Number(), 0) == 0 && WriteAll(lock.Number(), line));
-    m_descriptor = lock.Release();
+    m_descriptor = folder.Release();
 }
 
 SetUse::~SetUse() {
-    // The line goes first, so that nobody reads it as that of the next holder.
-    static_cast<void>(ftruncate(m_descriptor, 0));
     close(m_descriptor);
 }
 

@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <string>
 
 #include "KuraSet.h"
 
@@ -13,10 +12,9 @@ namespace kuraset {
 class SetUse {
 public:
     /// Waits that long for another process to be done with the set. Throws SetError::Io when it is not,
-    /// naming its number and what it does, and when the set cannot be written. doing: for that other
-    /// process's message.
-    SetUse(const std::filesystem::path& set, const std::string& doing,
-           std::chrono::milliseconds patience = std::chrono::seconds(3));
+    /// naming it, and when the set cannot be written.
+    explicit SetUse(const std::filesystem::path& set,
+                    std::chrono::milliseconds patience = std::chrono::seconds(3));
     SetUse(const SetUse&) = delete;
     SetUse& operator=(const SetUse&) = delete;
     ~SetUse();

@@ -72,7 +72,7 @@ class GoldenCases(unittest.TestCase):
             for as_json in (False, True):
                 for succeeds in (True, False):
                     with self.subTest(verb=" ".join(path), json=as_json, succeeds=succeeds):
-                        self.assertIn((path, as_json, succeeds), shown)
+                        self.assertTrue((path, as_json, succeeds) in shown, "no golden case shows it")
 
     def test_use_every_option(self):
         used = {(path, option) for path, options, _ in self.runs for option in options}
@@ -110,6 +110,20 @@ class ManPage(unittest.TestCase):
             lines = [line for line in (said.stdout + said.stderr).splitlines() if "outdated mandoc.db" not in line
                      and "referenced manual not found" not in line]
             self.assertEqual(lines, [])
+
+
+class ScenarioPage(unittest.TestCase):
+    schema = Path(__file__).resolve().parents[2] / "cli/schema/scenario.schema.json"
+
+    def test_has_every_key_of_the_format(self):
+        if not self.schema.exists():
+            self.skipTest("there is no such format")
+        text = re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / "man5/kura-scenario.5")))
+        document = json.loads(self.schema.read_text("utf-8"))
+        shown = ["set", "step", "stepExpectation", "endExpectation", "engine", "faults"]
+        for table in [document] + [document["definitions"][name] for name in shown]:
+            for key in table["properties"]:
+                self.assertRegex(text, rf"(?m)^ +{re.escape(key)} \(")
 
 
 class BashCompletion(unittest.TestCase):

@@ -63,7 +63,8 @@ def today(match):
 def steady(text, folder, tree):
     text = text.replace(str(folder), "CASE").replace(str(tree), "TREE")
     text = TIME.sub(today, text)
-    return re.sub(r"\b(process |set\.new-)\d+", r"\1N", text)
+    text = re.sub(r"in use by (process \d+ \(.*?\)|another process)", "in use by WHOM", text)
+    return re.sub(r"\bset\.new-\d+", "set.new-N", text)
 
 
 def is_document(line):

@@ -96,6 +96,10 @@ TEST(SetDirectory, KnowsASetThatWasLeftHalfMade) {
     std::filesystem::remove_all(set->FilesTmp());
     EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
               set->FilesTmp().string() + " is missing" + halfMade);
+    WriteText(set->Path() / "format.json", R"({"kura_set": 1, "whole": false})");
+    EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
+              set->Path().string() + halfMade);
+    WriteText(set->Path() / "format.json", R"({"kura_set": 1, "whole": true})");
     std::filesystem::remove(set->DescriptionPath());
     EXPECT_EQ(ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set->Path()); }),
               set->Path().string() + halfMade);
@@ -104,8 +108,7 @@ TEST(SetDirectory, KnowsASetThatWasLeftHalfMade) {
 TEST(SetDirectory, LeavesNothingOfASetThatCouldNotBeMade) {
     const TemporaryFolder folder;
     const auto fail = [](const SetDirectory& set) {
-        EXPECT_TRUE(std::filesystem::exists(set.Path() / "format.json"));
-        EXPECT_FALSE(std::filesystem::exists(set.DescriptionPath()));
+        ErrorOf(SetError::Kind::Damaged, [&] { SetDirectory::Open(set.Path()); });
         throw SetError(SetError::Kind::Io, "no map");
     };
     for (const char* name : {".", "new/set"}) {
