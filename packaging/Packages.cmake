@@ -17,12 +17,17 @@ set(CPACK_COMPONENT_DEVELOPMENT_GROUP development)
 foreach(COMPONENT SIMULATOR EXAMPLES MAN COMPLETIONS)
     set(CPACK_COMPONENT_${COMPONENT}_GROUP command)
 endforeach()
-set(CPACK_COMPONENT_GROUP_LIBRARY_DESCRIPTION
-    "Reads a map of known problems, asks the set's engine which of them are present,\nremembers what is unfixed and applies solutions.")
-set(CPACK_COMPONENT_GROUP_DEVELOPMENT_DESCRIPTION
-    "Headers, pkg-config and CMake files for the programs that host libkura_parser.so.")
-set(CPACK_COMPONENT_GROUP_COMMAND_DESCRIPTION
-    "A development host on a simulated set: diagnose, repair and inspect without a\ntelevision, and run hosts of your own.")
+
+set(LIBRARY_TEXT "Reads a map of known problems, asks the set's engine which of them are
+present, remembers what is unfixed and applies solutions.")
+set(DEVELOPMENT_TEXT "Headers, pkg-config and CMake files for the programs that host
+libkura_parser.so.")
+set(COMMAND_TEXT "A host on a simulated set: diagnoses, repairs and inspects a television that
+lives in a folder, and runs hosts of your own on it.")
+foreach(GROUP LIBRARY DEVELOPMENT COMMAND)
+    set(CPACK_DEBIAN_${GROUP}_DESCRIPTION "${${GROUP}_TEXT}")
+    set(CPACK_RPM_${GROUP}_PACKAGE_DESCRIPTION "${${GROUP}_TEXT}")
+endforeach()
 
 # --- deb ---
 
@@ -39,7 +44,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 set(SAME_VERSION "(= ${PROJECT_VERSION})")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libkura-parser)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkura-parser-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -51,7 +55,6 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "kura ${SAME_VERSION}, pkg-confi
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME kura)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "libkura-parser ${SAME_VERSION}, bubblewrap, dbus-daemon")
-set(CPACK_DEBIAN_COMMAND_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 
 # --- rpm ---
 
