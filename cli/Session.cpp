@@ -1,7 +1,11 @@
 #include "Session.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <fstream>
+#include <string>
+#include <system_error>
 
 namespace cli {
 
@@ -52,6 +56,18 @@ void LoadEngineRecords(const kuraset::SetDirectory& set, const nlohmann::json& r
     }
 }
 
+/// Whole or not at all, since another kura may need the default set at the same moment.
+kuraset::SetDirectory MakeDefaultSet(const fs::path& path) {
+    const fs::path fresh = path.string() + ".new-" + std::to_string(getpid());
+    MakeSet(fresh, ExamplesFolder());
+    std::error_code error;
+    fs::rename(fresh, path, error);
+    if (error) {
+        fs::remove_all(fresh);
+    }
+    return kuraset::SetDirectory::Open(path);
+}
+
 }  // namespace
 
 bool IsInside() {
@@ -68,7 +84,7 @@ fs::path Session::SetPath() const {
 kuraset::SetDirectory Session::OpenSet() const {
     const fs::path path = SetPath();
     if (setOption.empty() && !IsInside() && !fs::exists(path)) {
-        return MakeSet(path, ExamplesFolder());
+        return MakeDefaultSet(path);
     }
     return kuraset::SetDirectory::Open(path);
 }
