@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <memory>
 
@@ -66,12 +67,13 @@ bool HoldsSet(const fs::path& path) {
 }
 
 /// The new set is whole before the old one goes.
-kuraset::SetDirectory ReplaceSet(const fs::path& path, const fs::path& examples) {
+kuraset::SetDirectory ReplaceSet(const fs::path& path,
+                                 const std::function<kuraset::SetDirectory(const fs::path&)>& make) {
     const fs::path place = fs::canonical(path);
     const fs::path fresh = place.string() + ".new-" + std::to_string(getpid());
     const fs::path old = place.string() + ".old-" + std::to_string(getpid());
-    MakeSet(fresh, examples);
     try {
+        make(fresh);
         const kuraset::SetUse use(place);
         fs::rename(place, old);
         fs::rename(fresh, place);
@@ -85,8 +87,10 @@ kuraset::SetDirectory ReplaceSet(const fs::path& path, const fs::path& examples)
 
 Outcome NewSet(const Session& session, const NewOptions& options) {
     const fs::path path = session.SetPath();
-    const fs::path examples = options.from.empty() ? ExamplesFolder() : fs::path(options.from);
-    const auto set = options.force && HoldsSet(path) ? ReplaceSet(path, examples) : MakeSet(path, examples);
+    const auto make = [&options](const fs::path& place) {
+        return MakeSet(place, options.from.empty() ? ExamplesFolder() : fs::path(options.from));
+    };
+    const auto set = options.force && HoldsSet(path) ? ReplaceSet(path, make) : make(path);
     const Json document = SetDocument(set);
     return {document, [document] {
                 std::cout << "Made a set at " << document.at("set").get<std::string>() << ": "
