@@ -90,13 +90,16 @@ std::string Complaint(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::RequiredError)) {
         return error.what();
     }
-    const std::vector<std::string> unknown = app.remaining(true);
-    if (!unknown.empty()) {
-        return (unknown.front().rfind('-', 0) == 0 ? "no such option: " : "no such verb: ") + unknown.front();
+    const std::vector<std::string> rest = app.remaining(true);
+    const bool option = !rest.empty() && rest.front().size() > 2 && rest.front().front() == '-';
+    if (option) {
+        return "no such option: " + rest.front();
     }
-    const CLI::App& verb = cli::NamedVerb(app);
-    const bool group = !verb.get_subcommands([](const CLI::App*) { return true; }).empty();
-    return group ? "a verb is missing (kura --help lists them)" : error.what();
+    const bool group = !cli::NamedVerb(app).get_subcommands([](const CLI::App*) { return true; }).empty();
+    if (!group) {
+        return error.what();
+    }
+    return rest.empty() ? "a verb is missing (kura --help lists them)" : "no such verb: " + rest.front();
 }
 
 /// Whether the answer is to be a document, also where the rest of the command line makes no sense.
