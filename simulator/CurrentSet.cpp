@@ -44,7 +44,12 @@ struct Cut {
 }  // namespace
 
 CurrentSet& CurrentSet::Get() {
-    static CurrentSet* const set = new CurrentSet;
+    static CurrentSet* const set = [] {
+        const int savedErrno = errno;
+        auto* const made = new CurrentSet;
+        errno = savedErrno;
+        return made;
+    }();
     return *set;
 }
 
