@@ -238,13 +238,13 @@ def zsh_argument(argument):
 
 def zsh_function(path, verb, shared):
     lines = ["_" + "_".join(("kura",) + path).replace("-", "_") + "() {"]
-    specs = shared + [spec for option in verb["options"] for spec in zsh_option(option)]
+    entries = shared + [entry for option in verb["options"] for entry in zsh_option(option)]
     if not verb["commands"]:
-        specs += [zsh_argument(argument) for argument in verb["arguments"]]
-        return "\n".join(lines + ["    _arguments \\"] + [f"        {spec} \\" for spec in specs[:-1]]
-                         + [f"        {specs[-1]}", "}", ""])
+        entries += [zsh_argument(argument) for argument in verb["arguments"]]
+        return "\n".join(lines + ["    _arguments \\"] + [f"        {entry} \\" for entry in entries[:-1]]
+                         + [f"        {entries[-1]}", "}", ""])
     lines += ["    local state line", "    typeset -A opt_args", "    _arguments -C \\"]
-    lines += [f"        {spec} \\" for spec in specs] + ["        '1:verb:->verb' '*::argument:->rest'"]
+    lines += [f"        {entry} \\" for entry in entries] + ["        '1:verb:->verb' '*::argument:->rest'"]
     lines += ["    case $state in", "        verb)", "            local -a verbs=("]
     lines += ["                " + quoted(f"{below['name']}:{zsh_text(below['description'])}")
               for below in verb["commands"]]
@@ -257,7 +257,7 @@ def zsh_function(path, verb, shared):
 
 
 def zsh(command):
-    shared = [spec for option in command["options"] for spec in zsh_option(option)]
+    shared = [entry for option in command["options"] for entry in zsh_option(option)]
     print("#compdef kura\n# zsh completion for kura, made from the command's own description of its verbs\n")
     for path, verb in nodes(command):
         print(zsh_function(path, verb, shared if path else []))

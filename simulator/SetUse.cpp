@@ -37,7 +37,7 @@ Descriptor OpenWritable(const fs::path& set) {
     return folder;
 }
 
-/// The process of a line of /proc/locks, as in "3: FLOCK  ADVISORY  WRITE 4711 fe:00:131075 0 EOF", when it
+/// The process of a line of /proc/locks, as in "3: FLOCK  ADVISORY  WRITE 7711 fe:00:131075 0 EOF", when it
 /// is one for that file; 0 otherwise.
 int HolderIn(const std::string& line, const struct stat& file) {
     std::istringstream words(line);

@@ -10,7 +10,8 @@ import sys
 import unittest
 from pathlib import Path
 
-import golden
+sys.dont_write_bytecode = True
+import golden  # noqa: E402
 
 BUILD = Path(sys.argv.pop(1)).resolve()
 KURA = BUILD / "bin/kura"
@@ -128,7 +129,8 @@ class ScenarioPage(unittest.TestCase):
 
 class BashCompletion(unittest.TestCase):
     def offered(self, *words):
-        script = 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kura; printf "%s\\n" "${COMPREPLY[@]}"'
+        script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kura; '
+                  'printf "%s\\n" "${COMPREPLY[@]}"')
         return set(output("bash", "-c", script, "bash", str(BASH), "kura", *words).split())
 
     def test_offers_every_verb_and_option(self):
@@ -159,7 +161,7 @@ class ZshCompletion(unittest.TestCase):
         compdef() { }
     """
 
-    def specs(self, path, state=""):
+    def entries(self, path, state=""):
         function = "_" + "_".join(("kura",) + path).replace("-", "_")
         script = f'{self.STUBS}\nwords=(kura)\nstate={state}\nsource <(sed "$ d" {ZSH}); {function}'
         if state:
@@ -169,11 +171,11 @@ class ZshCompletion(unittest.TestCase):
 
     def test_offers_every_verb_and_option(self):
         for path, verb in NODES.items():
-            specs = self.specs(path)
+            entries = self.entries(path)
             for name in names(verb) + (names(TREE) if verb is TREE or not verb["commands"] else []):
-                self.assertTrue(any(spec.startswith(name + "[") for spec in specs), (path, name))
+                self.assertTrue(any(entry.startswith(name + "[") for entry in entries), (path, name))
             if verb["commands"]:
-                verbs = self.specs(path, "verb")
+                verbs = self.entries(path, "verb")
                 for below in verb["commands"]:
                     self.assertTrue(any(line.startswith(below["name"] + ":") for line in verbs), below["name"])
 
