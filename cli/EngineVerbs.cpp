@@ -72,7 +72,7 @@ Outcome ListRecords(const Session& session) {
 
 Outcome Report(const Session& session, const ReportOptions& options) {
     const auto set = session.OpenSet();
-    const std::string time = options.time.empty() ? kuraset::EngineTimeNow() : options.time;
+    const std::string time = options.time.empty() ? set.TimeNow() : options.time;
     if (options.repaired) {
         set.ReportSolution(options.code, options.solutionCode, options.type, !options.notApplied, time);
         const Json document = {{"solution", SolutionToJson({options.code, options.solutionCode, options.type,
@@ -108,14 +108,9 @@ void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection)
         ->needs(repaired);
     report->add_option("--solution", options->solutionCode, "Solution code");
     report->add_option("--type", options->type, "Solution type code")->needs(repaired);
-    report->add_option("--time", options->time, "Local time, 2026-01-31T23:59:59; now when absent")
+    report->add_option("--time", options->time, "Local time, 2026-01-31T23:59:59; the set's now when absent")
         ->check([](const std::string& text) {
-            constexpr const char* kShape = "dddd-dd-ddTdd:dd:dd";
-            bool fits = text.size() == 19;
-            for (std::size_t i = 0; fits && i < text.size(); ++i) {
-                fits = kShape[i] == 'd' ? (text[i] >= '0' && text[i] <= '9') : text[i] == kShape[i];
-            }
-            return fits ? std::string() : "must look like 2026-01-31T23:59:59";
+            return kuraset::IsEngineTime(text) ? std::string() : "must look like 2026-01-31T23:59:59";
         });
     report->callback([&session, &selection, options] {
         selection = {Place::kOutside, [&session, options] { return Report(session, *options); }};

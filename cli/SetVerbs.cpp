@@ -4,6 +4,8 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "SetUse.h"
 #include "Table.h"
@@ -111,6 +113,102 @@ Outcome LayOut(const Session& session) {
     return {SetDocument(set), [] { std::cout << "laid out the applications of the set\n"; }};
 }
 
+/// "faults.agent", "apps.2.skip", "features.a/b\\.c": the steps of a path into set.json. A backslash takes
+/// the special meaning from the character behind it.
+std::vector<std::string> StepsOf(const std::string& key) {
+    std::vector<std::string> steps(1);
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        if (key[i] == '\\' && i + 1 < key.size()) {
+            steps.back() += key[++i];
+        } else if (key[i] == '.') {
+            steps.emplace_back();
+        } else {
+            steps.back() += key[i];
+        }
+    }
+    for (const std::string& step : steps) {
+        if (step.empty()) {
+            throw VerbError(ExitCode::kUsage, "not a path into set.json: \"" + key + "\"");
+        }
+    }
+    return steps;
+}
+
+/// The element of a list that a step names; one behind the last for a new one.
+std::size_t IndexIn(const nlohmann::json& list, const std::string& step, const std::string& key) {
+    const bool digits = step.size() < 9 && step.find_first_not_of("0123456789") == std::string::npos;
+    const std::size_t index = digits ? std::stoul(step) : list.size() + 1;
+    if (index > list.size()) {
+        throw VerbError(ExitCode::kUsage,
+                        key + ": \"" + step + "\" is no element of a list of " + std::to_string(list.size()));
+    }
+    return index;
+}
+
+/// A value at its place; null removes what is there, and then every object on the way that is empty now.
+void PutAt(nlohmann::json& at, const std::vector<std::string>& steps, std::size_t depth,
+           const nlohmann::json& value, const std::string& key) {
+    if (depth == steps.size()) {
+        at = value;
+        return;
+    }
+    const std::string& step = steps[depth];
+    const bool last = depth + 1 == steps.size();
+    if (at.is_array()) {
+        const std::size_t index = IndexIn(at, step, key);
+        if (index == at.size() && value.is_null()) {
+            return;
+        }
+        if (last && value.is_null()) {
+            at.erase(index);
+            return;
+        }
+        if (index == at.size()) {
+            at.push_back(nullptr);
+        }
+        PutAt(at[index], steps, depth + 1, value, key);
+        return;
+    }
+    if (!at.is_object()) {
+        at = nlohmann::json::object();  // "faults.agent.mode" where faults.agent was a text
+    }
+    if (value.is_null() && (last || !at.contains(step))) {
+        at.erase(step);
+        return;
+    }
+    PutAt(at[step], steps, depth + 1, value, key);
+    if (value.is_null() && at[step].is_object() && at[step].empty()) {
+        at.erase(step);
+    }
+}
+
+struct PutOptions {
+    std::string key;
+    std::string value;
+};
+
+Outcome Put(const Session& session, const PutOptions& options) {
+    const auto set = session.OpenSet();
+    nlohmann::json value = nlohmann::json::parse(options.value, nullptr, false);
+    if (value.is_discarded()) {
+        value = options.value;
+    }
+    nlohmann::json description = set.Description();
+    const auto steps = StepsOf(options.key);
+    PutAt(description, steps, 0, value, options.key);
+    set.Describe(description);
+    if (steps.front() == "apps") {
+        set.LayOutApps();
+    }
+    const Json document = {{"key", options.key}, {"value", ToDocument(value)}};
+    return {document, [document] {
+                std::cout << document.at("key").get<std::string>()
+                          << (document.at("value").is_null() ? std::string(" removed")
+                                                             : " = " + Shown(document.at("value")))
+                          << '\n';
+            }};
+}
+
 }  // namespace
 
 void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
@@ -130,6 +228,17 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
         ->callback([&session, &selection] {
             selection = {Place::kOutside, [&session] { return LayOut(session); }};
         });
+
+    CLI::App* put = verb->add_subcommand("put", "Change what set.json says");
+    auto putOptions = std::make_shared<PutOptions>();
+    put->add_option("key", putOptions->key,
+                    "Path into set.json: faults.agent, apps.2.skip; a backslash before a dot that belongs to "
+                    "a name")
+        ->required();
+    put->add_option("value", putOptions->value, "JSON, or else a text; null removes")->required();
+    put->callback([&session, &selection, putOptions] {
+        selection = {Place::kOutside, [&session, putOptions] { return Put(session, *putOptions); }};
+    });
 
     verb->add_subcommand("show", "What the set is")->callback([&session, &selection] {
         selection = {Place::kOutside, [&session] { return ShowSet(session); }};

@@ -35,5 +35,6 @@ void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddMapVerbs(CLI::App& app, Selection& selection);
 void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);
 
 }  // namespace cli

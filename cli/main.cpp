@@ -134,6 +134,7 @@ int main(int argc, char** argv) {
     cli::AddRunVerbs(app, session, selection);
     cli::AddJournalVerbs(app, session, selection);
     cli::AddMapVerbs(app, selection);
+    cli::AddScenarioVerbs(app, session, selection);
 
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     const bool json = JsonWanted(arguments);

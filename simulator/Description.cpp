@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace kuraset {
 
@@ -20,7 +22,7 @@ const json& Table() {
         "panel": {"width": "number", "height": "number"},
         "source": "number", "channel": "number", "launched_from": "text",
         "network": {"available": "bool", "connected": "bool"},
-        "terms": ["text"], "opt_size": "size",
+        "terms": ["text"], "opt_size": "size", "clock": "time",
         "apps": [{
             "title": "text", "app_id": "name", "package_id": "name", "entry_id": "text", "icon_dir": "path",
             "skip": "number", "attribute1": "number", "attribute2": "number", "attribute3": "number",
@@ -99,6 +101,8 @@ struct Type {
 
 const Type kTypes[] = {
     {"text", "must be a text", [](const json& v) { return v.is_string(); }},
+    {"time", "must be a local time that looks like 2026-01-31T23:59:59",
+     [](const json& v) { return v.is_string() && IsEngineTime(v); }},
     {"text or null", "must be a text or null", [](const json& v) { return v.is_string() || v.is_null(); }},
     {"name", "must be a text without '/', not empty, \".\" or \"..\"", IsName},
     {"path", "must be a path below /opt or /tmp without \"..\"", IsPath},
@@ -121,6 +125,15 @@ const Type kTypes[] = {
 
 std::string Inside(const std::string& place, const std::string& key) {
     return place.empty() ? key : place + "." + key;
+}
+
+std::vector<std::string> Keys(const json& object) {
+    std::vector<std::string> keys;
+    for (const auto& [key, unused] : object.items()) {
+        static_cast<void>(unused);
+        keys.push_back(key);
+    }
+    return keys;
 }
 
 void CheckOneOf(const json& value, const std::string& words, const std::string& place) {
@@ -166,7 +179,7 @@ void CheckObject(const json& value, const json& table, const std::string& place)
     const bool anyKey = table.contains("*");
     for (const auto& [key, inner] : value.items()) {
         if (!anyKey && !table.contains(key)) {
-            Complain(Inside(place, key), "unknown key");
+            Complain(Inside(place, key), "unknown key" + Suggestion(key, Keys(table)));
         }
         Check(inner, anyKey ? table.at("*") : table.at(key), Inside(place, key));
     }

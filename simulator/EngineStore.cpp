@@ -226,7 +226,7 @@ void EngineStore::Forget() const {
 
 void SetDirectory::ReportInference(int issueCode, bool present, int solutionCode,
                                    const std::string& registerTime, const std::string& lastUpdateTime) const {
-    const std::string registered = registerTime.empty() ? EngineTimeNow() : registerTime;
+    const std::string registered = registerTime.empty() ? TimeNow() : registerTime;
     EngineStore(FilesHome())
         .Append(InferenceRecord{issueCode, present, solutionCode, registered,
                                 lastUpdateTime.empty() ? registered : lastUpdateTime});
@@ -236,7 +236,7 @@ void SetDirectory::ReportSolution(int issueCode, int solutionCode, int type, boo
                                   const std::string& registerTime) const {
     EngineStore(FilesHome())
         .Append(SolutionRecord{issueCode, solutionCode, type, applied,
-                               registerTime.empty() ? EngineTimeNow() : registerTime});
+                               registerTime.empty() ? TimeNow() : registerTime});
 }
 
 std::vector<InferenceRecord> SetDirectory::ListInferences() const {

@@ -45,6 +45,9 @@ private:
 /// with the place of the first difference, as in "set.json: apps[2].skip: must be a whole number".
 void CheckDescription(const json& description);
 
+/// "; did you mean "WORD"?" with the known word that is nearest to the given one, or "" when none is near.
+std::string Suggestion(const std::string& word, const std::vector<std::string>& known);
+
 /// One row of the engine's inference table.
 struct InferenceRecord {
     int issueCode = 0;
@@ -63,8 +66,10 @@ struct SolutionRecord {
     std::string registerTime;
 };
 
-/// Local time as the engine writes it: "2026-01-31T23:59:59".
+/// Local time as the engine writes it: "2026-01-31T23:59:59". Of this process's set, when its clock stands
+/// still; SetDirectory::TimeNow tells it of any set.
 std::string EngineTimeNow();
+bool IsEngineTime(const std::string& text);
 
 /// One set. Copies name the same directory. Every function throws SetError unless it says otherwise.
 class SetDirectory {
@@ -98,6 +103,8 @@ public:
     json Description() const;
     /// Checks and replaces set.json. A process that runs on the set sees it from its next call on.
     void Describe(const json& description) const;
+    /// What the set's clock shows, as EngineTimeNow writes it: "clock" of set.json, or the machine's time.
+    std::string TimeNow() const;
     /// "release", "debug" or "perf".
     std::string ImageType() const;
     /// The file to bind at /proc/vex_chipid_val, brought up to date; none when the set has no chip id.
@@ -117,7 +124,7 @@ public:
 
     // --- The engine's records, newest first ---
 
-    /// Appends a row. Empty times mean now; an empty lastUpdateTime means the registerTime.
+    /// Appends a row. Empty times mean the set's now; an empty lastUpdateTime means the registerTime.
     void ReportInference(int issueCode, bool present, int solutionCode = 0,
                          const std::string& registerTime = "", const std::string& lastUpdateTime = "") const;
     void ReportSolution(int issueCode, int solutionCode, int type, bool applied,

@@ -186,6 +186,12 @@ void SetDirectory::Describe(const json& description) const {
     ChipIdFile();
 }
 
+std::string SetDirectory::TimeNow() const {
+    const json description = Description();
+    const auto clock = description.find("clock");
+    return clock == description.end() ? EngineTimeNow() : clock->get<std::string>();
+}
+
 std::string SetDirectory::ImageType() const {
     return Description().value("image", "perf");
 }

@@ -36,8 +36,9 @@ const Layer kLayers[] = {
     {"simulator/sandbox/", {}},
     {"cli/",
      {"include/", "platform/host/", "simulator/KuraSet.h", "simulator/SetSandbox.h", "simulator/SetUse.h",
-      "simulator/sandbox/Sandbox.h", "cli/map/"}},
+      "simulator/sandbox/Sandbox.h", "cli/map/", "cli/scenario/"}},
     {"cli/map/", {}},
+    {"cli/scenario/", {"simulator/KuraSet.h"}},
     {"tests/map/", {"cli/map/", "tests/road/"}},
     {"tests/map/promise/",
      {"cli/map/", "tests/fakes/", "tests/unit/KURA_DiagResultManager/", "include/", "platform/",
@@ -50,6 +51,7 @@ const Layer kLayers[] = {
     {"tests/sandbox/", {"simulator/sandbox/"}},
     {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"tests/road/", {}},
+    {"tests/scenario/", {"cli/scenario/", "simulator/KuraSet.h"}},
     {"bench/", {"cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 
@@ -62,7 +64,7 @@ const std::map<std::string, Names> kSearched = {
     {"cli", {"cli", "include", "platform", "simulator", "simulator/sandbox", "src"}},
     {"tests",
      {"tests", "tests/fakes", "tests/unit/KURA_DiagResultManager", "include", "platform", "src", "simulator",
-      "simulator/sandbox", "cli"}},
+      "simulator/sandbox", "cli", "cli/scenario"}},
     {"bench", {"bench", "tests/fakes", "include", "platform", "src", "simulator", "cli"}},
 };
 

@@ -131,7 +131,7 @@ struct WrongDescription {
 TEST(SetDirectory, NamesTheKeyThatIsWrong) {
     const WrongDescription table[] = {
         {R"([])", "set.json: must be an object"},
-        {R"({"modell": "X"})", "set.json: modell: unknown key"},
+        {R"({"modell": "X"})", "set.json: modell: unknown key; did you mean \"model\"?"},
         {R"({"model": 5})", "set.json: model: must be a text"},
         {R"({"image": "beta"})", "set.json: image: must be one of: release debug perf"},
         {R"({"panel": {"width": 3840.5}})", "set.json: panel.width: must be a whole number of 32 bits"},

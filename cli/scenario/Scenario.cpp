@@ -1,0 +1,331 @@
+#include "Scenario.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "KuraSet.h"
+#include "Patterns.h"
+#include "Schema.h"
+
+namespace scenario {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uintmax_t kLargestMap = std::uintmax_t{64} << 20;
+
+/// What the schema cannot say, with the values taken over on the way.
+class Reader {
+public:
+    explicit Reader(const Document& document)
+        : m_document(document), m_folder(fs::path(document.File()).parent_path()) {}
+
+    Scenario Read() const {
+        const Json& root = m_document.Root();
+        Scenario scenario;
+        scenario.file = m_document.File();
+        scenario.name = root.value("name", fs::path(scenario.file).stem().string());
+        if (root.contains("set")) {
+            const Json& set = root.at("set");
+            scenario.start = ReadChanges(set, "/set");
+            if (set.contains("base")) {
+                scenario.base = FolderNamed(set.at("base"), "/set/base");
+            }
+        }
+        const Json& steps = root.at("steps");
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            scenario.steps.push_back(ReadStep(steps[i], "/steps/" + std::to_string(i)));
+        }
+        scenario.expect = root.value("expect", Json::object());
+        CheckExpectation(scenario.expect, "/expect");
+        return scenario;
+    }
+
+private:
+    Step ReadStep(const Json& value, const std::string& at) const {
+        Step step;
+        step.changes = ReadChanges(value, at);
+        step.run = value.value("run", std::vector<std::string>());
+        CheckRun(step.run, at + "/run");
+        step.expect = value.value("expect", Json::object());
+        CheckExpectation(step.expect, at + "/expect");
+        for (const char* name : {"exit", "answer", "rows"}) {
+            if (step.run.empty() && step.expect.contains(name)) {
+                m_document.Complain(at + "/expect/" + name, "nothing runs in this step that could give it");
+            }
+        }
+        step.name = value.value("name", step.run.empty() ? value.begin().key() : Joined(step.run));
+        return step;
+    }
+
+    static std::string Joined(const std::vector<std::string>& words) {
+        std::string text;
+        for (const std::string& word : words) {
+            text += (text.empty() ? "" : " ") + word;
+        }
+        return text;
+    }
+
+    void CheckRun(const std::vector<std::string>& run, const std::string& at) const {
+        for (std::size_t i = 0; i < run.size(); ++i) {
+            if (run[i] == "--json" || run[i].rfind("--set", 0) == 0) {
+                m_document.Complain(at + "/" + std::to_string(i), "is given by kura replay itself");
+            }
+        }
+        for (const char* verb : {"replay", "record", "serve"}) {
+            if (!run.empty() && run.front() == verb) {
+                m_document.Complain(at + "/0", std::string(verb) + " cannot be part of a scenario");
+            }
+        }
+    }
+
+    Changes ReadChanges(const Json& value, const std::string& at) const {
+        Changes changes;
+        changes.describe = value.value("describe", Json::object());
+        CheckDescription(changes.describe, at + "/describe");
+        if (value.contains("clock")) {
+            changes.describe["clock"] = value.at("clock");
+        }
+        if (value.contains("faults")) {
+            const Json faults = {{"faults", value.at("faults")}};
+            CheckDescription(faults, at);
+            changes.describe.merge_patch(faults);
+            if (faults.at("faults").is_null()) {
+                changes.describe["faults"] = nullptr;
+            } else {
+                KeepNulls(changes.describe["faults"], faults.at("faults"));
+            }
+        }
+        changes.settings = value.value("settings", Json::object());
+        CheckSettings(changes.settings, at + "/settings");
+        changes.engine = value.value("engine", Json::object());
+        CheckTimes(changes.engine, at + "/engine");
+        if (value.contains("map")) {
+            changes.files.push_back(ReadMap(value.at("map"), at + "/map"));
+        }
+        const Json files = value.value("files", Json::object());
+        for (const auto& [path, content] : files.items()) {
+            changes.files.push_back(ReadFile(path, content, at + "/files/" + PointerStep(path)));
+        }
+        return changes;
+    }
+
+    /// A merge takes a null as "remove"; in a patch that is applied later it has to stay.
+    static void KeepNulls(Json& merged, const Json& patch) {
+        for (const auto& [key, value] : patch.items()) {
+            if (value.is_null()) {
+                merged[key] = nullptr;
+            } else if (value.is_object()) {
+                KeepNulls(merged[key], value);
+            }
+        }
+    }
+
+    static nlohmann::json WithoutNulls(const Json& value) {
+        if (!value.is_object()) {
+            return nlohmann::json(value);
+        }
+        auto plain = nlohmann::json::object();
+        for (const auto& [key, member] : value.items()) {
+            if (!member.is_null()) {
+                plain[key] = WithoutNulls(member);
+            }
+        }
+        return plain;
+    }
+
+    void CheckDescription(const Json& describe, const std::string& at) const {
+        nlohmann::json plain = WithoutNulls(describe);
+        if (describe.value("info", Json()).is_object()) {
+            plain["info"] = nlohmann::json(describe.at("info"));  // null is a value there
+        }
+        try {
+            kuraset::CheckDescription(plain);
+        } catch (const kuraset::SetError& error) {
+            // "set.json: faults.agent: complaint"
+            const std::string text = error.what();
+            const std::size_t place = text.find(": ") + 2;
+            const std::size_t complaint = text.find(": ", place);
+            if (complaint == std::string::npos) {
+                m_document.Complain(at, text.substr(place));
+            }
+            m_document.Complain(at + PointerOf(text.substr(place, complaint - place)),
+                                text.substr(complaint + 2));
+        }
+    }
+
+    /// "apps[2].skip" as "/apps/2/skip".
+    static std::string PointerOf(const std::string& place) {
+        std::string pointer = "/";
+        for (const char c : place) {
+            if (c == '.' || c == '[') {
+                pointer += '/';
+            } else if (c != ']') {
+                pointer += PointerStep(std::string(1, c));
+            }
+        }
+        return pointer;
+    }
+
+    void CheckSettings(const Json& settings, const std::string& at) const {
+        for (const auto& [key, value] : settings.items()) {
+            const bool fits =
+                !value.is_number() || (value >= std::int64_t{INT32_MIN} && value <= std::int64_t{INT32_MAX});
+            if (!fits) {
+                m_document.Complain(at + "/" + PointerStep(key), "must be a whole number of 32 bits");
+            }
+        }
+    }
+
+    void CheckTimes(const Json& engine, const std::string& at) const {
+        for (const char* list : {"inferences", "solutions"}) {
+            const Json records = engine.value(list, Json::array());
+            for (std::size_t i = 0; i < records.size(); ++i) {
+                for (const char* key : {"register_time", "last_update_time"}) {
+                    const std::string time = records[i].value(key, std::string());
+                    if (!time.empty() && !kuraset::IsEngineTime(time)) {
+                        m_document.Complain(at + "/" + list + "/" + std::to_string(i) + "/" + key,
+                                            "must look like 2026-01-31T23:59:59");
+                    }
+                }
+            }
+        }
+    }
+
+    fs::path FolderNamed(const std::string& name, const std::string& at) const {
+        const fs::path folder = (m_folder / name).lexically_normal();
+        std::error_code error;
+        if (!fs::is_directory(folder, error)) {
+            m_document.Complain(at, "there is no folder " + folder.string());
+        }
+        return folder;
+    }
+
+    FileChange ReadMap(const Json& value, const std::string& at) const {
+        FileChange change;
+        change.path = kMapPath;
+        if (value.is_null()) {
+            change.kind = FileChange::Kind::kRemove;
+        } else if (value.is_array()) {
+            for (std::size_t i = 0; i < value.size(); ++i) {
+                change.text += (i == 0 ? "" : "\n") + value[i].get<std::string>();
+            }
+        } else {
+            change.text = TextOfFile((m_folder / value.get<std::string>()).lexically_normal(), at);
+        }
+        return change;
+    }
+
+    std::string TextOfFile(const fs::path& path, const std::string& at) const {
+        std::error_code error;
+        if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > kLargestMap) {
+            m_document.Complain(at, fs::exists(path, error) ? path.string() + " is no file of a map's size"
+                                                            : "there is no file " + path.string());
+        }
+        std::ifstream file(path, std::ios::binary);
+        if (!file) {
+            m_document.Complain(at, path.string() + " cannot be read");
+        }
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+
+    FileChange ReadFile(const std::string& path, const Json& value, const std::string& at) const {
+        CheckPath(path, at);
+        using Kind = FileChange::Kind;
+        FileChange change;
+        change.path = path;
+        if (value.is_null()) {
+            change.kind = Kind::kRemove;
+        } else if (value.is_string()) {
+            change.text = value.get<std::string>();
+        } else if (value.contains("base64")) {
+            change.text = Decoded(value.at("base64"), at + "/base64");
+        } else if (value.contains("size")) {
+            change.kind = Kind::kSize;
+            change.size = value.at("size").get<std::uintmax_t>();
+        } else if (value.contains("link")) {
+            change.kind = Kind::kLink;
+            change.text = value.at("link").get<std::string>();
+        } else {
+            change.kind = Kind::kFolder;
+        }
+        return change;
+    }
+
+    void CheckPath(const std::string& path, const std::string& at) const {
+        const fs::path whole(path);
+        const bool below =
+            path.rfind("/opt/", 0) == 0 || path.rfind("/home/", 0) == 0 || path.rfind("/tmp/", 0) == 0;
+        if (!below || whole != whole.lexically_normal() || whole.filename().empty()) {
+            m_document.Complain(at, "must be a plain path below /opt, /home or /tmp");
+        }
+    }
+
+    std::string Decoded(const std::string& text, const std::string& at) const {
+        gsize size = 0;
+        const std::unique_ptr<guchar, decltype(&g_free)> bytes(g_base64_decode(text.c_str(), &size), &g_free);
+        const std::unique_ptr<gchar, decltype(&g_free)> again(g_base64_encode(bytes.get(), size), &g_free);
+        if (text != again.get()) {
+            m_document.Complain(at, "is not base64");
+        }
+        return {reinterpret_cast<const char*>(bytes.get()), size};
+    }
+
+    void CheckExpectation(const Json& expect, const std::string& at) const {
+        for (const auto& [name, pattern] : expect.items()) {
+            const std::string place = at + "/" + PointerStep(name);
+            if (name == "calls") {
+                CheckKinds(pattern, place);
+            } else if (name == "files") {
+                for (const auto& [path, unused] : pattern.items()) {
+                    static_cast<void>(unused);
+                    CheckPath(path, place + "/" + PointerStep(path));
+                }
+            }
+            const PatternFault fault = CheckPattern(pattern, place);
+            if (!fault.complaint.empty()) {
+                m_document.Complain(fault.pointer, fault.complaint);
+            }
+        }
+    }
+
+    void CheckKinds(const Json& calls, const std::string& at) const {
+        const auto& known = JournalKinds();
+        for (const auto& [kind, unused] : calls.items()) {
+            static_cast<void>(unused);
+            if (std::find(known.begin(), known.end(), kind) == known.end()) {
+                m_document.Complain(at + "/" + PointerStep(kind),
+                                    "the journal has no such kind" + kuraset::Suggestion(kind, known));
+            }
+        }
+    }
+
+    const Document& m_document;
+    fs::path m_folder;
+};
+
+Scenario FromDocument(const Document& document) {
+    CheckAgainst(ScenarioSchema(), document);
+    return Reader(document).Read();
+}
+
+}  // namespace
+
+Scenario ReadScenario(const fs::path& path) {
+    return FromDocument(Document::Read(path));
+}
+
+Scenario ParseScenario(const std::string& text, const fs::path& file) {
+    return FromDocument(Document::Parse(text, file.string()));
+}
+
+}  // namespace scenario
