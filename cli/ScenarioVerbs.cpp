@@ -1,14 +1,18 @@
 // Scenarios: replayed on sets of their own, each verb in a process of its own as a user would run it.
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
 #include <thread>
+#include <vector>
 
 #include "Verbs.h"
 #include "scenario/Process.h"
+#include "scenario/Record.h"
 #include "scenario/Replay.h"
 
 namespace cli {
@@ -29,6 +33,18 @@ fs::path ThisProgram() {
     return fs::read_symlink("/proc/self/exe");
 }
 
+Json DifferenceToJson(const scenario::Difference& difference) {
+    return {{"step", difference.step},
+            {"place", difference.place},
+            {"expected", difference.expected},
+            {"happened", difference.happened}};
+}
+
+void PrintDifference(const scenario::Difference& difference) {
+    std::cout << "    " << difference.step << ": " << difference.place << "\n    - " << difference.expected
+              << "\n    + " << difference.happened << '\n';
+}
+
 Json ResultToJson(const Result& result) {
     Json document = {{"file", result.file},
                      {"name", result.name},
@@ -36,10 +52,7 @@ Json ResultToJson(const Result& result) {
                      {"steps", result.steps},
                      {"seconds", result.seconds}};
     if (result.difference) {
-        document["difference"] = {{"step", result.difference->step},
-                                  {"place", result.difference->place},
-                                  {"expected", result.difference->expected},
-                                  {"happened", result.difference->happened}};
+        document["difference"] = DifferenceToJson(*result.difference);
     }
     if (!result.message.empty()) {
         document["message"] = result.message;
@@ -54,8 +67,7 @@ void PrintResult(const Result& result) {
     }
     std::cout << scenario::NameOf(result.kind) << "  " << result.file << '\n';
     if (result.difference) {
-        std::cout << "    " << result.difference->step << ": " << result.difference->place << "\n    - "
-                  << result.difference->expected << "\n    + " << result.difference->happened << '\n';
+        PrintDifference(*result.difference);
     }
     std::cout << std::flush;
 }
@@ -71,7 +83,7 @@ Json Summary(const std::vector<Result>& results) {
 }
 
 void PrintSummary(const Json& summary) {
-    std::cout << summary.at("scenarios") << " scenarios";
+    std::cout << summary.at("scenarios") << (summary.at("scenarios") == 1 ? " scenario" : " scenarios");
     for (const char* kind : {"ok", "different", "unreadable", "failed"}) {
         if (summary.at(kind) != 0 || kind == std::string("ok")) {
             std::cout << ", " << summary.at(kind) << ' ' << kind;
@@ -86,6 +98,11 @@ void WriteFile(const std::string& path, const std::string& text) {
     if (!file.flush()) {
         throw VerbError(ExitCode::kFailed, path + ": cannot be written");
     }
+}
+
+void RemoveFile(const fs::path& path) {
+    std::error_code error;
+    fs::remove(path, error);
 }
 
 ExitCode CodeFor(const Json& summary) {
@@ -122,9 +139,101 @@ Outcome Replay(const Session& session, const ReplayOptions& options) {
     }
 }
 
+void PrintRecording(const Json& document, const std::optional<scenario::Difference>& difference) {
+    for (const Json& step : document.at("steps")) {
+        std::cout << "exit " << step.at("exit") << ' ';
+        for (const Json& word : step.at("run")) {
+            std::cout << ' ' << word.get<std::string>();
+        }
+        std::cout << '\n';
+    }
+    std::cout << "Recorded to " << document.at("file").get<std::string>() << '\n';
+    if (difference) {
+        std::cout << "It does not replay alike here:\n";
+        PrintDifference(*difference);
+    }
+}
+
+struct RecordOptions {
+    std::string output;
+    std::vector<std::string> words;  ///< verbs with their arguments, "--" between them
+};
+
+std::vector<std::vector<std::string>> VerbsOf(const std::vector<std::string>& words) {
+    std::vector<std::vector<std::string>> verbs(1);
+    for (const std::string& word : words) {
+        if (word == "--") {
+            verbs.emplace_back();
+        } else if (word == "--json" || word.rfind("--set", 0) == 0) {
+            throw VerbError(ExitCode::kUsage, word + " belongs before record, not to a verb");
+        } else {
+            verbs.back().push_back(word);
+        }
+    }
+    for (const auto& verb : verbs) {
+        if (verb.empty()) {
+            throw VerbError(ExitCode::kUsage, "there is no verb between two --");
+        }
+        if (verb.front() == "replay" || verb.front() == "record" || verb.front() == "serve") {
+            throw VerbError(ExitCode::kUsage, verb.front() + " cannot be part of a scenario");
+        }
+    }
+    return verbs;
+}
+
+/// A scenario that was just recorded has to be green; what makes it red depends on the machine.
+std::optional<scenario::Difference> Check(const fs::path& file) {
+    const auto scenario = scenario::ReadScenario(file);
+    return scenario::FirstDifference(scenario, scenario::Run(scenario, {ThisProgram(), {}}));
+}
+
+Outcome Record(const Session& session, const RecordOptions& options) {
+    scenario::EndInGoodOrder();
+    const auto verbs = VerbsOf(options.words);
+    const auto set = session.OpenSet();
+    const fs::path unfinished = options.output + ".unfinished";
+    WriteFile(unfinished, "");  // before anything runs: what cannot be kept need not happen
+    try {
+        const auto recording = scenario::Record(set, verbs, ThisProgram());
+        WriteFile(unfinished, scenario::ScenarioText(recording.document));
+        fs::rename(unfinished, options.output);
+        Json document = {{"file", options.output}, {"steps", Json::array()}, {"replays", true}};
+        for (std::size_t i = 0; i < verbs.size(); ++i) {
+            document["steps"].push_back({{"run", verbs[i]},
+                                         {"exit", recording.moments[i].exit.value_or(0)},
+                                         {"answer", recording.moments[i].answer}});
+        }
+        const auto difference = Check(options.output);
+        if (difference) {
+            document["replays"] = false;
+            document["difference"] = DifferenceToJson(*difference);
+        }
+        return {document, [document, difference] { PrintRecording(document, difference); },
+                difference ? ExitCode::kFindings : ExitCode::kDone};
+    } catch (const scenario::Interrupted&) {
+        RemoveFile(unfinished);
+        throw VerbError(ExitCode::kFailed, "interrupted; nothing is recorded");
+    } catch (...) {
+        RemoveFile(unfinished);
+        throw;
+    }
+}
+
 }  // namespace
 
 void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    CLI::App* record =
+        app.add_subcommand("record", "Run verbs on the set and write a scenario of what happened");
+    auto recordOptions = std::make_shared<RecordOptions>();
+    record->add_option("-o,--output", recordOptions->output, "The scenario file to write")->required();
+    record
+        ->add_option("verb", recordOptions->words,
+                     "Behind --: a verb with its arguments; another -- before each further verb")
+        ->required();
+    record->callback([&session, &selection, recordOptions] {
+        selection = {Place::kOutside, [&session, recordOptions] { return Record(session, *recordOptions); }};
+    });
+
     CLI::App* replay = app.add_subcommand("replay", "Run scenarios and tell the first difference of each");
     auto options = std::make_shared<ReplayOptions>();
     replay->add_option("files", options->files, "Scenario files")->required();

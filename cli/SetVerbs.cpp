@@ -10,6 +10,8 @@
 #include "SetUse.h"
 #include "Table.h"
 #include "Verbs.h"
+#include "scenario/Scenario.h"
+#include "scenario/StartSet.h"
 
 namespace cli {
 
@@ -48,6 +50,7 @@ void PrintSet(const Json& document) {
 
 struct NewOptions {
     std::string from;
+    std::string scenario;
     bool force = false;
 };
 
@@ -87,9 +90,22 @@ kuraset::SetDirectory ReplaceSet(const fs::path& path,
     return kuraset::SetDirectory::Open(path);
 }
 
+kuraset::SetDirectory MakeStartOf(const fs::path& file, const fs::path& path) {
+    const auto scenario = scenario::ReadScenario(file);
+    const auto set = MakeSet(path, scenario.base.empty() ? ExamplesFolder() : scenario.base);
+    scenario::Apply(scenario.start, set);
+    return set;
+}
+
 Outcome NewSet(const Session& session, const NewOptions& options) {
     const fs::path path = session.SetPath();
+    if (!options.scenario.empty()) {
+        scenario::ReadScenario(options.scenario);  // refused before anything is made
+    }
     const auto make = [&options](const fs::path& place) {
+        if (!options.scenario.empty()) {
+            return MakeStartOf(options.scenario, place);
+        }
         return MakeSet(place, options.from.empty() ? ExamplesFolder() : fs::path(options.from));
     };
     const auto set = options.force && HoldsSet(path) ? ReplaceSet(path, make) : make(path);
@@ -219,6 +235,8 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
     auto options = std::make_shared<NewOptions>();
     make->add_option("--from", options->from, "A folder laid out as the examples are")
         ->check(CLI::ExistingDirectory);
+    make->add_option("--scenario", options->scenario, "As it is before the first step of this scenario")
+        ->excludes("--from");
     make->add_flag("--force", options->force, "Replace the set that is there");
     make->callback([&session, &selection, options] {
         selection = {Place::kOutside, [&session, options] { return NewSet(session, *options); }};

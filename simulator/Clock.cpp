@@ -26,15 +26,25 @@ namespace {
 /// Reading the set may ask for the time itself.
 thread_local bool reading = false;
 
-/// -1 when the clock runs with the machine's.
-std::time_t StandingClock() {
+/// The clock in set.json, when this process runs on a set.
+std::string ClockOfSet() {
     const char* set = std::getenv(kSetDirectoryVariable);
     if (set == nullptr || *set == '\0' || reading) {
-        return -1;
+        return {};
     }
     reading = true;
-    const auto text = CurrentSet::Get().Read<std::string>("/clock", {});
+    auto text = CurrentSet::Get().Read<std::string>("/clock", {});
     reading = false;
+    return text;
+}
+
+/// -1 when the clock runs with the machine's.
+std::time_t StandingClock() {
+    std::string text = ClockOfSet();
+    if (text.empty()) {
+        const char* given = std::getenv(kClockVariable);
+        text = given == nullptr ? "" : given;
+    }
     std::tm local{};
     if (std::sscanf(text.c_str(), "%d-%d-%dT%d:%d:%d", &local.tm_year, &local.tm_mon, &local.tm_mday,
                     &local.tm_hour, &local.tm_min, &local.tm_sec) != 6) {

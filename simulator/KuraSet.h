@@ -24,6 +24,8 @@ using json = nlohmann::json;
 
 constexpr const char* kSetDirectoryVariable = "KURA_SET_DIR";
 constexpr const char* kBoundSetDirectory = "/run/kura-set";
+/// A standing clock for a set whose description has none, as "2026-01-31T23:59:59".
+constexpr const char* kClockVariable = "KURA_SET_CLOCK";
 constexpr const char* kPackageBusVariable = "KURA_PKGMGR_BUS";
 
 class SetError : public std::runtime_error {

@@ -35,7 +35,7 @@ std::string Suggestion(const std::string& word, const std::vector<std::string>& 
         return "";
     }
     const std::string* nearest = nullptr;
-    std::size_t best = std::max<std::size_t>(2, word.size() / 3) + 1;
+    std::size_t best = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string& candidate : known) {
         const std::size_t distance = Distance(word, candidate);
         if (distance < best && distance < candidate.size()) {

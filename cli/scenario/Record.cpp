@@ -1,0 +1,296 @@
+#include "Record.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <utility>
+
+#include "Process.h"
+#include "Runner.h"
+#include "ScenarioError.h"
+#include "StartSet.h"
+
+namespace scenario {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kMostLogLines = 40;
+constexpr std::size_t kLongestFileText = 4096;
+constexpr int kErrorPriority = 6;
+
+/// Verbs that ask the set from many threads: the order of what they ask differs from run to run.
+constexpr const char* kManyThreads[] = {"apps"};
+
+bool HasThreads(const std::vector<std::string>& verb) {
+    return std::find(std::begin(kManyThreads), std::end(kManyThreads), verb.front()) !=
+           std::end(kManyThreads);
+}
+
+/// The members of an entry that are the same in every run.
+Json Steady(const Json& entry) {
+    Json steady = Json::object();
+    for (const auto& [key, value] : entry.items()) {
+        if (key != "time" && key != "kind" && key != "user_time" && key != "what") {
+            steady[key] = value;
+        }
+    }
+    return steady;
+}
+
+Json SteadyList(const Json& entries) {
+    Json list = Json::array();
+    for (const Json& entry : entries) {
+        list.push_back(Steady(entry));
+    }
+    return list;
+}
+
+/// The description holds the time as one raw character, before "select_item"; the partition's figures at its
+/// end are the machine's on a set without a size of its own.
+Json Events(const Json& entries, bool ownPartition) {
+    Json list = SteadyList(entries);
+    for (Json& entry : list) {
+        std::string text = entry.value("description", std::string());
+        text.erase(0, std::min(text.find("select_item="), text.size()));
+        if (!ownPartition) {
+            text.erase(std::min(text.find(";total_storage="), text.size()));
+        }
+        entry["description"] = {{"$contains", text}};
+    }
+    return list;
+}
+
+/// What an answer tells of the problem list.
+Json Rows(const Json& problems) {
+    Json rows = Json::array();
+    for (const Json& problem : problems) {
+        rows.push_back({{"issue_code", problem.at("issue_code")},
+                        {"last_time", problem.at("last_time")},
+                        {"sol_name", problem.at("sol_name")}});
+    }
+    return rows;
+}
+
+/// Not the parts that other expectations are about, nor those that tell the time of day.
+Json Answer(const Json& answer) {
+    Json steady = Json::object();
+    for (const auto& [key, value] : answer.items()) {
+        const bool elsewhere = key == "problems" || key == "requests" || key == "entries" || key == "lines";
+        const bool time = key == "seconds" || (value.is_object() && value.contains("time"));
+        if (!elsewhere && !time) {
+            steady[key] = value;
+        }
+    }
+    return steady;
+}
+
+Json ErrorLines(const Json& log) {
+    Json lines = Json::array();
+    for (const Json& line : log) {
+        const auto message = line.value("message", std::string());
+        const bool chatter = line.value("file", std::string()).rfind("KURA_DBManager", 0) == 0 &&
+                             message.rfind("ERROR", 0) != 0;
+        if (line.value("priority", 0) >= kErrorPriority && !chatter && !line.contains("cut") &&
+            lines.size() < kMostLogLines) {
+            lines.push_back(message);
+        }
+    }
+    return lines;
+}
+
+void AddCalls(Json& expect, const Moment& moment) {
+    const Json all = Happened(moment, "calls");
+    Json calls = Json::object();
+    for (const char* kind : {"picture", "video", "power", "source", "network", "consent"}) {
+        if (all.contains(kind)) {
+            calls[kind] = SteadyList(all.at(kind));
+        }
+    }
+    if (!calls.empty()) {
+        expect["calls"] = std::move(calls);
+    }
+}
+
+/// Values that are not what they were.
+Json Changed(const Json& before, const Json& now) {
+    Json changed = Json::object();
+    for (const auto& [key, value] : now.items()) {
+        if (!before.contains(key) || before.at(key) != value) {
+            changed[key] = value;
+        }
+    }
+    for (const auto& [key, unused] : before.items()) {
+        static_cast<void>(unused);
+        if (!now.contains(key)) {
+            changed[key] = nullptr;
+        }
+    }
+    return changed;
+}
+
+/// All files of the set by the library's path, as an expectation tells them. Databases differ in bytes that
+/// say nothing.
+Json FilesOf(const kuraset::SetDirectory& set) {
+    Json paths = Json::object();
+    const fs::path root = set.Path() / "files";
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        const fs::path path = entry.path();
+        const bool database = path.filename().string().find(".db") != std::string::npos;
+        if (!fs::is_directory(entry.symlink_status()) && !database) {
+            paths["/" + path.lexically_relative(root).string()] = nullptr;
+        }
+    }
+    Json files = Look(set, SIZE_MAX, {{"files", paths}}).files;
+    for (auto& [path, file] : files.items()) {
+        static_cast<void>(path);
+        const bool zero =
+            file.contains("text") && file.at("text").get<std::string>().find('\0') != std::string::npos;
+        if (file.contains("text") && (zero || file.value("size", std::size_t{0}) > kLongestFileText)) {
+            file.erase("text");
+        }
+    }
+    return files;
+}
+
+struct State {
+    Json settings;
+    Json files;
+};
+
+State StateOf(const kuraset::SetDirectory& set) {
+    return {Json(set.ListSettings()), FilesOf(set)};
+}
+
+void AddUnlessEmpty(Json& expect, const char* name, Json value) {
+    if (!value.empty()) {
+        expect[name] = std::move(value);
+    }
+}
+
+Json Expectation(const Moment& moment, const std::vector<std::string>& verb, const State& before,
+                 const State& after, bool ownPartition) {
+    Json expect = Json::object();
+    if (moment.exit != 0) {
+        expect["exit"] = *moment.exit;
+    }
+    if (moment.answer.is_object()) {
+        AddUnlessEmpty(expect, "answer",
+                       ownPartition || verb.front() != "storage" ? Answer(moment.answer) : Json::object());
+        if (moment.answer.contains("problems")) {
+            expect["rows"] = Rows(moment.answer.at("problems"));
+        }
+    }
+    const bool threads = HasThreads(verb);
+    for (const char* list : {"screens", "written", "launches", "recorded"}) {
+        expect[list] = SteadyList(Happened(moment, list));
+    }
+    expect["events"] = Events(Happened(moment, "events"), ownPartition);
+    if (!threads) {
+        expect["requests"] = SteadyList(Happened(moment, "requests"));
+        AddUnlessEmpty(expect, "log", ErrorLines(Happened(moment, "log")));
+    }
+    AddCalls(expect, moment);
+    if (moment.remaining.is_array()) {
+        expect["remaining"] = Json::array();
+        for (const Json& row : moment.remaining) {
+            expect["remaining"].push_back(row.at("issue_code"));
+        }
+    }
+    AddUnlessEmpty(expect, "settings", Changed(before.settings, after.settings));
+    AddUnlessEmpty(expect, "files", Changed(before.files, after.files));
+    return expect;
+}
+
+kuraset::SetDirectory FreshSet(const fs::path& folder, const fs::path& kura) {
+    return MakeStartSet(Scenario(), folder / "fresh", kura);
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
+}
+
+}  // namespace
+
+Recording Record(const kuraset::SetDirectory& set, const std::vector<std::vector<std::string>>& verbs,
+                 const fs::path& kura) {
+    const TemporaryFolder scratch;
+    Json overlay = OverlayOf(set, FreshSet(scratch.Path(), kura));
+    const std::string now = set.TimeNow();
+    if (!set.Description().contains("clock")) {
+        overlay["clock"] = now;
+    }
+    const bool ownPartition = set.Description().contains("opt_size");
+    Recording recording;
+    Json steps = Json::array();
+    std::string name;
+    for (const auto& verb : verbs) {
+        const State before = StateOf(set);
+        Moment moment =
+            RunVerb(set, verb, Json::object(), kura, scratch.Path(), {{kuraset::kClockVariable, now}});
+        steps.push_back({{"name", Joined(verb)},
+                         {"run", verb},
+                         {"expect", Expectation(moment, verb, before, StateOf(set), ownPartition)}});
+        name += (name.empty() ? "" : ", ") + Joined(verb);
+        recording.moments.push_back(std::move(moment));
+    }
+    recording.document = {{"name", name},
+                          {"about", "Recorded from what happened."},
+                          {"set", std::move(overlay)},
+                          {"steps", std::move(steps)}};
+    return recording;
+}
+
+namespace {
+
+constexpr std::size_t kWidth = 110;
+
+std::string Scalar(const Json& value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string InOneLine(const Json& value) {
+    if (!value.is_structured()) {
+        return Scalar(value);
+    }
+    std::string text;
+    for (const auto& [key, member] : value.items()) {
+        text += (text.empty() ? "" : ", ") + (value.is_array() ? "" : Scalar(key) + ": ") + InOneLine(member);
+    }
+    return value.is_array() ? "[" + text + "]" : "{" + text + "}";
+}
+
+/// A list or an object on one line where it has room; behind: what else is on that line.
+void Write(std::string& text, const Json& value, std::size_t indent, std::size_t behind) {
+    const std::string line = InOneLine(value);
+    if (!value.is_structured() || value.empty() || line.size() + indent + behind <= kWidth) {
+        text += line;
+        return;
+    }
+    const std::string inner(indent + 4, ' ');
+    text += value.is_array() ? "[\n" : "{\n";
+    std::size_t left = value.size();
+    for (const auto& [key, member] : value.items()) {
+        const std::string label = value.is_array() ? "" : Scalar(key) + ": ";
+        text += inner + label;
+        Write(text, member, indent + 4, label.size() + 1);
+        text += --left == 0 ? "\n" : ",\n";
+    }
+    text += std::string(indent, ' ') + (value.is_array() ? "]" : "}");
+}
+
+}  // namespace
+
+std::string ScenarioText(const Json& document) {
+    std::string text;
+    Write(text, document, 0, kWidth);
+    return text + "\n";
+}
+
+}  // namespace scenario
