@@ -214,7 +214,7 @@ const Fault kFaults[] = {
      json::object(),
      "setting",
      {{"op", "set_int"}, {"key", "db/menu/picture/backlight"}, {"result", -1}},
-     "ret : -1"},
+     "ret : 1"},
     {"Launch",
      {{"faults.launch", R"(["org.vesta.browser"])"}},
      {"launch", kBrowser},
