@@ -38,9 +38,9 @@ struct ExplainArguments {
 };
 
 [[noreturn]] void RefuseTag(const std::string& tag) {
-    throw VerbError(ExitCode::kNoSuchItem, "there is no rule \"" + tag + "\"" +
-                                               kuramap::DidYouMean(tag, kuramap::NamesOfTags()) +
-                                               "; \"kura map explain\" lists all");
+    throw VerbError(ExitCode::kNoSuchItem, "there is no rule \"" + tag +
+                                               "\" (\"kura map explain\" lists all)" +
+                                               kuramap::DidYouMean(tag, kuramap::NamesOfTags()));
 }
 
 /// "TAG=LEVEL".

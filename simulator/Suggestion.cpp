@@ -35,7 +35,8 @@ std::string Suggestion(const std::string& word, const std::vector<std::string>& 
         return "";
     }
     const std::string* nearest = nullptr;
-    std::size_t best = std::max<std::size_t>(1, word.size() / 3) + 1;
+    // Two letters that changed places count as two changes.
+    std::size_t best = std::max<std::size_t>(word.size() > 3 ? 2 : 1, word.size() / 3) + 1;
     for (const std::string& candidate : known) {
         const std::size_t distance = Distance(word, candidate);
         if (distance < best && distance < candidate.size()) {

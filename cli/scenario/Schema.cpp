@@ -86,6 +86,10 @@ public:
         if (schema.contains("enum")) {
             Enum(value, schema.at("enum"), at);
         }
+        if (value.is_object()) {
+            // Before what is missing: a misspelt key is both, and its spelling is what helps.
+            KnownNames(value, schema, at);
+        }
         if (schema.contains("anyOf")) {
             Alternatives(value, schema.at("anyOf"), at);
         }
@@ -164,8 +168,20 @@ private:
                 Value(member, known.at(name), place);
             } else if (others.is_object()) {
                 Value(member, others, place);
-            } else if (!others.get<bool>()) {
-                m_document.Complain(place, "unknown key" + kuraset::Suggestion(name, Names(known)));
+            }
+        }
+    }
+
+    void KnownNames(const Json& value, const Json& schema, const std::string& at) const {
+        if (schema.value("additionalProperties", Json(true)) != Json(false)) {
+            return;
+        }
+        const Json known = schema.value("properties", Json::object());
+        for (const auto& [name, unused] : value.items()) {
+            static_cast<void>(unused);
+            if (!known.contains(name)) {
+                m_document.Complain(at + "/" + PointerStep(name),
+                                    "unknown key" + kuraset::Suggestion(name, Names(known)));
             }
         }
     }
