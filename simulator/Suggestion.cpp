@@ -1,7 +1,6 @@
 // The word that somebody may have meant who wrote one that nobody knows.
 #include <algorithm>
 #include <cstddef>
-#include <numeric>
 #include <string>
 #include <vector>
 
@@ -11,20 +10,26 @@ namespace kuraset {
 
 namespace {
 
-/// How many characters to change, add or leave out to make one word of the other.
+/// How many times to change, add, leave out or swap with its neighbour a character to make one word of the
+/// other.
 std::size_t Distance(const std::string& from, const std::string& to) {
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t changed = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    const std::size_t width = to.size() + 1;
+    std::vector<std::size_t> table((from.size() + 1) * width);
+    const auto at = [&](std::size_t i, std::size_t j) -> std::size_t& { return table[i * width + j]; };
+    for (std::size_t i = 0; i <= from.size(); ++i) {
+        for (std::size_t j = 0; j <= to.size(); ++j) {
+            if (i == 0 || j == 0) {
+                at(i, j) = i + j;
+                continue;
+            }
+            const std::size_t changed = at(i - 1, j - 1) + (from[i - 1] == to[j - 1] ? 0 : 1);
+            at(i, j) = std::min({changed, at(i - 1, j) + 1, at(i, j - 1) + 1});
+            if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+                at(i, j) = std::min(at(i, j), at(i - 2, j - 2) + 1);
+            }
         }
     }
-    return row.back();
+    return table.back();
 }
 
 }  // namespace
@@ -35,8 +40,7 @@ std::string Suggestion(const std::string& word, const std::vector<std::string>& 
         return "";
     }
     const std::string* nearest = nullptr;
-    // Two letters that changed places count as two changes.
-    std::size_t best = std::max<std::size_t>(word.size() > 3 ? 2 : 1, word.size() / 3) + 1;
+    std::size_t best = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string& candidate : known) {
         const std::size_t distance = Distance(word, candidate);
         if (distance < best && distance < candidate.size()) {
