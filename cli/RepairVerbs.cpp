@@ -1,5 +1,6 @@
 // Applying a solution and launching: the verbs answer with what the set was asked to do, read back from its
 // journal.
+#include <cstddef>
 #include <iostream>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "HostSetUp.h"
 #include "KURA_SO_Interface.h"
 #include "KURA_Storage.h"
+#include "Preview.h"
 #include "Table.h"
 #include "Verbs.h"
 
@@ -18,6 +20,7 @@ namespace {
 struct RepairOptions {
     std::string code;
     bool background = false;
+    bool preview = false;
     std::string app;
 };
 
@@ -98,6 +101,18 @@ Outcome Fix(const Session& session, const RepairOptions& options) {
             }};
 }
 
+Outcome Preview(const Session& session, const RepairOptions& options) {
+    const Json document = {{"issue_code", options.code},
+                           {"background", options.background},
+                           {"steps", PreviewSteps(session.OpenSet(), options.code, options.background)}};
+    return {document, [document] {
+                std::size_t number = 0;
+                for (const Json& step : document.at("steps")) {
+                    std::cout << ++number << ". " << StepText(step) << '\n';
+                }
+            }};
+}
+
 Outcome Launch(const Session& session, const RepairOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
@@ -118,7 +133,12 @@ void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection)
     fix->add_option("code", options->code, "Issue code, as the solution map writes it")->required();
     fix->add_flag("--background", options->background,
                   "Hand the engine's record back instead of recording it");
+    fix->add_flag("--preview", options->preview, "Tell what it would do, in order, and change nothing");
     fix->callback([&session, &selection, options] {
+        if (options->preview) {
+            selection = {Place::kOutside, [&session, options] { return Preview(session, *options); }};
+            return;
+        }
         selection = {Place::kInside, [&session, options] { return Fix(session, *options); }};
     });
 

@@ -33,6 +33,7 @@ void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection)
 void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddMapVerbs(CLI::App& app, Selection& selection);
 void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);

@@ -127,6 +127,7 @@ int main(int argc, char** argv) {
     cli::AddEngineVerbs(app, session, selection);
     cli::AddSettingsVerbs(app, session, selection);
     cli::AddDiagnosisVerbs(app, session, selection);
+    cli::AddWhyVerbs(app, session, selection);
     cli::AddRepairVerbs(app, session, selection);
     cli::AddStorageVerbs(app, session, selection);
     cli::AddAppVerbs(app, session, selection);

@@ -1,0 +1,76 @@
+// Why an issue is on a list or not.
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "HostSetUp.h"
+#include "Table.h"
+#include "Verbs.h"
+#include "Why.h"
+
+namespace cli {
+
+namespace {
+
+struct WhyOptions {
+    std::string code;
+    std::string list = "start";
+};
+
+void PrintVerdict(const Json& verdict, const std::string& list) {
+    std::cout << "issue " << verdict.at("issue_code").get<std::string>() << " is "
+              << (verdict.at("listed").get<bool>() ? "" : "not ") << "on the " << list << " list\n";
+    for (const Json& test : verdict.at("tests")) {
+        const std::string name = test.at("test").get<std::string>();
+        std::cout << (test.at("passed").get<bool>() ? "  yes  " : "  no   ") << name
+                  << std::string(name.size() < 16 ? 16 - name.size() : 1, ' ')
+                  << test.at("saw").get<std::string>() << '\n';
+    }
+}
+
+void PrintAll(const Json& verdicts) {
+    Table table({{"ISSUE", Table::Align::kRight}, {"LISTED"}, {"DECIDED BY"}, {"WHAT WAS SEEN"}});
+    for (const Json& verdict : verdicts) {
+        table.AddRow({verdict.at("issue_code").get<std::string>(),
+                      verdict.at("listed").get<bool>() ? "yes" : "no",
+                      verdict.at("decided_by").get<std::string>(),
+                      verdict.at("tests").back().at("saw").get<std::string>()});
+    }
+    table.Print();
+}
+
+Outcome Why(const Session& session, const WhyOptions& options) {
+    const auto set = session.OpenSet();
+    SetUpHost(set);
+    const ProblemList list = options.list == "home" ? ProblemList::kHome : ProblemList::kStart;
+    const Json document = {{"list", options.list}, {"issues", ToJson(Explain(list, options.code))}};
+    const bool isOne = !options.code.empty();
+    return {document, [document, isOne] {
+                const Json& verdicts = document.at("issues");
+                if (!isOne) {
+                    PrintAll(verdicts);
+                    return;
+                }
+                for (std::size_t i = 0; i < verdicts.size(); ++i) {
+                    std::cout << (i > 0 ? "\n" : "");
+                    PrintVerdict(verdicts[i], document.at("list").get<std::string>());
+                }
+            }};
+}
+
+}  // namespace
+
+void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    auto options = std::make_shared<WhyOptions>();
+    CLI::App* verb = app.add_subcommand(
+        "why", "Why an issue is on a list or not: each test, what it saw, and the last decides");
+    verb->add_option("code", options->code, "Issue code; every issue without it");
+    verb->add_option("--list", options->list, "start: after a diagnosis; home: what remains unfixed")
+        ->check(CLI::IsMember({"start", "home"}))
+        ->capture_default_str();
+    verb->callback([&session, &selection, options] {
+        selection = {Place::kInside, [&session, options] { return Why(session, *options); }};
+    });
+}
+
+}  // namespace cli
