@@ -1,6 +1,7 @@
 // Scenarios as a user runs and records them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -97,6 +98,19 @@ TEST(Replay, LeavesNothingBehindButWhatIsKept) {
     const Answer again = kura.Run({"replay", "--keep", keep.string(), good});
     EXPECT_EQ(again.status, 1);
     EXPECT_THAT(again.out, HasSubstr("there is something already"));
+}
+
+TEST(Replay, EndsInGoodOrderWhenToldTo) {
+    const Kura kura;
+    const fs::path temporary = kura.Set().parent_path() / "temporary";
+    fs::create_directory(temporary);
+    const std::string slow = Write(
+        kura, "slow.json", {{"set", {{"faults", {{"agent", "late"}}}}}, {"steps", {{{"run", {"clean"}}}}}});
+    const std::string line = "TMPDIR=" + temporary.string() + " timeout --preserve-status 2 " + KURA_COMMAND +
+                             " replay " + slow + " > /dev/null 2>&1";
+    const int status = std::system(line.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_TRUE(fs::is_empty(temporary));
 }
 
 TEST(Replay, KeepsLinksInTheSetFromLeadingOutOfIt) {
