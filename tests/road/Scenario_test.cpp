@@ -58,7 +58,7 @@ TEST(Replay, AnswersWithOneDocument) {
     EXPECT_EQ(results.at(0).at("result"), "ok");
     EXPECT_EQ(results.at(1).at("difference").at("expected"), "36");
     EXPECT_THAT(results.at(2).at("message").get<std::string>(),
-                HasSubstr("wrong.json:1: must have \"steps\""));
+                HasSubstr("wrong.json:2: stepz: unknown key; did you mean \"steps\"?"));
     EXPECT_EQ(results.at(3).at("message"), "/no/such: no such file");
 }
 
