@@ -21,8 +21,6 @@ namespace cli {
 
 namespace {
 
-constexpr const char* kDeepCleanTrigger = "/tmp/vardo/req/CleanAll.txt";
-
 struct DiagnosisOptions {
     bool exitCode = false;
     int patience = 30;  ///< seconds for the engine

@@ -1,10 +1,14 @@
 #include "Preview.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <utility>
 #include <vector>
 
+#include "AgentAnswer.h"
 #include "SetUse.h"
 #include "scenario/Process.h"
 
@@ -19,7 +23,6 @@ constexpr std::chrono::seconds kPatience{120};
 
 constexpr const char* kCommandFile = "/tmp/vardo/runCmdNativeApps";
 constexpr const char* kCommandTrigger = "/tmp/vardo/req/runCmdNativeApps";
-constexpr const char* kCleanTrigger = "/tmp/vardo/req/CleanAll.txt";
 
 /// Files keep their holes: an app of a gigabyte takes no room, and none in the copy.
 void Copy(const kuraset::SetDirectory& set, const fs::path& copy, const fs::path& scratch) {
@@ -41,6 +44,13 @@ void RethrowFailure(const scenario::ProcessResult& result) {
             ? document.at("error").value("message", std::string())
             : "the repair of the copy ended with status " + std::to_string(result.status);
     throw VerbError(static_cast<ExitCode>(result.status), message);
+}
+
+/// Whether the library went through at least one solution.
+bool WasApplied(const std::vector<kuraset::json>& journal) {
+    return std::any_of(journal.begin(), journal.end(), [](const kuraset::json& entry) {
+        return entry.value("message", std::string()).rfind("Choose_Solution ", 0) == 0;
+    });
 }
 
 /// Text between a start and an end mark of a log message; none when it is another message.
@@ -85,25 +95,46 @@ private:
         const std::string function = entry.value("function", std::string());
         const std::string message = entry.value("message", std::string());
         if (function == "ProcessCMD") {
-            if (const auto command = Between(message, "\nsolution is cmd type : ", "\n\n")) {
-                m_steps.push_back({{"kind", "agent"},
-                                   {"request", "runCmdNativeApps"},
-                                   {"file", kCommandFile},
-                                   {"text", *command + "\n"},
-                                   {"trigger", kCommandTrigger}});
-            }
-        } else if (function == "performDeepClean" &&
-                   message.find("Created Successfully") != std::string::npos) {
-            m_steps.push_back({{"kind", "agent"},
-                               {"request", "CleanAll.txt"},
-                               {"file", kCleanTrigger},
-                               {"text", "CleanUp\n"},
-                               {"trigger", kCleanTrigger}});
+            AddCommand(message);
+        } else if (function == "performDeepClean") {
+            AddClean(message);
         } else if (function == "RemoveSolvedProblemFromRemainingDB") {
             if (const auto issue = Between(message, "iss_code(", ") is removed from RemainingDB")) {
                 m_steps.push_back({{"kind", "unfixed"}, {"op", "remove"}, {"issue", *issue}});
             }
+        } else if (m_nameless && message.rfind("Choose_Solution ", 0) == 0) {
+            const std::size_t name = message.find(", sol_name : ") + 13;
+            m_steps[*m_nameless]["text"] = message.substr(name, message.rfind(", sol_val : ") - name) + "\n";
+            m_nameless.reset();
         }
+    }
+
+    void AddCommand(const std::string& message) {
+        if (const auto command = Between(message, "\nsolution is cmd type : ", "\n\n")) {
+            AddRequest("runCmdNativeApps", kCommandFile, kCommandTrigger, *command + "\n");
+        } else if (const auto file = Between(message, "File creation failed (", ")")) {
+            if (*file == kCommandFile) {
+                // The command itself is logged only once the file stands.
+                AddRequest("runCmdNativeApps", kCommandFile, kCommandTrigger, "");
+                m_nameless = m_steps.size() - 1;
+            }
+            m_steps.back()["failed"] = *file + " cannot be written";
+        }
+    }
+
+    void AddClean(const std::string& message) {
+        const bool isRefused = message.rfind("File creation failed (", 0) == 0;
+        if (isRefused || message.find("Created Successfully") != std::string::npos) {
+            AddRequest("CleanAll.txt", kDeepCleanTrigger, kDeepCleanTrigger, "CleanUp\n");
+        }
+        if (isRefused) {
+            m_steps.back()["failed"] = std::string(kDeepCleanTrigger) + " cannot be written";
+        }
+    }
+
+    void AddRequest(const char* request, const char* file, const char* trigger, const std::string& text) {
+        m_steps.push_back(
+            {{"kind", "agent"}, {"request", request}, {"file", file}, {"text", text}, {"trigger", trigger}});
     }
 
     /// How the agent answered the latest request of that name.
@@ -131,6 +162,7 @@ private:
 
     Json m_settings;  // as they stand before the next step
     Json m_steps = Json::array();
+    std::optional<std::size_t> m_nameless;  // a request whose command is still to be logged
 };
 
 std::string ExtrasText(const Json& extras) {
@@ -153,6 +185,9 @@ std::string AgentText(const Json& step) {
     const std::string trigger = step.at("trigger").get<std::string>();
     const std::string asked = "asks the agent: \"" + WithoutLineFeed(step.at("text").get<std::string>()) +
                               "\" in " + file + (file == trigger ? "" : ", then " + trigger);
+    if (step.contains("failed")) {
+        return asked + " (fails: " + Shown(step.at("failed")) + ")";
+    }
     const std::string outcome = step.value("outcome", std::string());
     return asked + (outcome.empty() ? " (no answer)" : outcome == "done" ? "" : " (" + outcome + ")");
 }
@@ -199,14 +234,13 @@ Json PreviewSteps(const kuraset::SetDirectory& set, const std::string& code, boo
             command.emplace_back("--background");
         }
         const auto result = scenario::RunProcess(command, folder.Path(), kPatience);
-        // An agent that does not answer is part of the picture, not the end of it.
-        const bool ranThrough = result.status == static_cast<int>(ExitCode::kDone) ||
-                                result.status == static_cast<int>(ExitCode::kNoAnswer);
-        if (!ranThrough) {
+        const auto journal = copy.ReadJournal();
+        // An agent that does not answer, or refuses, is part of the picture and not the end of it.
+        if (result.status != 0 && !WasApplied(journal)) {
             RethrowFailure(result);
         }
         Steps steps(ToDocument(set.ListSettings()));
-        for (const auto& entry : copy.ReadJournal()) {
+        for (const auto& entry : journal) {
             steps.Add(ToDocument(entry));
         }
         return steps.Take();

@@ -1,6 +1,7 @@
 // Applying a solution and launching: the verbs answer with what the set was asked to do, read back from its
 // journal.
 #include <cstddef>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -89,6 +90,10 @@ Outcome Fix(const Session& session, const RepairOptions& options) {
         document["solutions"].push_back(SolutionToJson(solution));
         if (solution.sol_type == "CMD") {
             AwaitAgent(set, before, "runCmdNativeApps");
+        }
+        // The library is content when the trigger has gone; the agent still has to say what it did.
+        if (solution.sol_name == "performDeepClean" && !std::filesystem::exists(kDeepCleanTrigger)) {
+            AwaitAgent(set, before, "CleanAll.txt");
         }
     }
     document["requests"] = RequestsSince(set, before);
