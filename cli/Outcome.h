@@ -36,6 +36,9 @@ struct Outcome {
     Json document;
     std::function<void()> printText;  ///< prints the same for people on standard output
     ExitCode code = ExitCode::kDone;
+    /// What goes on once the answer is printed, as a server does; its code then counts. Must not throw, since
+    /// there is one document at most.
+    std::function<ExitCode()> afterwards = nullptr;
 };
 
 /// The same value in the document's type; bytes that are not UTF-8 become the replacement character.

@@ -34,6 +34,7 @@ void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection
 void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddServeVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddMapVerbs(CLI::App& app, Selection& selection);
 void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);

@@ -64,7 +64,7 @@ int Run(const cli::Session& session, const cli::Selection& selection,
     } else {
         cli::DeliverText(outcome.printText);
     }
-    return static_cast<int>(outcome.code);
+    return static_cast<int>(outcome.afterwards ? outcome.afterwards() : outcome.code);
 }
 
 int Help(const CLI::App& app, bool json) {
@@ -134,6 +134,7 @@ int main(int argc, char** argv) {
     cli::AddCheckVerbs(app, session, selection);
     cli::AddRunVerbs(app, session, selection);
     cli::AddJournalVerbs(app, session, selection);
+    cli::AddServeVerbs(app, session, selection);
     cli::AddMapVerbs(app, selection);
     cli::AddScenarioVerbs(app, session, selection);
 

@@ -1,0 +1,100 @@
+#include "CallDesk.h"
+
+#include <exception>
+#include <utility>
+
+#include "ChildProcess.h"
+#include "HttpError.h"
+
+namespace cli::serve {
+
+namespace {
+
+CallAnswer Failure(int status, const std::string& kind, const std::string& message) {
+    return {status, HttpErrorDocument(kind, message)};
+}
+
+int HttpStatusOf(int exitCode) {
+    switch (static_cast<ExitCode>(exitCode)) {
+        case ExitCode::kDone:
+        case ExitCode::kFindings:
+            return 200;
+        case ExitCode::kNoSuchItem:
+            return 404;
+        case ExitCode::kNoAnswer:
+            return 504;
+        case ExitCode::kUsage:
+            return 400;
+        default:
+            return 500;
+    }
+}
+
+/// The last line that the program wrote, for a failure that it could not put into a document.
+std::string LastLine(const std::string& text) {
+    const auto end = text.find_last_not_of('\n');
+    if (end == std::string::npos) {
+        return "it gave no reason";
+    }
+    const auto start = text.find_last_of('\n', end);
+    return text.substr(start == std::string::npos ? 0 : start + 1,
+                       end - (start == std::string::npos ? -1 : start));
+}
+
+CallAnswer AnswerOf(const ChildEnd& end) {
+    Json document = Json::parse(end.out, nullptr, false);
+    if (document.is_discarded() || !document.is_object()) {
+        return Failure(500, "failed", "the command gave no answer: " + LastLine(end.err));
+    }
+    const int status = HttpStatusOf(end.status);
+    if ((status == 200) == document.contains("error")) {
+        return Failure(500, "failed",
+                       "the command's answer and its exit code " + std::to_string(end.status) +
+                           " contradict each other");
+    }
+    return {status, std::move(document)};
+}
+
+}  // namespace
+
+CallDesk::CallDesk(std::vector<std::string> command, int stop, Screens& screens)
+    : m_command(std::move(command)), m_stop(stop), m_screens(screens) {}
+
+CallAnswer CallDesk::Run(const Call& call, const std::string& argument) {
+    if (!m_screens.Begin(call, argument)) {
+        return Failure(409, "busy", "another call is running; try again when it has ended");
+    }
+    CallAnswer answer;
+    try {
+        answer = Carry(call, argument);
+    } catch (const std::exception& error) {
+        answer = Failure(500, "failed", error.what());
+    }
+    m_screens.End(call, argument, answer.document);
+    return answer;
+}
+
+CallAnswer CallDesk::Carry(const Call& call, const std::string& argument) const {
+    std::vector<std::string> command = m_command;
+    command.emplace_back(call.verb);
+    if (!call.argument.empty()) {
+        command.insert(command.end(), {"--", argument});
+    }
+    const ChildEnd end = RunChild(command, call.limit, m_stop);
+    switch (end.how) {
+        case ChildEnd::How::kExited:
+            return AnswerOf(end);
+        case ChildEnd::How::kSignalled:
+            return Failure(500, "failed", "the command was ended by signal " + std::to_string(end.status));
+        case ChildEnd::How::kTooLate:
+            return Failure(504, "no-answer",
+                           "the call did not end within " + std::to_string(call.limit.count()) + " s");
+        case ChildEnd::How::kTooMuch:
+            return Failure(500, "failed", "the command's answer is too long");
+        case ChildEnd::How::kStopped:
+            return Failure(503, "failed", "the server ends");
+    }
+    return Failure(500, "failed", "the call ended in an unknown way");
+}
+
+}  // namespace cli::serve

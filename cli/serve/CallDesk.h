@@ -1,0 +1,38 @@
+// Where calls are carried out: the library lives in a process and sandbox of its own for each of them, since
+// its singletons live as long as the process. One at a time: the set has one application.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Calls.h"
+#include "Outcome.h"
+#include "Screens.h"
+
+namespace cli::serve {
+
+struct CallAnswer {
+    int status = 200;  ///< of HTTP
+    Json document;     ///< the verb's, or {"error": {...}}
+};
+
+class CallDesk {
+public:
+    /// command: this program with the options that every verb gets. stop becomes readable when the server
+    /// ends. screens outlives the desk.
+    CallDesk(std::vector<std::string> command, int stop, Screens& screens);
+
+    /// Runs the verb and shows the answer on its screen; 409 while another call runs. Blocks for as long as
+    /// the call takes. Any thread.
+    CallAnswer Run(const Call& call, const std::string& argument);
+
+private:
+    CallAnswer Carry(const Call& call, const std::string& argument) const;
+
+    const std::vector<std::string> m_command;
+    const int m_stop;
+    Screens& m_screens;
+};
+
+}  // namespace cli::serve

@@ -1,0 +1,44 @@
+// What the page may ask of the library: the verbs of this program that its buttons stand for.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <string_view>
+
+namespace cli::serve {
+
+struct Call {
+    std::string_view verb;
+    std::string_view argument;   ///< what the verb needs, as a key of the request's body; empty: nothing
+    std::string_view screen;     ///< which screen shows the answer; empty: none
+    std::chrono::seconds usual;  ///< the library's own limit, for the page's progress bar; 0: none
+    std::chrono::seconds limit;  ///< past this the call is ended
+};
+
+using std::chrono_literals::operator""s;
+
+constexpr std::array<Call, 12> kCalls = {{
+    {"diagnose", "", "start", 30s, 60s},
+    {"problems", "", "home", 30s, 60s},
+    {"fix", "code", "", 0s, 60s},
+    {"storage", "", "storage", 0s, 60s},
+    {"apps", "", "apps", 0s, 300s},
+    {"app", "id", "", 0s, 60s},
+    {"clean", "", "", 10s, 60s},
+    {"boost", "", "", 5s, 60s},
+    {"optimize", "", "", 15s, 60s},
+    {"kill", "id", "", 5s, 60s},
+    {"clear-cache", "id", "", 5s, 60s},
+    {"clear-data", "id", "", 0s, 60s},
+}};
+
+constexpr const Call* FindCall(std::string_view verb) {
+    for (const Call& call : kCalls) {
+        if (call.verb == verb) {
+            return &call;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace cli::serve

@@ -1,0 +1,14 @@
+// The body of every answer that is not a success: the shape that the command prints with --json.
+#pragma once
+
+#include <string>
+
+#include "Outcome.h"
+
+namespace cli::serve {
+
+inline Json HttpErrorDocument(const std::string& kind, const std::string& message) {
+    return {{"error", {{"kind", kind}, {"message", message}}}};
+}
+
+}  // namespace cli::serve

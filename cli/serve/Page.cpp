@@ -1,0 +1,79 @@
+#include "Page.h"
+
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "Outcome.h"
+
+namespace cli::serve {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Name {
+    const char* asked;
+    const char* file;
+    const char* type;
+};
+
+constexpr const char* kScript = "text/javascript; charset=utf-8";
+
+constexpr std::array<Name, 9> kNames = {{
+    {"", "index.html", "text/html; charset=utf-8"},
+    {"page.css", "page.css", "text/css; charset=utf-8"},
+    {"icon.svg", "icon.svg", "image/svg+xml"},
+    {"main.js", "main.js", kScript},
+    {"server.js", "server.js", kScript},
+    {"element.js", "element.js", kScript},
+    {"remote.js", "remote.js", kScript},
+    {"screens.js", "screens.js", kScript},
+    {"overlays.js", "overlays.js", kScript},
+}};
+
+std::string ReadPageFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file) {
+        throw VerbError(ExitCode::kFailed, "a file of the page is missing: " + path.string());
+    }
+    return text;
+}
+
+/// A language is the name of a file, and nothing else.
+fs::path TextsFile(const fs::path& folder, const std::string& language) {
+    const fs::path path = folder / "texts" / (language + ".json");
+    std::error_code error;
+    const bool plain = language.find('/') == std::string::npos;
+    return plain && fs::is_regular_file(path, error) ? path : folder / "texts" / "en.json";
+}
+
+}  // namespace
+
+Page Page::Load(const fs::path& folder, const std::string& language) {
+    Page page;
+    for (const Name& name : kNames) {
+        page.m_files[name.asked] = {name.type, ReadPageFile(folder / name.file)};
+    }
+    page.m_files["texts.json"] = {"application/json", ReadPageFile(TextsFile(folder, language))};
+    return page;
+}
+
+const PageFile* Page::Find(const std::string& name) const {
+    const auto found = m_files.find(name);
+    return found == m_files.end() ? nullptr : &found->second;
+}
+
+fs::path PageFolder() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path folder = program.parent_path().parent_path() / "share" / "kura" / "page";
+    if (error || !fs::is_directory(folder, error)) {
+        throw VerbError(ExitCode::kFailed, "the page is missing: " + folder.string());
+    }
+    return folder;
+}
+
+}  // namespace cli::serve

@@ -1,0 +1,284 @@
+#include "Routes.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <memory>
+#include <optional>
+
+#include "EventStream.h"
+#include "HttpError.h"
+#include "Icons.h"
+
+namespace cli::serve {
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+
+constexpr std::size_t kLongestPath = 1024;
+constexpr std::size_t kLongestBody = 4096;
+constexpr std::size_t kLongestArgument = 256;
+/// Of a body that is refused this much is still read: a browser that is cut off while it sends sees no
+/// answer.
+constexpr std::size_t kDrained = 1024 * 1024;
+/// Each follower keeps a thread busy.
+constexpr int kFollowers = 8;
+
+constexpr const char* kCallsBelow = "api/";
+constexpr std::array<const char*, 3> kLooks = {"api/state", "api/events", "api/icon"};
+constexpr const char* kJson = "application/json";
+
+const httplib::Headers kHeaders = {
+    {"Content-Security-Policy",
+     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
+     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'; "
+     "trusted-types 'none'"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"X-Frame-Options", "DENY"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cross-Origin-Opener-Policy", "same-origin"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+    {"Cache-Control", "no-store"},
+};
+
+void SendDocument(Response& response, int status, const Json& document) {
+    response.status = status;
+    response.set_content(document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n", kJson);
+}
+
+void SendError(Response& response, int status, const std::string& kind, const std::string& message) {
+    SendDocument(response, status, HttpErrorDocument(kind, message));
+}
+
+/// What the HTTP library itself refuses.
+void NameRefusal(const Request& request, Response& response) {
+    if (!response.body.empty()) {
+        return;
+    }
+    switch (response.status) {
+        case 413:
+            return SendError(response, 413, "too-large",
+                             "the body may have " + std::to_string(kLongestBody) + " bytes");
+        case 414:
+            return SendError(response, 414, "too-long", "the address is too long");
+        case 416:
+            return SendError(response, 416, "bad-request", "there is no such range");
+        default:
+            return SendError(response, response.status, "bad-request",
+                             "this is no request that can be answered: " + request.method);
+    }
+}
+
+const Call* CallAt(const std::string& below) {
+    const std::string start = kCallsBelow;
+    return below.rfind(start, 0) == 0 ? FindCall(std::string_view(below).substr(start.size())) : nullptr;
+}
+
+bool IsLook(const std::string& below, const Page& page) {
+    return page.Find(below) != nullptr || std::find(kLooks.begin(), kLooks.end(), below) != kLooks.end();
+}
+
+bool HasControl(const std::string& text) {
+    return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; });
+}
+
+/// The argument of the call, or what is wrong with the body.
+struct Argument {
+    std::string text;
+    std::string complaint;
+};
+
+Argument ArgumentOf(const Call& call, const std::string& body) {
+    const Json document = body.empty() ? Json::object() : Json::parse(body, nullptr, false);
+    if (!document.is_object()) {
+        return {"", "the body must be one JSON object"};
+    }
+    for (const auto& item : document.items()) {
+        if (item.key() != call.argument) {
+            return {"", "the body holds an unknown key: " + item.key()};
+        }
+    }
+    if (call.argument.empty()) {
+        return {};
+    }
+    const std::string key(call.argument);
+    const auto found = document.find(key);
+    if (found == document.end() || !found->is_string()) {
+        return {"", "the body must hold the text \"" + key + "\""};
+    }
+    const auto text = found->get<std::string>();
+    if (text.empty() || text.size() > kLongestArgument || HasControl(text)) {
+        return {"", "\"" + key + "\" must have 1 to " + std::to_string(kLongestArgument) +
+                        " bytes and no control character"};
+    }
+    return {text, ""};
+}
+
+bool IsJson(const Request& request) {
+    const std::string type = request.get_header_value("Content-Type");
+    return type.substr(0, type.find(';')) == kJson;
+}
+
+struct Body {
+    std::string text;
+    bool tooLarge = false;
+    bool broken = false;
+};
+
+Body ReadBody(const httplib::ContentReader& reader, const Response& response) {
+    Body body;
+    std::size_t seen = 0;
+    const bool whole = reader([&](const char* bytes, std::size_t count) {
+        seen += count;
+        body.text.append(bytes, std::min(count, kLongestBody - std::min(body.text.size(), kLongestBody)));
+        return seen <= kDrained;
+    });
+    body.tooLarge = seen > kLongestBody || response.status == 413;
+    body.broken = !whole && !body.tooLarge;
+    return body;
+}
+
+/// Counts one follower for as long as its stream lives.
+class Place {
+public:
+    explicit Place(std::atomic<int>& count) : m_count(count) { ++m_count; }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() { --m_count; }
+
+private:
+    std::atomic<int>& m_count;
+};
+
+}  // namespace
+
+void Routes::Add(httplib::Server& server) {
+    server.set_default_headers(kHeaders);
+    server.set_payload_max_length(kDrained);
+    server.set_error_handler(httplib::Server::Handler(&NameRefusal));
+    server.set_exception_handler([](const Request&, Response& response, std::exception_ptr problem) {
+        try {
+            std::rethrow_exception(problem);
+        } catch (const std::exception& error) {
+            SendError(response, 500, "failed", error.what());
+        } catch (...) {
+            SendError(response, 500, "failed", "unknown");
+        }
+    });
+    // Whatever brings a body goes on to its handler, which reads it before it refuses anything.
+    server.set_pre_routing_handler([this](const Request& request, Response& response) {
+        const bool brings = request.method == "POST" || request.method == "PUT" ||
+                            request.method == "PATCH" || request.method == "DELETE";
+        if (request.path.size() > kLongestPath) {
+            SendError(response, 414, "too-long", "the address is too long");
+        } else if (brings) {
+            return httplib::Server::HandlerResponse::Unhandled;
+        } else if (!Refuse(request, response)) {
+            Look(request, response);
+        }
+        return httplib::Server::HandlerResponse::Handled;
+    });
+    const auto act = [this](const Request& request, Response& response,
+                            const httplib::ContentReader& reader) { Act(request, response, reader); };
+    const char* everything = "[^]*";
+    server.Post(everything, act);
+    server.Put(everything, act);
+    server.Patch(everything, act);
+    server.Delete(everything, act);
+}
+
+bool Routes::Refuse(const Request& request, Response& response) const {
+    const Caller caller{request.get_header_value_count("Host"), request.get_header_value("Host"),
+                        request.get_header_value_count("Origin"), request.get_header_value("Origin")};
+    if (const auto refusal = m_parts.guard.Check(caller, request.path)) {
+        SendError(response, refusal->status, refusal->kind, refusal->message);
+        return true;
+    }
+    const std::string below = m_parts.guard.Below(request.path);
+    const bool look = IsLook(below, m_parts.page);
+    if (!look && CallAt(below) == nullptr) {
+        SendError(response, 404, "no-such-item", "there is nothing at this address");
+        return true;
+    }
+    const bool fits = look ? request.method == "GET" || request.method == "HEAD" : request.method == "POST";
+    if (!fits) {
+        response.set_header("Allow", look ? "GET, HEAD" : "POST");
+        SendError(response, 405, "wrong-method", "this address does not take " + request.method);
+    }
+    return !fits;
+}
+
+void Routes::Look(const Request& request, Response& response) {
+    const std::string below = m_parts.guard.Below(request.path);
+    if (const PageFile* file = m_parts.page.Find(below)) {
+        // The page's own addresses are relative: without the slash they would miss the token.
+        if (below.empty() && request.path.back() != '/') {
+            response.set_redirect(m_parts.guard.Root());
+        } else {
+            response.set_content(file->text, file->type.c_str());
+        }
+    } else if (below == "api/state") {
+        SendDocument(response, 200, m_parts.screens.State());
+    } else if (below == "api/events") {
+        Follow(response);
+    } else {
+        ShowIcon(request, response);
+    }
+}
+
+void Routes::Act(const Request& request, Response& response, const httplib::ContentReader& reader) const {
+    const Body body = request.is_multipart_form_data() ? Body() : ReadBody(reader, response);
+    if (Refuse(request, response)) {
+        return;
+    }
+    if (!IsJson(request)) {
+        return SendError(response, 415, "wrong-type", "the body must be of the type application/json");
+    }
+    if (body.tooLarge) {
+        return SendError(response, 413, "too-large",
+                         "the body may have " + std::to_string(kLongestBody) + " bytes");
+    }
+    if (body.broken) {
+        return SendError(response, 400, "bad-request", "the body did not come whole");
+    }
+    const Call& call = *CallAt(m_parts.guard.Below(request.path));
+    const Argument argument = ArgumentOf(call, body.text);
+    if (!argument.complaint.empty()) {
+        return SendError(response, 400, "bad-request", argument.complaint);
+    }
+    const CallAnswer answer = m_parts.desk.Run(call, argument.text);
+    SendDocument(response, answer.status, answer.document);
+}
+
+void Routes::Follow(Response& response) {
+    if (m_followers >= kFollowers) {
+        return SendError(response, 503, "busy",
+                         "more than " + std::to_string(kFollowers) + " pages are open already");
+    }
+    const auto stream = std::make_shared<EventStream>(m_parts.screens, m_parts.set);
+    const auto place = std::make_shared<Place>(m_followers);
+    response.set_chunked_content_provider(
+        "text/event-stream", [stream, place](std::size_t, httplib::DataSink& sink) {
+            if (stream->HasEnded()) {
+                sink.done();
+                return true;
+            }
+            const std::string events = stream->Next();
+            return events.empty() ? sink.is_writable() : sink.write(events.data(), events.size());
+        });
+}
+
+void Routes::ShowIcon(const Request& request, Response& response) const {
+    const Json state = m_parts.screens.State();
+    const Json& shown = state.at("screens").at("apps").at("document");
+    const std::string app = request.get_param_value("app");
+    const auto picture = shown.is_object() ? ReadIcon(shown.at("apps"), app, m_parts.opt) : std::nullopt;
+    if (!picture) {
+        return SendError(response, 404, "no-such-item", "there is no picture of this application");
+    }
+    response.set_content(*picture, "image/png");
+}
+
+}  // namespace cli::serve

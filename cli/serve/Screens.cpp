@@ -1,0 +1,99 @@
+#include "Screens.h"
+
+#include <array>
+#include <ctime>
+#include <utility>
+
+namespace cli::serve {
+
+namespace {
+
+std::string TimeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::array<char, 16> text{};
+    std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
+    return text.data();
+}
+
+}  // namespace
+
+Screens::Screens(Json about) : m_about(std::move(about)) {
+    for (const Call& call : kCalls) {
+        if (!call.screen.empty()) {
+            m_screens[std::string(call.screen)] = {
+                {"at", nullptr}, {"document", nullptr}, {"error", nullptr}};
+        }
+    }
+}
+
+bool Screens::Begin(const Call& call, const std::string& argument) {
+    const std::lock_guard lock(m_mutex);
+    if (m_running.call != nullptr) {
+        return false;
+    }
+    m_running = {&call, argument, ++m_calls, std::chrono::steady_clock::now()};
+    Changed();
+    return true;
+}
+
+void Screens::End(const Call& call, const std::string& argument, const Json& answer) {
+    const std::lock_guard lock(m_mutex);
+    const bool failed = answer.contains("error");
+    const Json error = failed ? answer.at("error") : Json(nullptr);
+    m_last = {{"number", m_running.number}, {"verb", call.verb}, {"argument", argument}, {"error", error}};
+    if (!call.screen.empty()) {
+        Json& screen = m_screens[std::string(call.screen)];
+        screen["error"] = error;
+        if (!failed) {
+            screen["document"] = answer;
+            screen["at"] = TimeOfDay();
+        }
+    }
+    m_running = {};
+    Changed();
+}
+
+Json Screens::State() const {
+    const std::lock_guard lock(m_mutex);
+    Json state = {{"version", m_version}};
+    state.update(m_about);
+    state["running"] = nullptr;
+    if (m_running.call != nullptr) {
+        const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - m_running.since);
+        state["running"] = {{"number", m_running.number},
+                            {"verb", m_running.call->verb},
+                            {"argument", m_running.argument},
+                            {"elapsed_ms", elapsed.count()},
+                            {"usual_s", m_running.call->usual.count()}};
+    }
+    state["last"] = m_last;
+    state["screens"] = m_screens;
+    return state;
+}
+
+unsigned long Screens::Await(unsigned long version, std::chrono::milliseconds time) const {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, time, [&] { return m_closed || m_version != version; });
+    return m_version;
+}
+
+void Screens::Close() {
+    const std::lock_guard lock(m_mutex);
+    m_closed = true;
+    m_changed.notify_all();
+}
+
+bool Screens::IsClosed() const {
+    const std::lock_guard lock(m_mutex);
+    return m_closed;
+}
+
+void Screens::Changed() {
+    ++m_version;
+    m_changed.notify_all();
+}
+
+}  // namespace cli::serve

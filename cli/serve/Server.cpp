@@ -1,0 +1,166 @@
+#include "Server.h"
+
+#include <httplib.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "CallDesk.h"
+#include "Guard.h"
+#include "Page.h"
+#include "Routes.h"
+#include "Screens.h"
+
+namespace cli::serve {
+
+namespace {
+
+constexpr const char* kLoopback = "127.0.0.1";
+/// Pages that follow, calls that wait to be refused, files: each takes a thread while it lasts.
+constexpr std::size_t kThreads = 24;
+constexpr time_t kIdleSeconds = 1;
+constexpr time_t kReadSeconds = 5;
+constexpr std::chrono::milliseconds kStartStep{2};
+
+sigset_t EndingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+class StopFile {
+public:
+    StopFile() : m_number(eventfd(0, EFD_CLOEXEC)) {
+        if (m_number < 0) {
+            throw VerbError(ExitCode::kFailed, std::string("cannot make an event: ") + std::strerror(errno));
+        }
+    }
+    StopFile(const StopFile&) = delete;
+    StopFile& operator=(const StopFile&) = delete;
+    ~StopFile() { close(m_number); }
+    int Number() const { return m_number; }
+    void Raise() const { eventfd_write(m_number, 1); }
+
+private:
+    const int m_number;
+};
+
+/// Without a second server on the same port: that one would get every other request.
+void SetSocketOptions(socket_t socket) {
+    const int yes = 1;
+    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+}
+
+/// The port that the server listens on.
+int Bind(httplib::Server& server, int port) {
+    server.set_socket_options(&SetSocketOptions);
+    errno = 0;
+    const int bound = port == 0                              ? server.bind_to_any_port(kLoopback)
+                      : server.bind_to_port(kLoopback, port) ? port
+                                                             : -1;
+    if (bound > 0) {
+        return bound;
+    }
+    const int reason = errno;
+    if (reason == EADDRINUSE) {
+        throw VerbError(ExitCode::kFailed, "port " + std::to_string(port) + " is taken by another program");
+    }
+    const std::string what = port == 0 ? "any port" : "port " + std::to_string(port);
+    throw VerbError(ExitCode::kFailed, "cannot listen on " + what + ": " + std::strerror(reason));
+}
+
+std::vector<std::string> CommandFor(const kuraset::SetDirectory& set, const std::string& language) {
+    return {std::filesystem::read_symlink("/proc/self/exe"), "--set=" + set.Path().string(),
+            "--language=" + language, "--json"};
+}
+
+Json About(const kuraset::SetDirectory& set, const std::string& language) {
+    const auto description = set.Description();
+    return {{"set", {{"path", set.Path().string()}, {"model", description.value("model", std::string())}}},
+            {"language", language}};
+}
+
+}  // namespace
+
+struct Server::Impl {
+    Impl(const kuraset::SetDirectory& set, const std::string& language, int wanted)
+        : page(Page::Load(PageFolder(), language)),
+          screens(About(set, language)),
+          port(Bind(http, wanted)),
+          guard(port, NewToken()),
+          desk(CommandFor(set, language), stop.Number(), screens),
+          routes({guard, page, screens, desk, set.Path(), set.FilesOpt()}) {
+        http.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+        http.set_keep_alive_timeout(kIdleSeconds);
+        http.set_read_timeout(kReadSeconds);
+        routes.Add(http);
+    }
+
+    Page page;
+    Screens screens;
+    StopFile stop;
+    httplib::Server http;
+    int port;
+    Guard guard;
+    CallDesk desk;
+    Routes routes;
+};
+
+Server::Server(const kuraset::SetDirectory& set, const std::string& language, int port)
+    : m_impl(std::make_unique<Impl>(set, language, port)) {
+    const sigset_t signals = EndingSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+Server::~Server() = default;
+
+int Server::Port() const {
+    return m_impl->port;
+}
+
+std::string Server::Url() const {
+    return std::string("http://") + kLoopback + ":" + std::to_string(m_impl->port) + m_impl->guard.Root();
+}
+
+ExitCode Server::Serve() {
+    std::atomic<bool> ended{false};
+    const pthread_t self = pthread_self();
+    std::thread listener([this, self, &ended] {
+        m_impl->http.listen_after_bind();
+        ended = true;
+        pthread_kill(self, SIGTERM);
+    });
+    const sigset_t signals = EndingSignals();
+    int signal = 0;
+    sigwait(&signals, &signal);
+    const bool lost = ended;
+    // Stopping a server that has not begun to listen would be forgotten.
+    while (!ended && !m_impl->http.is_running()) {
+        std::this_thread::sleep_for(kStartStep);
+    }
+    m_impl->stop.Raise();
+    m_impl->screens.Close();
+    m_impl->http.stop();
+    listener.join();
+    if (lost) {
+        std::cerr << "kura: the server can listen no longer\n";
+        return ExitCode::kFailed;
+    }
+    return ExitCode::kDone;
+}
+
+}  // namespace cli::serve
