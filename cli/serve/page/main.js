@@ -1,0 +1,314 @@
+// The page as a whole: which screen is shown, what a button sets off, and what is told while it lasts.
+
+import { button, element, icon, loadTexts, sizeText, text } from "./element.js";
+import { ask, close, isOpen, open, reasonOf, toast } from "./overlays.js";
+import { focusFirst, focusOn, focusRail, forgetFocus, keepingFocus, listen } from "./remote.js";
+import { appIcon, entryText, homeScreen, JournalScreen, startScreen, storageScreen } from "./screens.js";
+import { call, follow } from "./server.js";
+
+const part = (id) => document.getElementById(id);
+const NAMES = ["start", "home", "storage", "journal"];
+/// Which calls fill a screen.
+const FILLING = { start: ["diagnose"], home: ["problems"], storage: ["storage", "apps"], journal: [] };
+/// Kinds of the journal's entries that carry the result of something done to the set.
+const DOING = { setting: /^(set|Set)/, launch: /./, picture: /./, power: /./, video: /./ };
+
+const journal = new JournalScreen();
+let state = null;
+let shown = "start";
+let connected = true;
+let present = true;
+let waiting = [];  // calls that fill a screen and found the place taken
+let since = 0;
+
+// --- Calls ---
+
+async function fill(verbs) {
+    for (const verb of verbs) {
+        const answer = await call(verb);
+        if (answer.status === 409) {
+            waiting = verbs.slice(verbs.indexOf(verb));
+            return false;
+        }
+        if (!answer.ok && (answer.status === 0 || answer.document.error?.kind === "bad-request")) {
+            toast("failure", text("failure.short"), reasonOf(answer.document));
+            return false;
+        }
+    }
+    return true;
+}
+
+const refill = () => fill(FILLING[shown]);
+
+/// True when the place is free; says so otherwise.
+function isFree() {
+    if (state?.running) {
+        toast("failure", text("work.busy"), workText(state.running));
+        return false;
+    }
+    return true;
+}
+
+/// What did not succeed of a repair, in words; empty when all of it did.
+function complaintOf(requests) {
+    const failed = requests.find((request) => request.kind in DOING && DOING[request.kind].test(request.op ?? "x") &&
+        typeof request.result === "number" && request.result < 0);
+    return failed ? entryText(failed) : "";
+}
+
+async function fix(rows) {
+    const [first] = rows;
+    if (!isFree()) {
+        return;
+    }
+    if (rows.some((row) => row.action === "CONFIRM")) {
+        const body = rows.map((row) => element("p", "", row.texts.solution));
+        if (!await ask(first.texts.issue, body, first.texts.button1 || text("problems.fix"),
+            first.texts.button2 || text("dialog.cancel"))) {
+            return;
+        }
+    }
+    const screen = shown;
+    const answer = await call("fix", { code: first.issue_code });
+    if (!answer.ok) {
+        return toast("failure", first.texts.toast2 || text("failure.short"), reasonOf(answer.document));
+    }
+    const complaint = complaintOf(answer.document.requests);
+    if (complaint) {
+        toast("failure", first.texts.toast2 || text("failure.short"), complaint);
+    } else {
+        toast("ok", first.texts.toast1 || text("problems.fixed"), "");
+    }
+    await fill(FILLING[screen]);
+    const opensStorage = answer.document.requests.some((request) =>
+        request.kind === "screen" && request.screen === "storage" && request.event === "opened");
+    if (opensStorage && !isOpen()) {
+        show("storage");
+    }
+}
+
+/// Maintenance of the whole set from the storage screen.
+async function care(verb) {
+    if (!isFree()) {
+        return;
+    }
+    const answer = await call(verb);
+    if (answer.ok) {
+        toast("ok", text(`storage.${verb}.done`), "");
+        await fill(FILLING.storage);
+    } else {
+        toast("failure", text(`storage.${verb}.failed`), reasonOf(answer.document));
+    }
+}
+
+async function careForApp(verb, app) {
+    close();
+    if (!isFree()) {
+        return;
+    }
+    if (verb === "clear-data" &&
+        !await ask(text("app.clear-data.ask", { title: app.title }), [element("p", "", text("app.clear-data.detail"))],
+            text("app.clear-data"), text("dialog.cancel"))) {
+        return;
+    }
+    const answer = await call(verb, { id: app.app_id });
+    if (answer.ok) {
+        toast("ok", text(`app.${verb}.done`, { title: app.title }), "");
+        await fill(FILLING.storage);
+    } else {
+        toast("failure", text(`app.${verb}.failed`, { title: app.title }), reasonOf(answer.document));
+    }
+}
+
+async function chooseApp(app) {
+    if (!isFree()) {
+        return;
+    }
+    const figures = element("dl", "figures");
+    const figure = (name, size) => element("div", "", element("dt", "", text(`app.${name}`)),
+        element("dd", "", size));
+    figures.append(...["total", "data", "cache"].map((name) => figure(name, "…")));
+    const verbs = ["clear-cache", "clear-data", "kill"].map((verb) =>
+        ({ key: verb, label: text(`app.${verb}`), press: () => careForApp(verb, app) }));
+    open(app.title, [element("div", "app-card", appIcon(app), element("small", "", app.app_id)), figures],
+        [...verbs, { key: "close", label: text("dialog.close"), press: close }]);
+    const { ok, document: sizes } = await call("app", { id: app.app_id });
+    if (ok) {
+        figures.replaceChildren(figure("total", sizeText(sizes.total_size)), figure("data", sizeText(sizes.data_size)),
+            figure("cache", sizeText(sizes.cache_size)));
+    } else {
+        figures.replaceChildren(element("p", "reason", reasonOf(sizes)));
+    }
+}
+
+// --- Drawing ---
+
+function drawRail() {
+    const items = NAMES.map((name) => {
+        const made = button(`rail-${name}`, "rail-item", () => show(name), icon(name), text(`rail.${name}`));
+        if (name === shown) {
+            made.setAttribute("aria-current", "page");
+        }
+        return made;
+    });
+    const focused = document.activeElement?.closest?.(".rail-item")?.dataset.key;
+    part("rail").replaceChildren(element("div", "brand", icon("care"), "Kura"), ...items,
+        element("div", "rail-set", element("small", "", text("rail.set")), state?.set.model || "–"));
+    part("rail").querySelector(`[data-key="${focused}"]`)?.focus();
+}
+
+function screenNow() {
+    const again = refill;
+    switch (shown) {
+        case "start":
+            return startScreen(state, { again, fix });
+        case "home":
+            return homeScreen(state, { again, fix });
+        case "storage":
+            return storageScreen(state, { again, clean: () => care("clean"), boost: () => care("boost"),
+                optimize: () => care("optimize"), app: chooseApp });
+        default:
+            return journal.draw(draw);
+    }
+}
+
+function draw() {
+    if (!state) {
+        return;
+    }
+    const content = part("content");
+    keepingFocus(() => {
+        const { head, body } = screenNow();
+        const scrolled = content.scrollTop;
+        part("head").replaceChildren(
+            element("div", "", element("h1", "", head.title), element("p", "detail", head.detail ?? "")),
+            element("div", "head-actions", ...(head.actions ?? [])));
+        content.replaceChildren(...body);
+        content.dataset.screen = shown;
+        content.scrollTop = scrolled;
+    });
+    drawWork();
+}
+
+function workText(running) {
+    const name = text(`work.${running.verb}`);
+    return running.argument ? `${name} (${running.argument})` : name;
+}
+
+/// The running call: what it is, for how long, and how much of its time is gone where that is known.
+function drawWork() {
+    const work = part("work");
+    const running = state?.running;
+    document.body.classList.toggle("is-busy", Boolean(running));
+    if (!running) {
+        work.replaceChildren();
+        return;
+    }
+    const seconds = Math.floor((performance.now() - since) / 1000);
+    const words = running.usual_s > 0 ? text("work.of", { seconds, most: running.usual_s })
+        : text("work.for", { seconds });
+    if (!work.firstChild) {
+        work.append(element("span", "spinner"), element("strong", "", ""), element("span", "work-time", ""),
+            element("div", "track", element("div", "track-part")));
+    }
+    work.children[1].textContent = workText(running);
+    work.children[2].textContent = words;
+    const track = work.querySelector(".track-part");
+    track.classList.toggle("endless", running.usual_s === 0);
+    track.style.width = running.usual_s > 0
+        ? `${Math.min(100, 100 * (performance.now() - since) / 1000 / running.usual_s)}%` : "";
+}
+
+function drawFoot() {
+    const key = (sign, words) => element("span", "hint", element("kbd", "", sign), words);
+    const last = journal.last();
+    part("foot").replaceChildren(
+        element("span", "hints", key("↑ ↓ ← →", text("keys.move")), key("Enter", text("keys.choose")),
+            key("Esc", text("keys.back"))),
+        element("span", "ticker", last ? element("span", "dot") : null,
+            last ? `${last.kind} · ${entryText(last)}` : ""));
+}
+
+function drawNotice() {
+    const notice = part("notice");
+    const words = !connected ? text("notice.server") : !present ? text("notice.set", { path: state?.set.path }) : "";
+    notice.hidden = words === "";
+    notice.replaceChildren(icon("failure"), element("span", "", words));
+}
+
+// --- Where we are ---
+
+function show(name) {
+    const changed = name !== shown;
+    shown = name;
+    if (changed) {
+        forgetFocus();
+        part("content").scrollTop = 0;
+    }
+    location.hash = name;
+    drawRail();
+    draw();
+    if (name === "journal") {
+        journal.toEnd();
+    }
+    focusFirst();
+    const missing = FILLING[name].some((verb) => !state.screens[verb === "diagnose" ? "start" :
+        verb === "problems" ? "home" : verb].document);
+    // A diagnosis is the viewer's to start; the other screens fill themselves.
+    if (name !== "start" && missing) {
+        refill();
+    }
+}
+
+function back() {
+    if (isOpen()) {
+        close();
+    } else if (part("rail").contains(document.activeElement)) {
+        show("start");
+    } else {
+        focusRail();
+    }
+}
+
+function takeState(news) {
+    const first = state === null;
+    state = news;
+    since = performance.now() - (state.running?.elapsed_ms ?? 0);
+    document.documentElement.lang = state.language;
+    document.title = `Kura · ${state.set.model}`;
+    document.body.dataset.version = String(state.version);
+    if (first) {
+        show(NAMES.includes(location.hash.slice(1)) ? location.hash.slice(1) : "start");
+    } else {
+        draw();
+    }
+    if (!state.running && waiting.length > 0) {
+        const verbs = waiting;
+        waiting = [];
+        fill(verbs);
+    }
+}
+
+async function begin() {
+    await loadTexts();
+    listen(back);
+    drawFoot();
+    setInterval(drawWork, 250);
+    follow({
+        state: takeState,
+        set: (news) => {
+            present = news.present;
+            drawNotice();
+        },
+        journal: (news) => {
+            journal.add(news);
+            drawFoot();
+        },
+        connected: (news) => {
+            connected = news;
+            drawNotice();
+        },
+    });
+}
+
+begin();

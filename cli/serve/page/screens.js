@@ -1,0 +1,309 @@
+// The screens, drawn from what the server says that they hold. Nothing here decides anything: which problems there
+// are and what is stored comes from the library.
+
+import { button, countText, element, icon, sizeText, text } from "./element.js";
+
+/// An icon of fewer pixels is a mere placeholder.
+const SMALLEST_ICON = 16;
+const JOURNAL_LINES = 500;
+
+function paragraph(className, words) {
+    return element("p", className, words);
+}
+
+/// A state that fills the screen: nothing found, failed, not asked yet.
+function fullState(kind, picture, title, words, action) {
+    const made = element("div", `full ${kind}`, element("div", "full-picture", icon(picture)),
+        element("h2", "", title), words ? paragraph("", words) : null, action ?? null);
+    made.dataset.state = kind;
+    return made;
+}
+
+function firstButton(key, press, label) {
+    const made = button(key, "pill strong big", press, label);
+    made.dataset.first = "";
+    return made;
+}
+
+/// The rows of a list, one group for each issue: its solutions are applied together.
+export function issuesOf(rows) {
+    const issues = new Map();
+    for (const row of rows) {
+        if (!issues.has(row.issue_code)) {
+            issues.set(row.issue_code, []);
+        }
+        issues.get(row.issue_code).push(row);
+    }
+    return [...issues.values()];
+}
+
+function problemCard(rows, place, fix, running) {
+    const [first] = rows;
+    const busy = running?.verb === "fix" && running.argument === first.issue_code;
+    const solutions = rows.map((row) => paragraph("", row.texts.solution));
+    const made = button(`issue-${first.issue_code}`, `card problem${busy ? " busy" : ""}`, () => fix(rows),
+        element("span", "problem-mark", icon("problem")),
+        element("span", "problem-text", element("strong", "", first.texts.issue), ...solutions),
+        element("span", "problem-since", element("small", "", text("problems.since")),
+            first.last_time.slice(0, 10)),
+        element("span", "pill-look", busy ? element("span", "spinner") : null,
+            busy ? text("problems.fixing") : first.texts.button1 || text("problems.fix")));
+    made.dataset.issue = first.issue_code;
+    if (place === 0) {
+        made.dataset.first = "";
+    }
+    return made;
+}
+
+/// The start and the home screen. names: which texts; actions: {again, fix}.
+function problemScreen(names, screen, state, actions) {
+    const again = button("again", "pill", actions.again, icon("refresh"), text(`${names}.again`));
+    const issues = screen.document ? issuesOf(screen.document.problems) : [];
+    const head = { title: text(`${names}.title`), actions: screen.document || screen.error ? [again] : [] };
+    if (screen.error) {
+        head.detail = text("failure.short");
+        return { head, body: [fullState("failure", "failure", text(`${names}.failed`), screen.error.message,
+            firstButton("retry", actions.again, text("failure.again")))] };
+    }
+    if (!screen.document) {
+        head.detail = text(`${names}.intro`);
+        return { head, body: [fullState("unasked", "search", text(`${names}.unasked`), "",
+            firstButton("check", actions.again, text(`${names}.check`)))] };
+    }
+    if (issues.length === 0) {
+        head.detail = text("problems.checked", { time: screen.at });
+        return { head, body: [fullState("empty", "ok", text(`${names}.none`), text(`${names}.none.detail`),
+            firstButton("recheck", actions.again, text(`${names}.again`)))] };
+    }
+    head.detail = `${countText(`${names}.found`, issues.length)} · ${text("problems.checked", { time: screen.at })}`;
+    const list = element("div", "cards", ...issues.map((rows, place) =>
+        problemCard(rows, place, actions.fix, state.running)));
+    return { head, body: [list] };
+}
+
+export function startScreen(state, actions) {
+    return problemScreen("start", state.screens.start, state, actions);
+}
+
+export function homeScreen(state, actions) {
+    return problemScreen("home", state.screens.home, state, actions);
+}
+
+function letterTile(title, id) {
+    let hash = 7;
+    for (const letter of id) {
+        hash = (hash * 31 + letter.codePointAt(0)) % 360;
+    }
+    const tile = element("span", "app-icon letter", [...title][0]?.toUpperCase() ?? "?");
+    tile.style.setProperty("--hue", String(hash));
+    return tile;
+}
+
+/// The application's picture, or its first letter while there is none.
+export function appIcon(app) {
+    const holder = element("span", "app-icon-holder", letterTile(app.title, app.app_id));
+    if (app.has_icon) {
+        const picture = element("img", "app-icon");
+        picture.alt = "";
+        picture.addEventListener("load", () => {
+            if (picture.naturalWidth >= SMALLEST_ICON) {
+                holder.replaceChildren(picture);
+            }
+        });
+        picture.src = `api/icon?app=${encodeURIComponent(app.app_id)}`;
+    }
+    return holder;
+}
+
+/// What the partitions hold, as parts of one whole.
+export function partsOf(storage, apps) {
+    const used = storage.opt.used;
+    const installed = Math.min(used, apps.reduce((sum, app) => sum + app.total_size, 0));
+    const parts = [
+        { name: "system", size: storage.flash.system_used },
+        { name: "apps", size: installed },
+        { name: "other", size: used - installed },
+        { name: "free", size: storage.opt.remaining },
+    ];
+    return parts.filter((part) => part.size > 0);
+}
+
+function storageBar(storage, apps) {
+    const parts = partsOf(storage, apps);
+    const whole = parts.reduce((sum, part) => sum + part.size, 0);
+    const bar = element("div", "bar", ...parts.map((part) => {
+        const made = element("div", `bar-part ${part.name}`);
+        made.dataset.part = part.name;
+        made.style.flexGrow = String(part.size / whole);
+        return made;
+    }));
+    bar.setAttribute("role", "img");
+    bar.setAttribute("aria-label", parts.map((part) =>
+        `${text(`storage.${part.name}`)} ${sizeText(part.size)}`).join(", "));
+    const legend = element("dl", "legend", ...parts.map((part) => element("div", `legend-part ${part.name}`,
+        element("dt", "", text(`storage.${part.name}`)), element("dd", "", sizeText(part.size)))));
+    const free = element("p", "bar-title", element("strong", "", sizeText(storage.opt.remaining)),
+        text("storage.free.of", { size: sizeText(whole) }));
+    return element("div", "panel", free, bar, legend);
+}
+
+function appRow(app, largest, choose, place) {
+    const share = element("span", "share");
+    share.append(element("span", "share-part"));
+    share.firstChild.style.width = `${largest > 0 ? Math.max(1, 100 * app.total_size / largest) : 0}%`;
+    const made = button(`app-${app.app_id}`, "card app", () => choose(app),
+        appIcon(app),
+        element("span", "app-text", element("strong", "", app.title), element("small", "", app.app_id)),
+        share, element("span", "app-size", sizeText(app.total_size)));
+    if (place === 0) {
+        made.dataset.app = "largest";
+    }
+    return made;
+}
+
+function appList(screen, choose) {
+    if (screen.error) {
+        return fullState("failure", "failure", text("storage.apps.failed"), screen.error.message);
+    }
+    if (!screen.document) {
+        return fullState("loading", "search", text("storage.apps.loading"), "");
+    }
+    const { apps } = screen.document;
+    if (apps.length === 0) {
+        return fullState("empty", "storage", text("storage.apps.none"), "");
+    }
+    const largest = apps[0].total_size;
+    return element("div", "cards", ...apps.map((app, place) => appRow(app, largest, choose, place)));
+}
+
+/// actions: {again, clean, boost, optimize, app}
+export function storageScreen(state, actions) {
+    const { storage, apps } = state.screens;
+    const head = { title: text("storage.title"), detail: text("storage.intro"), actions: [
+        button("again", "pill", actions.again, icon("refresh"), text("storage.again"))] };
+    if (storage.error) {
+        return { head, body: [fullState("failure", "failure", text("storage.failed"), storage.error.message,
+            firstButton("retry", actions.again, text("failure.again")))] };
+    }
+    if (!storage.document) {
+        return { head: { ...head, actions: [] }, body: [fullState("loading", "storage", text("storage.loading"), "")] };
+    }
+    const tools = [["clean", "clean"], ["boost", "boost"], ["optimize", "care"]].map(([name, picture], place) => {
+        const made = button(name, "tool", actions[name], icon(picture),
+            element("span", "", element("strong", "", text(`storage.${name}`)),
+                element("small", "", text(`storage.${name}.detail`))));
+        if (place === 0) {
+            made.dataset.first = "";
+        }
+        return made;
+    });
+    const listed = apps.document?.apps ?? [];
+    head.detail = text("problems.checked", { time: storage.at });
+    return { head, body: [storageBar(storage.document, listed), element("div", "tools", ...tools),
+        element("h2", "section", text("storage.apps"), apps.document ? element("small", "",
+            countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
+}
+
+/// One entry of the journal: what was asked of the set in one word, and its members as [name, value].
+function membersOf(entry) {
+    if (entry.kind === "log") {
+        return { what: entry.function ?? "", members: [["", entry.message ?? ""]] };
+    }
+    const told = ["time", "kind", "op"];
+    const words = (value) => typeof value === "string" ? value : JSON.stringify(value);
+    const members = Object.entries(entry).filter(([name]) => !told.includes(name));
+    return { what: entry.op ?? "", members: members.map(([name, value]) => [name, words(value)]) };
+}
+
+export function entryText(entry) {
+    const { what, members } = membersOf(entry);
+    return [what, ...members.map(([name, value]) => `${name} ${value}`.trim())].filter(Boolean).join(" · ");
+}
+
+function entryParts(entry) {
+    const { what, members } = membersOf(entry);
+    const parts = members.map(([name, value]) => element("span", "member",
+        name ? element("small", "", `${name} `) : null, value));
+    return what ? [element("strong", "member", what), ...parts] : parts;
+}
+
+function journalLine(entry) {
+    const kind = String(entry.kind ?? "");
+    const warns = kind === "damaged" || (kind === "log" && entry.priority >= 5);
+    const made = element("li", `line kind-${/^[a-z]+$/.test(kind) ? kind : "other"}${warns ? " warns" : ""}`,
+        element("time", "", String(entry.time ?? "").slice(11, 23)), element("span", "kind", kind),
+        element("span", "words", ...entryParts(entry)));
+    return made;
+}
+
+/// The journal keeps its lines between drawings and follows its end unless somebody has scrolled up.
+export class JournalScreen {
+    constructor() {
+        this.filter = "requests";
+        this.entries = [];
+        this.list = element("ol", "lines");
+        this.box = element("div", "journal", this.list);
+        this.box.tabIndex = 0;
+        this.box.dataset.key = "journal";
+        this.box.dataset.scroller = "";
+    }
+
+    shows(entry) {
+        return this.filter === "all" || (entry.kind === "log") === (this.filter === "log");
+    }
+
+    add({ fresh, entries }) {
+        if (fresh) {
+            this.entries = [];
+            this.list.replaceChildren();
+        }
+        this.entries.push(...entries);
+        this.entries.splice(0, Math.max(0, this.entries.length - 4 * JOURNAL_LINES));
+        this.append(entries);
+    }
+
+    append(entries) {
+        const atEnd = this.box.scrollHeight - this.box.scrollTop - this.box.clientHeight < 40;
+        this.list.append(...entries.filter((entry) => this.shows(entry)).slice(-JOURNAL_LINES).map(journalLine));
+        while (this.list.childElementCount > JOURNAL_LINES) {
+            this.list.firstChild.remove();
+        }
+        this.box.classList.toggle("is-empty", this.list.childElementCount === 0);
+        if (atEnd) {
+            this.toEnd();
+        }
+    }
+
+    toEnd() {
+        this.box.scrollTop = this.box.scrollHeight;
+    }
+
+    choose(filter) {
+        this.filter = filter;
+        this.list.replaceChildren();
+        this.append(this.entries);
+        this.toEnd();
+    }
+
+    /// What the library asked of the set last.
+    last() {
+        return this.entries.findLast((entry) => entry.kind !== "log");
+    }
+
+    draw(redraw) {
+        const filters = ["requests", "log", "all"].map((name) => {
+            const made = button(`filter-${name}`, "pill", () => {
+                this.choose(name);
+                redraw();
+            }, text(`journal.${name}`));
+            made.setAttribute("aria-pressed", String(this.filter === name));
+            if (this.filter === name) {
+                made.dataset.first = "";
+            }
+            return made;
+        });
+        this.box.dataset.none = text("journal.none");
+        return { head: { title: text("journal.title"), detail: text("journal.intro"), actions: filters },
+            body: [this.box] };
+    }
+}
