@@ -52,7 +52,7 @@ function isFree() {
 /// What did not succeed of a repair, in words; empty when all of it did.
 function complaintOf(requests) {
     const failed = requests.find((request) => request.kind in DOING && DOING[request.kind].test(request.op ?? "x") &&
-        typeof request.result === "number" && request.result < 0);
+        typeof request.result === "number" && request.result !== 0);
     return failed ? entryText(failed) : "";
 }
 
