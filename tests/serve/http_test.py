@@ -5,14 +5,12 @@ import json
 import re
 import signal
 import socket
-import struct
 import subprocess
 import threading
-import time
 import unittest
-import zlib
 from pathlib import Path
 
+from pictures import png
 from served_set import KURA, PATIENCE, ServedSet, until
 
 PAGE = Path(__file__).resolve().parents[2] / "cli" / "serve" / "page"
@@ -36,15 +34,6 @@ def raw(port, request, half_close=False):
         while part := connection.recv(65536):
             answer += part
         return answer
-
-
-def png(width=64, height=64, colour=(220, 40, 90)):
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    rows = b"".join(b"\0" + bytes(colour) * width for _ in range(height))
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)) +
-            chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
 
 
 class StartTest(unittest.TestCase):
@@ -114,7 +103,7 @@ class StartTest(unittest.TestCase):
 class GuardTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.served = cls.enterClassContext(ServedSet()) if hasattr(cls, "enterClassContext") else ServedSet()
+        cls.served = ServedSet()
         cls.addClassCleanup(cls.served.close)
 
     def assert_refused(self, answer, status, kind):
@@ -203,7 +192,8 @@ class GuardTest(unittest.TestCase):
     def test_refuses_a_body_that_ends_early(self):
         head = (f"POST {self.served.root}api/diagnose HTTP/1.1\r\nHost: 127.0.0.1:{self.served.port}\r\n"
                 "Content-Type: application/json\r\nContent-Length: 100\r\nConnection: close\r\n\r\n{}").encode()
-        self.assertRegex(raw(self.served.port, head, half_close=True), rb"^HTTP/1\.1 400 ")
+        answer = raw(self.served.port, head, half_close=True)
+        self.assertTrue(answer == b"" or answer.startswith(b"HTTP/1.1 400 "), answer)
         self.assertIsNone(self.served.state()["last"])
 
     def test_limits_the_address(self):

@@ -1,6 +1,8 @@
 """A set of the test's own and kura serve on it, with plain requests to it."""
 
+import atexit
 import contextlib
+import functools
 import http.client
 import json
 import os
@@ -24,6 +26,16 @@ def until(what, condition, patience=PATIENCE):
             return value
         time.sleep(0.02)
     raise AssertionError(f"not within {patience} s: {what}")
+
+
+@functools.cache
+def template():
+    """A new set, made once: a copy takes a fraction of the time."""
+    folder = tempfile.mkdtemp(prefix="kura-template-")
+    atexit.register(shutil.rmtree, folder, ignore_errors=True)
+    subprocess.run([KURA, "--set", f"{folder}/set", "set", "new"], stdin=subprocess.DEVNULL,
+                   stdout=subprocess.DEVNULL, timeout=PATIENCE, check=True)
+    return f"{folder}/set"
 
 
 class Answer:
@@ -53,7 +65,7 @@ class ServedSet:
         self.set = self.folder / "set"
         self.server = None
         try:
-            self.kura("set", "new")
+            subprocess.run(["cp", "-a", template(), str(self.set)], timeout=PATIENCE, check=True)
             if description:
                 self.describe(**description)
             if prepare:

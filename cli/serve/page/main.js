@@ -23,22 +23,19 @@ let since = 0;
 
 // --- Calls ---
 
+/// Fills a screen; once the place is free, when another call has it. A screen shows by itself why it stays empty.
 async function fill(verbs) {
     for (const verb of verbs) {
         const answer = await call(verb);
         if (answer.status === 409) {
             waiting = verbs.slice(verbs.indexOf(verb));
-            return false;
+            return;
         }
-        if (!answer.ok && (answer.status === 0 || answer.document.error?.kind === "bad-request")) {
-            toast("failure", text("failure.short"), reasonOf(answer.document));
-            return false;
+        if (answer.status === 0) {
+            return toast("failure", text("failure.short"), reasonOf(answer.document));
         }
     }
-    return true;
 }
-
-const refill = () => fill(FILLING[shown]);
 
 /// True when the place is free; says so otherwise.
 function isFree() {
@@ -47,6 +44,12 @@ function isFree() {
         return false;
     }
     return true;
+}
+
+function again() {
+    if (isFree()) {
+        fill(FILLING[shown]);
+    }
 }
 
 /// What did not succeed of a repair, in words; empty when all of it did.
@@ -158,7 +161,6 @@ function drawRail() {
 }
 
 function screenNow() {
-    const again = refill;
     switch (shown) {
         case "start":
             return startScreen(state, { again, fix });
@@ -226,7 +228,7 @@ function drawFoot() {
         element("span", "hints", key("↑ ↓ ← →", text("keys.move")), key("Enter", text("keys.choose")),
             key("Esc", text("keys.back"))),
         element("span", "ticker", last ? element("span", "dot") : null,
-            last ? `${last.kind} · ${entryText(last)}` : ""));
+            element("span", "ticker-words", last ? `${last.kind} · ${entryText(last)}` : "")));
 }
 
 function drawNotice() {
@@ -256,7 +258,7 @@ function show(name) {
         verb === "problems" ? "home" : verb].document);
     // A diagnosis is the viewer's to start; the other screens fill themselves.
     if (name !== "start" && missing) {
-        refill();
+        fill(FILLING[name]);
     }
 }
 

@@ -200,7 +200,7 @@ export function storageScreen(state, actions) {
     const listed = apps.document?.apps ?? [];
     head.detail = text("problems.checked", { time: storage.at });
     return { head, body: [storageBar(storage.document, listed), element("div", "tools", ...tools),
-        element("h2", "section", text("storage.apps"), apps.document ? element("small", "",
+        element("h2", "section", text("storage.apps"), listed.length > 0 ? element("small", "",
             countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
 }
 
