@@ -95,7 +95,8 @@ class PageTest(unittest.TestCase):
         self.fail(f"{key} was not reached; the focus is on {self.focused()}")
 
     def state(self, kind):
-        return until(f"the state {kind}", lambda: self.find(f'[data-state="{kind}"]'))[0]
+        """The words of the state that fills the screen."""
+        return until(f"the state {kind}", lambda: self.texts(f'[data-state="{kind}"]'))[0]
 
     def issues(self):
         return self.browser.execute_script(
@@ -203,7 +204,7 @@ class PageTest(unittest.TestCase):
 
         self.show(prepare=without_problems)
         self.press(ENTER)
-        self.assertIn("No problems found", self.state("empty").text)
+        self.assertIn("No problems found", self.state("empty"))
         self.keep("start-none")
         self.assertEqual(self.focused(), "recheck")
         self.go("home")
@@ -215,7 +216,7 @@ class PageTest(unittest.TestCase):
         self.press(ENTER)
         failure = self.state("failure")
         self.keep("start-failed")
-        self.assertIn(self.served.state()["screens"]["start"]["error"]["message"], failure.text)
+        self.assertIn(self.served.state()["screens"]["start"]["error"]["message"], failure)
         self.assertEqual(self.focused(), "retry")
         self.served.describe(faults={})
         self.press(ENTER)
@@ -313,7 +314,7 @@ class PageTest(unittest.TestCase):
     def test_shows_that_no_apps_are_listed(self):
         self.show(description={"faults": {"apps": 5}})
         self.go("storage")
-        self.assertIn("No apps are listed", self.state("empty").text)
+        self.assertIn("No apps are listed", self.state("empty"))
         self.keep("storage-no-apps")
         self.assertTrue(self.find(".bar-part.free"))
 
@@ -323,7 +324,7 @@ class PageTest(unittest.TestCase):
         self.go("storage")
         failure = self.state("failure")
         self.keep("storage-failed")
-        self.assertIn("set.json", failure.text)
+        self.assertIn("set.json", failure)
         until("the button has the focus", lambda: self.focused() == "retry")
 
     # --- Journal ---
@@ -372,7 +373,7 @@ class PageTest(unittest.TestCase):
         self.served.set.rename(self.served.folder / "away")
         until("the notice", lambda: str(self.served.set) in "".join(self.texts("#notice")))
         self.press(ENTER)
-        self.assertIn("no set here", self.state("failure").text)
+        self.assertIn("no set here", self.state("failure"))
         self.keep("set-gone")
         (self.served.folder / "away").rename(self.served.set)
         until("no notice", lambda: not self.find("#notice:not([hidden])"))
