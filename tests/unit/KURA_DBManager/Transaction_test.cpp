@@ -20,10 +20,16 @@
 #include "KURA_DBManager.h"
 #include "KURA_DiagResultManager.h"
 #include "KURA_MapToDBTable.h"
+#include "RemainingList.h"
 
 using database::Value;
 using KURA::KURA_DiagResultManager;
 using KURA::MapToDBTable;
+using remaining::Codes;
+using remaining::Load;
+using remaining::Many;
+using remaining::Save;
+using remaining::Stored;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -32,63 +38,6 @@ using testing::Not;
 namespace fs = std::filesystem;
 
 namespace {
-
-using Codes = std::vector<std::string>;
-using Table = std::vector<MapToDBTable>;
-
-// The list to be saved is the result manager's own; naming a member in an explicit instantiation is how a
-// test may reach it.
-Table& TableOf(KURA_DiagResultManager& manager);
-
-template <Table KURA_DiagResultManager::*kMember>
-struct TableAccess {
-    friend Table& TableOf(KURA_DiagResultManager& manager) { return manager.*kMember; }
-};
-
-template struct TableAccess<&KURA_DiagResultManager::m_table>;
-
-void Save(const Codes& codes) {
-    KURA_DiagResultManager& manager = *KURA_DiagResultManager::GetInstance();
-    TableOf(manager).clear();
-    for (const std::string& code : codes) {
-        MapToDBTable row;
-        row.index = 1;
-        row.issue_code = code;
-        row.last_time = "2026-01-31T23:59:59";
-        row.source = "ALL";
-        row.view_authority = "USER";
-        TableOf(manager).push_back(row);
-    }
-    manager.SaveRemainingProblems();
-}
-
-/// Loads and tells the issue codes.
-Codes Load() {
-    KURA_DiagResultManager& manager = *KURA_DiagResultManager::GetInstance();
-    manager.LoadRemainingProblems();
-    Codes codes;
-    for (const MapToDBTable& row : TableOf(manager)) {
-        codes.push_back(row.issue_code);
-    }
-    return codes;
-}
-
-Codes Stored() {
-    Codes codes;
-    for (const database::Row& row :
-         database::Query(database::kRemaining, "SELECT issue_code FROM remainingTBL")) {
-        codes.push_back(row.front());
-    }
-    return codes;
-}
-
-Codes Many(std::size_t count) {
-    Codes codes;
-    for (std::size_t i = 0; i < count; ++i) {
-        codes.push_back("N" + std::to_string(i));
-    }
-    return codes;
-}
 
 std::vector<std::string> SqlErrors() {
     std::vector<std::string> errors;
@@ -384,7 +333,9 @@ TEST_F(Transaction, LoadsOneStateOfTheTable) {
     for (int i = 0; i < 500; ++i) {
         KURA_DiagResultManager& manager = *KURA_DiagResultManager::GetInstance();
         EXPECT_NO_THROW(manager.LoadRemainingProblems());
-        for (const MapToDBTable& row : TableOf(manager)) {
+        std::vector<MapToDBTable> rows;
+        manager.GetRemainingTable(rows);
+        for (const MapToDBTable& row : rows) {
             EXPECT_TRUE(row.issue_code == row.view_authority || row.view_authority == "USER");
             ++loaded;
         }

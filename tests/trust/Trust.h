@@ -1,0 +1,39 @@
+// What the tests of faults have in common. Each repeats something a number of times: few in every run, all
+// when KURA_TRUST_COUNT, a factor, says so. Each tells how far it came, in a line that "./dev trust" gathers.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace trust {
+
+inline std::size_t Factor() {
+    const char* text = std::getenv("KURA_TRUST_COUNT");
+    const std::size_t factor = text == nullptr ? 1 : std::strtoul(text, nullptr, 10);
+    return std::max<std::size_t>(factor, 1);
+}
+
+/// How often to repeat: few times, or up to all with a larger factor.
+inline std::size_t Count(std::size_t few, std::size_t all) {
+    return std::min(few * Factor(), all);
+}
+
+/// Ends the process when it hangs; far beyond what any of these tests takes.
+inline void Watch() {
+    alarm(Factor() == 1 ? 110 : 3000);
+}
+
+/// The line of the running test: what was done and how often. A finding is a failed expectation.
+inline void Report(const char* row, const std::string& mechanism, std::size_t count) {
+    std::printf("trust\t%s\t%s\t%zu\t%s\n", row, mechanism.c_str(), count,
+                testing::Test::HasFailure() ? "FOUND" : "0");
+    std::fflush(stdout);
+}
+
+}  // namespace trust

@@ -1,0 +1,24 @@
+// The list of remaining problems, saved and loaded by the library's own operations, as issue codes.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace remaining {
+
+using Codes = std::vector<std::string>;
+
+/// Replaces what is stored by a list of these issues, all of them for every source and for the user.
+void Save(const Codes& codes);
+
+/// Loads and tells the issue codes.
+Codes Load();
+
+/// What another connection sees.
+Codes Stored();
+
+/// N0, N1, ...
+Codes Many(std::size_t count);
+
+}  // namespace remaining
