@@ -79,7 +79,7 @@ void ReadOneIssue() {
     }
 }
 
-constexpr int kLeastRounds = 40;
+const std::size_t kLeastRounds = trust::Count(40, 5000);
 
 /// What one thread does, one call after the other.
 using Calls = std::vector<std::function<void()>>;
@@ -115,7 +115,7 @@ std::vector<std::size_t> RunTogether(const std::vector<Calls>& threads, std::siz
     for (std::size_t i = 0; i < threads.size(); ++i) {
         running.emplace_back([&, i] {
             // Each comes to its turn, also beside those that are much faster.
-            for (int round = 0; round < kLeastRounds || made < calls; ++round) {
+            for (std::size_t round = 0; round < kLeastRounds || made < calls; ++round) {
                 for (const std::function<void()>& call : threads[i]) {
                     call();
                 }

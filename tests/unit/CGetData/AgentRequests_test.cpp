@@ -1,26 +1,22 @@
 // Every file that the library opens in the agent's folders against every shape that somebody else may have
 // given it: nothing is written through it, nothing blocks, and the failure is the documented one.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <ostream>
 #include <set>
 #include <string>
-#include <thread>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "Agent.h"
 #include "CGetData.h"
 #include "Fakes.h"
 #include "Interposed.h"
+#include "Shapes.h"
 
 using agent::kAcks;
 using agent::kFolder;
@@ -30,57 +26,17 @@ using agent::Stands;
 using agent::Text;
 using fakes::Set;
 using KURA::CGetData;
+using shapes::FileShapes;
+using shapes::kVictim;
+using shapes::ReplaceByLink;
+using shapes::Shape;
+using shapes::Shapes;
 using ::testing::Contains;
 using ::testing::SizeIs;
 
 namespace fs = std::filesystem;
 
 namespace {
-
-const std::string kVictim = "/home/victim";
-
-/// One way to put something other than a plain file at a path. The victim stays as it is.
-struct Shape {
-    const char* name;
-    std::function<void(const std::string& path)> make;
-};
-
-void PrintTo(const Shape& shape, std::ostream* stream) {
-    *stream << shape.name;
-}
-
-/// Moves what is at path away and leaves a link to it.
-void ReplaceByLink(const std::string& path) {
-    fs::rename(path, path + ".moved");
-    fs::create_symlink(path + ".moved", path);
-}
-
-/// What can be put in the place of a file.
-const std::vector<Shape>& FileShapes() {
-    static const std::vector<Shape> shapes = {
-        {"FileLink", [](const std::string& path) { fs::create_symlink(kVictim, path); }},
-        {"FolderLink", [](const std::string& path) { fs::create_directory_symlink("/home", path); }},
-        {"DanglingLink", [](const std::string& path) { fs::create_symlink("/home/nothing", path); }},
-        {"LinkToItself", [](const std::string& path) { fs::create_symlink(path, path); }},
-        {"LinkToADevice", [](const std::string& path) { fs::create_symlink("/dev/zero", path); }},
-        {"Fifo", [](const std::string& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); }},
-        {"HardLink",
-         [](const std::string& path) {
-             agent::Write("/tmp/other-name", "kept");
-             fs::create_hard_link("/tmp/other-name", path);
-         }},
-        {"Folder", [](const std::string& path) { fs::create_directory(path); }},
-    };
-    return shapes;
-}
-
-/// The same, and a link in the place of the folder.
-std::vector<Shape> Shapes() {
-    std::vector<Shape> shapes = FileShapes();
-    shapes.push_back(
-        {"LinkedParent", [](const std::string& path) { ReplaceByLink(fs::path(path).parent_path()); }});
-    return shapes;
-}
 
 /// A request, the file of it that is attacked, and how it fails.
 struct Attack {
@@ -279,104 +235,4 @@ TEST(AgentAnswersBelowALink, AreNotReadForYouTube) {
     ReplaceByLink(kFolder);
     EXPECT_EQ(KURA::getAppSizeForYoutube(), 0);
     EXPECT_TRUE(Set().Logged(6, "[VARDO-NATIVE] Unable to open file /tmp/vardo/cobalt_size"));
-}
-
-namespace {
-
-/// Swaps two names as fast as it can until it goes out of scope.
-class Swapper {
-public:
-    Swapper(std::string one, std::string other)
-        : m_one(std::move(one)), m_other(std::move(other)), m_thread([this] { Swap(); }) {}
-    Swapper(const Swapper&) = delete;
-    Swapper& operator=(const Swapper&) = delete;
-    ~Swapper() {
-        m_ending = true;
-        m_thread.join();
-    }
-    long Swaps() const { return m_swaps; }
-
-private:
-    void Swap() {
-        while (!m_ending) {
-            if (renameat2(AT_FDCWD, m_one.c_str(), AT_FDCWD, m_other.c_str(), RENAME_EXCHANGE) == 0) {
-                ++m_swaps;
-            }
-        }
-    }
-
-    std::string m_one;
-    std::string m_other;
-    std::atomic<bool> m_ending{false};
-    std::atomic<long> m_swaps{0};
-    std::thread m_thread;
-};
-
-constexpr int kTries = 20000;
-constexpr int kMostTries = 400000;
-constexpr long kLeastSwaps = 5000;
-
-/// Runs the request against a path that is a plain file one moment and something else the next. Returns how
-/// often the victim was touched.
-int Race(const std::string& path, const std::string& trap, const std::function<void()>& request) {
-    Set().keepRecords = false;
-    agent::Write(path, "");
-    const Swapper swapper(path, trap);
-    int touched = 0;
-    for (int i = 0; i < kTries || (swapper.Swaps() < kLeastSwaps && i < kMostTries); ++i) {
-        request();
-        if (Read(kVictim) != "kept") {
-            ++touched;
-            agent::Write(kVictim, "kept");
-        }
-    }
-    EXPECT_GE(swapper.Swaps(), kLeastSwaps);
-    return touched;
-}
-
-}  // namespace
-
-TEST(AgentRequestRace, NeverTruncatesAFileBehindALink) {
-    agent::MakeFolders();
-    agent::Write(kVictim, "kept");
-    fs::create_symlink(kVictim, "/tmp/trap");
-    const auto boost = [] { CGetData::GetInstance()->performMemBoost(); };
-    EXPECT_EQ(Race(kRequests + "/memBoost", "/tmp/trap", boost), 0);
-}
-
-TEST(AgentRequestRace, NeverWritesToAFileBehindALink) {
-    agent::MakeFolders();
-    agent::Write(kVictim, "kept");
-    fs::create_symlink(kVictim, "/tmp/trap");
-    const auto kill = [] { CGetData::GetInstance()->killApp(Text("package")); };
-    EXPECT_EQ(Race(kFolder + "/killApp", "/tmp/trap", kill), 0);
-}
-
-TEST(AgentRequestRace, NeverWritesBelowALinkedFolder) {
-    agent::MakeFolders();
-    const std::string victim = "/home/req/memBoost";
-    fs::create_directory("/home/req");
-    agent::Write(victim, "kept");
-    fs::create_directory_symlink("/home/req", "/tmp/trap");
-    agent::Write(kRequests + "/memBoost", "");
-    Set().keepRecords = false;
-    const Swapper swapper(kRequests, "/tmp/trap");
-    int touched = 0;
-    for (int i = 0; i < kTries || (swapper.Swaps() < kLeastSwaps && i < kMostTries); ++i) {
-        CGetData::GetInstance()->performMemBoost();
-        if (Read(victim) != "kept") {
-            ++touched;
-            agent::Write(victim, "kept");
-        }
-    }
-    EXPECT_GE(swapper.Swaps(), kLeastSwaps);
-    EXPECT_EQ(touched, 0);
-}
-
-TEST(AgentRequestRace, NeverBlocksOnAFifo) {
-    agent::MakeFolders();
-    agent::Write(kVictim, "kept");
-    ASSERT_EQ(mkfifo("/tmp/trap", 0666), 0);
-    const auto boost = [] { CGetData::GetInstance()->performMemBoost(); };
-    EXPECT_EQ(Race(kRequests + "/memBoost", "/tmp/trap", boost), 0);
 }

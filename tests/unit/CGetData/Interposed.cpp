@@ -31,6 +31,7 @@ struct State {
     std::string measuredPath;
     std::vector<std::string> commands;
     bool failPopen = false;
+    std::optional<std::string> commandAnswer;
 };
 
 State& Get() {
@@ -120,6 +121,15 @@ void FailPopen() {
     Get().failPopen = true;
 }
 
+void AnswerCommands(const std::string& text) {
+    Get().commandAnswer = text;
+}
+
+void ForgetCommands() {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().commands.clear();
+}
+
 }  // namespace interposed
 
 extern "C" {
@@ -197,6 +207,9 @@ FILE* popen(const char* command, const char* mode) {
     if (Get().failPopen) {
         errno = EMFILE;
         return nullptr;
+    }
+    if (std::optional<std::string>& answer = Get().commandAnswer) {
+        return fmemopen(answer->data(), answer->size(), "r");
     }
     static auto* next = Next<FILE*(const char*, const char*)>("popen");
     return next(command, mode);

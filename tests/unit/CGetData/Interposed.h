@@ -36,5 +36,8 @@ std::string MeasuredPath();
 /// The command lines that went to popen, each with its mode in front: "re du -bs x 2>&1".
 std::vector<std::string> Commands();
 void FailPopen();
+/// No command runs from now on; each prints this text.
+void AnswerCommands(const std::string& text);
+void ForgetCommands();
 
 }  // namespace interposed

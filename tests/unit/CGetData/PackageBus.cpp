@@ -14,6 +14,14 @@ namespace {
 constexpr const char* kName = "org.vesta.pkgmgr";
 
 std::atomic<int> g_defaultTimeout{0};
+/// Proxies through which a call was made and that still live.
+std::atomic<int> g_proxies{0};
+
+void NoteProxy(GDBusProxy* proxy) {
+    ++g_proxies;
+    g_object_weak_ref(
+        G_OBJECT(proxy), [](gpointer, GObject*) { --g_proxies; }, nullptr);
+}
 
 GDBusConnection* Connect(GTestDBus* bus) {
     const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
@@ -59,6 +67,7 @@ extern "C" GVariant* g_dbus_proxy_call_sync(GDBusProxy* proxy, const gchar* meth
                                             GError** error) {
     static auto* const next =
         reinterpret_cast<decltype(&g_dbus_proxy_call_sync)>(dlsym(RTLD_NEXT, "g_dbus_proxy_call_sync"));
+    NoteProxy(proxy);
     const bool shorten = timeout == -1 && g_defaultTimeout != 0;
     return next(proxy, method, parameters, flags, shorten ? g_defaultTimeout.load() : timeout, cancellable,
                 error);
@@ -108,6 +117,10 @@ void PackageBus::ServeSizes(int code, gint64 total, gint64 data) {
     Serve([=](GDBusMessage* message, const SizeCall& call) {
         return Reply(message, g_variant_new("(ix)", code, call.type == PKGMGR_SIZE_TOTAL ? total : data));
     });
+}
+
+bool PackageBus::HasProxy() {
+    return g_proxies != 0;
 }
 
 void PackageBus::LeaveBus() {

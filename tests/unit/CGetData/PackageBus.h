@@ -40,6 +40,8 @@ public:
 
     /// The library's end.
     GDBusConnection* Connection() const { return m_client; }
+    /// Whether a proxy is left through which the library called.
+    static bool HasProxy();
     /// The service leaves the bus, from one of its own answers.
     void LeaveBus();
     /// The library's end is closed.
