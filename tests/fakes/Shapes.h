@@ -15,8 +15,10 @@ namespace shapes {
 
 /// What every link leads to.
 inline const std::string kVictim = "/home/victim";
-/// The other name of a file with two.
-inline const std::string kSecondName = "/tmp/other-name";
+/// The other name of a file with two; on the same partition.
+inline std::string SecondName(const std::string& path) {
+    return path + ".other-name";
+}
 
 /// One way to put something other than a plain file at a path. The victim stays as it is.
 struct Shape {
@@ -48,8 +50,8 @@ inline const std::vector<Shape>& FileShapes() {
         {"Fifo", [](const std::string& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); }},
         {"HardLink",
          [](const std::string& path) {
-             std::ofstream(kSecondName) << "kept";
-             std::filesystem::create_hard_link(kSecondName, path);
+             std::ofstream(SecondName(path)) << "kept";
+             std::filesystem::create_hard_link(SecondName(path), path);
          }},
         {"Folder", [](const std::string& path) { std::filesystem::create_directory(path); }},
     };

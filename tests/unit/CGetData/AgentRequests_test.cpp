@@ -29,6 +29,7 @@ using KURA::CGetData;
 using shapes::FileShapes;
 using shapes::kVictim;
 using shapes::ReplaceByLink;
+using shapes::SecondName;
 using shapes::Shape;
 using shapes::Shapes;
 using ::testing::Contains;
@@ -133,8 +134,8 @@ protected:
         EXPECT_THAT(agent::Log(), Contains(::testing::StartsWith(attack.failure)));
         EXPECT_EQ(Read(kVictim), "kept");
         EXPECT_EQ(agent::FilesBelow("/home"), homeBefore);
-        if (fs::exists("/tmp/other-name")) {
-            EXPECT_EQ(Read("/tmp/other-name"), "kept");
+        if (fs::exists(SecondName(attack.path))) {
+            EXPECT_EQ(Read(SecondName(attack.path)), "kept");
         }
         for (const std::string& path : attack.neverCreated) {
             EXPECT_FALSE(Stands(path)) << path;
@@ -222,7 +223,7 @@ TEST_P(AgentAnswers, OfYouTubeAreReadFromPlainFilesOnly) {
     agent::Write(kVictim, "77");
     GetParam().make(path);
     if (IsHardLink()) {
-        agent::Write("/tmp/other-name", "77");
+        agent::Write(SecondName(path), "77");
     }
     EXPECT_EQ(KURA::getAppSizeForYoutube(), IsHardLink() ? 77 : 0);
     EXPECT_EQ(Set().Logged(6, "[VARDO-NATIVE] Unable to open file /tmp/vardo/cobalt_size"), !IsHardLink());
