@@ -49,6 +49,10 @@ const Layer kLayers[] = {
     {"tests/unit/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"tests/unit/base/", {"tests/fakes/", "include/", "platform/", "src/base/"}},
     {"tests/unit/KURA_DBManager/internals/", {"tests/unit/KURA_DBManager/", "tests/fakes/", "include/"}},
+    {"tests/trust/",
+     {"tests/trust/", "tests/unit/CGetData/", "tests/unit/KURA_DBManager/", "tests/unit/KURA_DiagManager/",
+      "tests/unit/KURA_DiagResultManager/", "tests/fakes/", "include/", "platform/"}},
+    {"tests/trust/base/", {"tests/trust/", "src/base/"}},
     {"tests/sandbox/", {"simulator/sandbox/"}},
     {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"tests/road/", {}},
@@ -123,6 +127,9 @@ std::string TextOf(const std::string& file) {
 std::string Resolve(const std::string& file, const std::string& name) {
     const fs::path folder = fs::path(file).parent_path();
     Names folders = {folder, folder.parent_path()};
+    if (StartsWith(file, "tests/trust/")) {
+        folders.push_back(fs::path("tests/unit") / folder.filename());  // whose helpers they use
+    }
     const Names& searched = kSearched.at(fs::path(file).begin()->string());
     folders.insert(folders.end(), searched.begin(), searched.end());
     for (const std::string& place : folders) {

@@ -91,14 +91,14 @@ void CutEverywhere(const std::function<void()>& work, const Allowed& allowed, st
 
 TEST(PowerCut, LeavesTheOldListOrNoneOrTheWholeNewOne) {
     const Codes many = remaining::Many(120);
-    CutEverywhere([&] { remaining::Save(many); }, {{kOld, {}, many}, many, {}}, trust::Count(30, 2000), 1);
+    CutEverywhere([&] { remaining::Save(many); }, {{kOld, {}, many}, many, {}}, trust::Count(30, 400), 1);
     trust::Report("Cut of power", "save: every moment, unsynced writes dropped, torn, reordered", g_cuts);
 }
 
 TEST(PowerCut, LeavesTheListWithOrWithoutTheIssueThatIsDeleted) {
     const Codes rest = {"O1", "O3"};
     CutEverywhere([] { KURA::KURA_DiagResultManager::GetInstance()->DeleteRemainingDBColumn("O2"); },
-                  {{kOld, rest}, rest, kOld}, trust::Count(60, 4000), 1);
+                  {{kOld, rest}, rest, kOld}, trust::Count(60, 800), 1);
     trust::Report("Cut of power", "deletion: every moment, unsynced writes dropped, torn, reordered", g_cuts);
 }
 

@@ -171,6 +171,17 @@ TEST_F(Memory, MayRunOutInALoad) {
     trust::Report("Allocation failure at the n-th call", "load", refused);
 }
 
+// Of a text in another encoding SQLite makes a copy, and may have no memory for it.
+TEST_F(Memory, MayRunOutInALoadFromAnotherEncoding) {
+    std::filesystem::remove(database::kPath);
+    database::Run("PRAGMA encoding='UTF-16'; " + std::string(database::kSchema));
+    const std::size_t refused = RefuseEachPiece(
+        StoreOld, [] { problems::Manager().LoadRemainingProblems(); },
+        [](const Codes& stored, bool) { EXPECT_EQ(stored, kOld); });
+    EXPECT_GT(refused, 50U);
+    trust::Report("Allocation failure at the n-th call", "load", refused);
+}
+
 TEST_F(Memory, MayRunOutInADeletion) {
     const std::size_t refused = RefuseEachPiece(
         StoreOld, [] { problems::Manager().DeleteRemainingDBColumn("11"); },
