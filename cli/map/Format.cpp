@@ -32,6 +32,7 @@ bool BeginsLine(std::string_view name) {
     return std::find(std::begin(kFirst), std::end(kFirst), name) != std::end(kFirst);
 }
 
+/// A carriage return that arrives was written as a reference.
 std::string EscapedText(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -44,6 +45,9 @@ std::string EscapedText(std::string_view text) {
                 break;
             case '>':
                 escaped += "&gt;";
+                break;
+            case '\r':
+                escaped += "&#13;";
                 break;
             default:
                 escaped += c;
@@ -180,7 +184,10 @@ private:
 
     /// Text that stands before this node, the parent's closing mark, the blank line before it, its margin.
     void BeginNode(bool isSolution) {
-        const auto breaks = std::count(m_text.begin(), m_text.end(), '\n');
+        // Only those behind the text, which gets a line of its own.
+        const std::size_t textEnd = m_text.find_last_not_of(" \t\r\n") + 1;
+        const auto breaks =
+            std::count(m_text.begin() + static_cast<std::ptrdiff_t>(textEnd), m_text.end(), '\n');
         CloseParentTag();
         WriteText();
         const bool isFirst = m_isFirst;
