@@ -194,7 +194,9 @@ private:
     }
 
     static void XMLCALL OnEnd(void* self, const XML_Char*) {
-        static_cast<DocumentReader*>(self)->m_open.pop_back();
+        // A stopped parser still ends an empty element, whose start may not have been taken.
+        auto* reader = static_cast<DocumentReader*>(self);
+        reader->Guarded([&] { reader->m_open.pop_back(); });
     }
 
     static void XMLCALL OnText(void* self, const XML_Char* text, int length) {
