@@ -19,7 +19,7 @@ std::mutex& AnswerMutex() {
     return *mutex;
 }
 
-std::string FormatText(const char* format, std::va_list values) {
+__attribute__((format(printf, 1, 0))) std::string FormatText(const char* format, std::va_list values) {
     std::va_list again;
     va_copy(again, values);
     const int length = std::vsnprintf(nullptr, 0, format, values);
