@@ -33,3 +33,11 @@ endif()
 if(NOT KURA_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     target_compile_definitions(kura_hardening INTERFACE _FORTIFY_SOURCE=2)
 endif()
+
+# The fuzzer is led by what the shipped code does, not by its surroundings.
+if(KURA_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "KURA_FUZZ needs clang++; use the preset fuzz")
+    endif()
+    target_compile_options(kura_hardening INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -57,6 +57,9 @@ const Layer kLayers[] = {
     {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"tests/road/", {}},
     {"tests/scenario/", {"cli/scenario/", "simulator/KuraSet.h"}},
+    {"fuzz/",
+     {"fuzz/", "cli/map/", "cli/scenario/", "tests/fakes/", "include/", "platform/", "platform/host/",
+      "src/KURA_KPISender/ChipId.h"}},
     {"bench/", {"cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 
@@ -70,6 +73,7 @@ const std::map<std::string, Names> kSearched = {
     {"tests",
      {"tests", "tests/fakes", "tests/unit/KURA_DiagResultManager", "include", "platform", "src", "simulator",
       "simulator/sandbox", "cli", "cli/scenario"}},
+    {"fuzz", {"fuzz", "tests/fakes", "include", "platform", "src", "cli", "cli/scenario"}},
     {"bench", {"bench", "tests/fakes", "include", "platform", "src", "simulator", "cli"}},
 };
 
@@ -232,7 +236,7 @@ Names FilesWith(const std::string& pattern) {
 
 TEST(Layering, FoldersSeeOnlyWhatTheyMay) {
     const std::vector<Include> includes =
-        IncludesBelow({"include", "platform", "src", "simulator", "cli", "tests", "bench"});
+        IncludesBelow({"include", "platform", "src", "simulator", "cli", "tests", "bench", "fuzz"});
     EXPECT_GT(includes.size(), 300u);
     for (const Include& include : includes) {
         EXPECT_TRUE(include.resolved.empty() || Allowed(include))

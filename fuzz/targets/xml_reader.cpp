@@ -1,0 +1,56 @@
+// Whole documents through the library's reader, as XMLParse hands them over.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "Fuzzing.h"
+#include "KURA_SO_Interface.h"
+#include "KURA_SolutionMap.h"
+
+namespace {
+
+enum class Outcome { kRead, kRefused, kMisplacedValue };
+
+Outcome Read(const std::string& text, KURA::KURA_SolutionMap& map) {
+    try {
+        return parseInterface(text, map) ? Outcome::kRead : Outcome::kRefused;
+    } catch (const std::out_of_range&) {
+        return Outcome::kMisplacedValue;
+    }
+}
+
+bool IsCText(const std::string& text) {
+    return std::strlen(text.c_str()) == text.size();
+}
+
+bool IsSame(const KURA::KURA_Solution& left, const KURA::KURA_Solution& right) {
+    return left.issue_code == right.issue_code && left.sol_name == right.sol_name &&
+           left.view_authority == right.view_authority && left.sol_val.size() == right.sol_val.size();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text = fuzz::Begin(data, size);
+    KURA::KURA_SolutionMap map;
+    const Outcome outcome = Read(text, map);
+    for (const KURA::KURA_Solution& solution : map.solutions) {
+        fuzz::Expect(IsCText(solution.issue_code) && IsCText(solution.sol_name), "no text holds a zero byte");
+    }
+    if (outcome == Outcome::kMisplacedValue) {
+        fuzz::Expect(map.solutions.empty(), "a value is misplaced only before the first solution");
+    }
+
+    KURA::KURA_SolutionMap again;
+    fuzz::Expect(Read(text, again) == outcome, "a second reading ends like the first");
+    fuzz::Expect(again.version == map.version && again.count == map.count,
+                 "a second reading finds the same numbers");
+    fuzz::Expect(again.solutions.size() == map.solutions.size(), "a second reading finds as many solutions");
+    for (std::size_t i = 0; i < map.solutions.size(); ++i) {
+        fuzz::Expect(IsSame(map.solutions[i], again.solutions[i]),
+                     "a second reading finds the same solutions");
+    }
+    return 0;
+}
