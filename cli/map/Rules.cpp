@@ -40,7 +40,8 @@ constexpr Rule kRules[] = {
 
     // --- Issue codes ---
     {"code-not-a-number", Severity::kError, "an issue code is not a plain number",
-     "The engine is asked for another number (text without digits asks for issue 0, what follows the digits "
+     "The engine is asked for another number (text without digits asks for the code 0, what follows the "
+     "digits "
      "is "
      "dropped), while repairs look for the exact text.",
      "<solution issue_code=\"12a\" sol_type=\"INFO\"/>",

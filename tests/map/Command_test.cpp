@@ -66,7 +66,7 @@ TEST_F(MapCommand, FindsTheExampleCleanEvenWhenStrict) {
 }
 
 TEST_F(MapCommand, PrintsPlaceSeverityIssueMessageTagAndCounts) {
-    const std::string file = Write("map.xml", Map(Entry("1", "is_fg_bg=\"BG\""), 2));
+    const std::string file = Write("map.xml", Map(Entry("1001", "is_fg_bg=\"BG\""), 2));
     const Answer answer = Run({"check", file});
     EXPECT_EQ(answer.status, 2);
     EXPECT_EQ(answer.out, file +
@@ -74,15 +74,15 @@ TEST_F(MapCommand, PrintsPlaceSeverityIssueMessageTagAndCounts) {
                               "diagnosis breaks off with an "
                               "error and shows nothing: write <sm cnt=\"1\"/> [count-too-large]\n" +
                               file +
-                              ":3:68: warning: issue 1: is_fg_bg is \"BG\", which the set takes for the "
+                              ":3:71: warning: issue 1001: is_fg_bg is \"BG\", which the set takes for the "
                               "foreground: write fg or "
                               "bg [ground-unknown]\n1 error, 1 warning, 0 infos\n");
 }
 
 TEST_F(MapCommand, ExitsByTheWorstFinding) {
-    const std::string clean = Write("clean.xml", Map(Entry("1"), 1));
-    const std::string warning = Write("warning.xml", Map(Entry("1", "is_fg_bg=\"BG\""), 1));
-    const std::string error = Write("error.xml", Map(Entry("1"), 2));
+    const std::string clean = Write("clean.xml", Map(Entry("1001"), 1));
+    const std::string warning = Write("warning.xml", Map(Entry("1001", "is_fg_bg=\"BG\""), 1));
+    const std::string error = Write("error.xml", Map(Entry("1001"), 2));
     const std::string missing = Path("missing.xml");
     EXPECT_EQ(Run({"check", clean}).status, 0);
     EXPECT_EQ(Run({"check", warning}).status, 0);
@@ -124,7 +124,7 @@ TEST_F(MapCommand, SaysInOneLineWhyAFileCannotBeRead) {
 }
 
 TEST_F(MapCommand, GivesOneDocumentAlsoForWhatCannotBeRead) {
-    const std::string clean = Write("clean.xml", Map(Entry("1", "view_authority=\"SERVICE\""), 1));
+    const std::string clean = Write("clean.xml", Map(Entry("1001", "view_authority=\"SERVICE\""), 1));
     const Answer answer = Run({"check", clean, Path("missing.xml"), "--json"});
     EXPECT_EQ(answer.status, 1);
     const nlohmann::json document = answer.Document();
@@ -135,13 +135,13 @@ TEST_F(MapCommand, GivesOneDocumentAlsoForWhatCannotBeRead) {
     const nlohmann::json& finding = document.at("findings").at(0);
     EXPECT_EQ(finding.at("tag"), "never-shown");
     EXPECT_EQ(finding.at("severity"), "info");
-    EXPECT_EQ(finding.at("issue"), "1");
+    EXPECT_EQ(finding.at("issue"), "1001");
     EXPECT_EQ(finding.at("line"), 3);
     EXPECT_EQ(Run({"check", clean, "--format", "json"}).Document().at("infos"), 1);
 }
 
 TEST_F(MapCommand, ReportsInSarif) {
-    const std::string file = Write("map.xml", Map(Entry("1"), 2));
+    const std::string file = Write("map.xml", Map(Entry("1001"), 2));
     const Answer answer = Run({"check", file, "--format", "sarif"});
     EXPECT_EQ(answer.status, 2);
     const nlohmann::json document = answer.Document();
@@ -164,8 +164,8 @@ TEST_F(MapCommand, ReportsInSarif) {
 }
 
 TEST_F(MapCommand, ReportsInJunitWhatFails) {
-    const std::string warning = Write("a&b.xml", Map(Entry("1", "is_fg_bg=\"&lt;\""), 1));
-    const std::string clean = Write("clean.xml", Map(Entry("1"), 1));
+    const std::string warning = Write("a&b.xml", Map(Entry("1001", "is_fg_bg=\"&lt;\""), 1));
+    const std::string clean = Write("clean.xml", Map(Entry("1001"), 1));
     const auto failures = [&](const std::vector<std::string>& arguments) {
         const kuramap::Document document = kuramap::Document::Parse(Run(arguments).out, "junit");
         EXPECT_FALSE(document.Error());
@@ -180,7 +180,7 @@ TEST_F(MapCommand, ReportsInJunitWhatFails) {
 }
 
 TEST_F(MapCommand, TakesOtherSeverities) {
-    const std::string file = Write("map.xml", Map(Entry("1", "is_fg_bg=\"BG\""), 1));
+    const std::string file = Write("map.xml", Map(Entry("1001", "is_fg_bg=\"BG\""), 1));
     EXPECT_EQ(Run({"check", file, "--severity", "ground-unknown=error"}).status, 2);
     EXPECT_EQ(Run({"check", file, "--strict", "--severity", "ground-unknown=off"}).out,
               "0 errors, 0 warnings, 0 infos\n");
@@ -192,17 +192,17 @@ TEST_F(MapCommand, TakesOtherSeverities) {
 
 TEST_F(MapCommand, AcceptsWhatTheAllowFileNames) {
     const std::string file =
-        Write("map.xml", Map(Entry("1", "is_fg_bg=\"BG\"") + Entry("2", "is_fg_bg=\"BG\""), 2));
-    const std::string one = Write("one.txt", "# known\nground-unknown 1: the host writes it so\n");
+        Write("map.xml", Map(Entry("1001", "is_fg_bg=\"BG\"") + Entry("1002", "is_fg_bg=\"BG\""), 2));
+    const std::string one = Write("one.txt", "# known\nground-unknown 1001: the host writes it so\n");
     const Answer answer = Run({"check", file, "--strict", "--allow", one});
     EXPECT_EQ(answer.status, 2);
-    EXPECT_THAT(answer.out, HasSubstr("issue 2: "));
-    EXPECT_THAT(answer.out, testing::Not(HasSubstr("issue 1: ")));
+    EXPECT_THAT(answer.out, HasSubstr("issue 1002: "));
+    EXPECT_THAT(answer.out, testing::Not(HasSubstr("issue 1001: ")));
     EXPECT_THAT(answer.out, HasSubstr("0 errors, 1 warning, 0 infos, 1 allowed\n"));
     const std::string all = Write("all.txt", "ground-unknown: the host writes it so\n");
     EXPECT_EQ(Run({"check", file, "--strict", "--allow", all}).status, 0);
     for (const char* line :
-         {"ground-unknown", "ground-unknown 1:", "ground-unkown: typing error", ": no tag"}) {
+         {"ground-unknown", "ground-unknown 1001:", "ground-unkown: typing error", ": no tag"}) {
         const Answer refused =
             Run({"check", file, "--allow", Write("bad.txt", std::string("\n") + line + "\n")});
         EXPECT_EQ(refused.status, 1) << line;
@@ -211,7 +211,7 @@ TEST_F(MapCommand, AcceptsWhatTheAllowFileNames) {
 }
 
 TEST_F(MapCommand, RefusesTextAndCodeFilesThatAreNone) {
-    const std::string file = Write("map.xml", Map(Entry("1"), 1));
+    const std::string file = Write("map.xml", Map(Entry("1001"), 1));
     EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{\"A\": 1}")}).status, 1);
     EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "[]")}).status, 1);
     EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{")}).status, 1);
@@ -220,7 +220,7 @@ TEST_F(MapCommand, RefusesTextAndCodeFilesThatAreNone) {
 }
 
 TEST_F(MapCommand, ReadsStandardInput) {
-    const std::string file = Write("map.xml", Map(Entry("1"), 2));
+    const std::string file = Write("map.xml", Map(Entry("1001"), 2));
     const std::string out = Path("out");
     const std::string line = std::string(KURA_COMMAND) + " map check - < " + file + " > " + out;
     EXPECT_NE(std::system(line.c_str()), 0);
@@ -249,36 +249,38 @@ TEST_F(MapCommand, ShowsTheMapAndOneIssue) {
 }
 
 TEST_F(MapCommand, ComparesByMeaning) {
-    const std::string old = Write("old.xml", Map(Entry("1") + Entry("2") + Entry("3", "sid_sol=\"A\""), 3));
+    const std::string old =
+        Write("old.xml", Map(Entry("1001") + Entry("1002") + Entry("1003", "sid_sol=\"A\""), 3));
     EXPECT_EQ(Run({"diff", old, old, "--exit-code"}).status, 0);
     EXPECT_EQ(Run({"diff", old, old}).out, "The maps say the same.\n");
     const std::string layout = Write("layout.xml", Run({"format", old}).out);
     EXPECT_EQ(Run({"diff", old, layout, "--exit-code"}).status, 0);
 
-    const std::string now = Write("new.xml", Map(Entry("3", "sid_sol=\"B\"") + Entry("1") + Entry("4"), 3));
+    const std::string now =
+        Write("new.xml", Map(Entry("1003", "sid_sol=\"B\"") + Entry("1001") + Entry("1004"), 3));
     EXPECT_EQ(Run({"diff", old, now}).status, 0);
     const Answer answer = Run({"diff", old, now, "--exit-code", "--json"});
     EXPECT_EQ(answer.status, 2);
     const nlohmann::json difference = answer.Document();
-    EXPECT_EQ(difference.at("removed")[0].at("issue_code"), "2");
-    EXPECT_EQ(difference.at("added")[0].at("issue_code"), "4");
+    EXPECT_EQ(difference.at("removed")[0].at("issue_code"), "1002");
+    EXPECT_EQ(difference.at("added")[0].at("issue_code"), "1004");
     EXPECT_EQ(difference.at("changed")[0].at("changes"),
               nlohmann::json::array({{{"name", "sid_sol"}, {"before", "A"}, {"after", "B"}}}));
     EXPECT_EQ(difference.at("listed_in_another_order"), true);
     EXPECT_EQ(Run({"diff", old, now}).out,
-              "- issue 2: does nothing to the set; the user is told\n"
-              "+ issue 4: does nothing to the set; the user is told\n"
-              "~ issue 3\n    sid_sol: \"A\" -> \"B\"\n"
+              "- issue 1002: does nothing to the set; the user is told\n"
+              "+ issue 1004: does nothing to the set; the user is told\n"
+              "~ issue 1003\n    sid_sol: \"A\" -> \"B\"\n"
               "~ the issues are listed in another order\n");
 }
 
 TEST_F(MapCommand, TellsWhenTheSolutionsOfAnIssueChangePlaces) {
-    const std::string first = Entry("1", "sid_sol=\"first\"");
-    const std::string second = Entry("1", "sid_sol=\"second\"");
+    const std::string first = Entry("1001", "sid_sol=\"first\"");
+    const std::string second = Entry("1001", "sid_sol=\"second\"");
     const std::string old = Write("old.xml", Map(first + second, 2));
     const nlohmann::json difference =
         Run({"diff", old, Write("new.xml", Map(second + first, 2)), "--json"}).Document();
-    EXPECT_EQ(difference.at("applied_in_another_order"), nlohmann::json({"1"}));
+    EXPECT_EQ(difference.at("applied_in_another_order"), nlohmann::json({"1001"}));
     EXPECT_EQ(
         difference.at("changed").size() + difference.at("added").size() + difference.at("removed").size(),
         0u);
