@@ -23,10 +23,13 @@ EventStream::EventStream(const Screens& screens, std::filesystem::path set)
     : m_screens(screens), m_set(std::move(set)), m_journal(m_set / "journal.jsonl") {}
 
 std::string EventStream::Next() {
-    m_screens.Await(m_version, m_started ? kMoment : std::chrono::milliseconds(0));
+    const bool changed =
+        m_screens.Await(m_version, m_started ? kMoment : std::chrono::milliseconds(0)) != m_version;
     std::string events = m_started ? "" : "retry: 1000\n\n";
     TellSet(events);
-    TellState(events);
+    if (changed) {
+        TellState(events);
+    }
     TellJournal(events);
     m_started = true;
     m_quiet = events.empty() ? m_quiet + 1 : 0;
@@ -48,11 +51,8 @@ void EventStream::TellSet(std::string& events) {
 
 void EventStream::TellState(std::string& events) {
     const Json state = m_screens.State();
-    const auto version = state.at("version").get<unsigned long>();
-    if (version != m_version) {
-        m_version = version;
-        Add(events, "state", state);
-    }
+    m_version = state.at("version").get<unsigned long>();
+    Add(events, "state", state);
 }
 
 void EventStream::TellJournal(std::string& events) {

@@ -19,11 +19,14 @@ struct Name {
     const char* type;
 };
 
+constexpr const char* kStyle = "text/css; charset=utf-8";
 constexpr const char* kScript = "text/javascript; charset=utf-8";
 
-constexpr std::array<Name, 9> kNames = {{
+constexpr std::array<Name, 11> kNames = {{
     {"", "index.html", "text/html; charset=utf-8"},
-    {"page.css", "page.css", "text/css; charset=utf-8"},
+    {"page.css", "page.css", kStyle},
+    {"screens.css", "screens.css", kStyle},
+    {"overlays.css", "overlays.css", kStyle},
     {"icon.svg", "icon.svg", "image/svg+xml"},
     {"main.js", "main.js", kScript},
     {"server.js", "server.js", kScript},

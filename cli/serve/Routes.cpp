@@ -217,7 +217,7 @@ void Routes::Look(const Request& request, Response& response) {
         if (below.empty() && request.path.back() != '/') {
             response.set_redirect(m_parts.guard.Root());
         } else {
-            response.set_content(file->text, file->type.c_str());
+            response.set_content(file->text, file->type);
         }
     } else if (below == "api/state") {
         SendDocument(response, 200, m_parts.screens.State());

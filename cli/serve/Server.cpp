@@ -138,11 +138,10 @@ std::string Server::Url() const {
 
 ExitCode Server::Serve() {
     std::atomic<bool> ended{false};
-    const pthread_t self = pthread_self();
-    std::thread listener([this, self, &ended] {
+    std::thread listener([this, &ended] {
         m_impl->http.listen_after_bind();
         ended = true;
-        pthread_kill(self, SIGTERM);
+        kill(getpid(), SIGTERM);
     });
     const sigset_t signals = EndingSignals();
     int signal = 0;

@@ -137,6 +137,10 @@ export function listen(back) {
             return;
         }
         awaited = false;
+        // A key that is held down must not answer the question that it has brought up.
+        if (event.repeat && (event.key === "Enter" || event.key === " ")) {
+            return event.preventDefault();
+        }
         const direction = DIRECTIONS[event.key];
         if (direction) {
             const scroller = document.activeElement?.closest("[data-scroller]");
