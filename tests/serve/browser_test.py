@@ -124,7 +124,8 @@ class PageTest(unittest.TestCase):
         """Nothing in the console, and no request to anybody else."""
         found = [entry["message"] for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
         self.assertEqual([text for text in found if not any(part in text for part in expected)], [])
-        asked = self.browser.execute_script("return performance.getEntriesByType('resource').map((entry) => entry.name)")
+        asked = self.browser.execute_script(
+            "return performance.getEntriesByType('resource').map((entry) => entry.name)")
         self.assertTrue(asked)
         self.assertEqual([address for address in asked if not address.startswith(self.served.url)], [])
 
@@ -353,7 +354,8 @@ class PageTest(unittest.TestCase):
 
         def with_markup(served):
             path = served.set / "texts/en.json"
-            path.write_text(path.read_text("utf-8").replace("The picture is too dark", attack.replace('"', '\\"')), "utf-8")
+            texts = path.read_text("utf-8")
+            path.write_text(texts.replace("The picture is too dark", attack.replace('"', '\\"')), "utf-8")
             served.describe(model=attack)
 
         self.show(prepare=with_markup)
