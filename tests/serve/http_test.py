@@ -176,8 +176,8 @@ class GuardTest(unittest.TestCase):
         for verb, body in (("diagnose", b"{"), ("diagnose", b"[]"), ("diagnose", b"null"),
                            ("diagnose", b'{"code":"1"}'), ("diagnose", b"{} {}"), ("fix", b"{}"), ("fix", b""),
                            ("fix", b'{"code":1001}'), ("fix", b'{"code":""}'),
-                           ("fix", b'{"code":"1001","background":true}'), ("fix", b'{"code":"10\\n01"}'), ("fix", b'{"code":"10\\u000001"}'),
-                           ("fix", b'{"code":"\xff"}'),
+                           ("fix", b'{"code":"1001","background":true}'), ("fix", b'{"code":"10\\n01"}'),
+                           ("fix", b'{"code":"10\\u000001"}'), ("fix", b'{"code":"\xff"}'),
                            ("fix", json.dumps({"code": "1" * 257}).encode()), ("fix", b"[" * 4000)):
             with self.subTest(verb=verb, body=body[:40]):
                 self.assert_refused(self.served.ask("POST", f"api/{verb}", body, JSON), 400, "bad-request")

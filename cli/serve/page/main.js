@@ -40,7 +40,7 @@ async function fill(verbs) {
 /// True when the place is free; says so otherwise.
 function isFree() {
     if (state?.running) {
-        toast("failure", text("work.busy"), workText(state.running));
+        toast("busy", text("work.busy"), workText(state.running));
         return false;
     }
     return true;

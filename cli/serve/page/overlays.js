@@ -67,9 +67,9 @@ export function ask(title, body, yes, no) {
     });
 }
 
-/// kind: "ok" or "failure"; reason may be empty.
+/// kind: "ok", "busy" or "failure"; reason may be empty.
 export function toast(kind, title, reason) {
-    const made = element("div", `toast ${kind}`, icon(kind),
+    const made = element("div", `toast ${kind}`, icon(kind === "busy" ? "refresh" : kind),
         element("div", "", element("strong", "", title), reason ? element("span", "", reason) : null));
     made.setAttribute("role", "status");
     toasts.replaceChildren(made);
