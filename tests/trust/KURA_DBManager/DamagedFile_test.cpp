@@ -59,6 +59,7 @@ struct Harm {
 /// Loads from the damaged store and tries everything on it; damage puts it there anew for each.
 std::vector<std::string> Survive(const std::function<void()>& damage, Harm& harm) {
     fakes::Set().log.clear();
+    fakes::Set().events.clear();
     damage();
     const Loaded loaded = Load();
     harm.rowsLoaded += loaded == Loaded::kRows ? 1 : 0;
