@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "AgentAnswer.h"
-#include "SetUse.h"
+#include "SetCopy.h"
+#include "scenario/Observation.h"
 #include "scenario/Process.h"
 
 namespace cli {
@@ -24,33 +25,18 @@ constexpr std::chrono::seconds kPatience{120};
 constexpr const char* kCommandFile = "/tmp/vardo/runCmdNativeApps";
 constexpr const char* kCommandTrigger = "/tmp/vardo/req/runCmdNativeApps";
 
-/// Files keep their holes: an app of a gigabyte takes no room, and none in the copy.
-void Copy(const kuraset::SetDirectory& set, const fs::path& copy, const fs::path& scratch) {
-    const kuraset::SetUse use(set.Path());
-    const auto result = scenario::RunProcess(
-        {"/bin/cp", "--archive", "--sparse=auto", "--reflink=auto", set.Path().string(), copy.string()},
-        scratch, kPatience);
-    if (result.status != 0) {
-        throw VerbError(ExitCode::kFailed, "the set cannot be copied for the preview: " +
-                                               result.err.substr(0, result.err.find('\n')));
-    }
+/// Why a run failed, in its own words.
+std::string FailureOf(const scenario::ProcessResult& result, const Json& answer) {
+    return answer.is_object() && answer.contains("error")
+               ? answer.at("error").value("message", std::string())
+               : "the repair of the copy ended with status " + std::to_string(result.status);
 }
 
-/// The error that a run ended with, thrown again as this one's.
-void RethrowFailure(const scenario::ProcessResult& result) {
-    const Json document = Json::parse(result.out, nullptr, false);
-    const std::string message =
-        document.is_object() && document.contains("error")
-            ? document.at("error").value("message", std::string())
-            : "the repair of the copy ended with status " + std::to_string(result.status);
-    throw VerbError(static_cast<ExitCode>(result.status), message);
-}
-
-/// Whether the library went through at least one solution.
-bool WasApplied(const std::vector<kuraset::json>& journal) {
-    return std::any_of(journal.begin(), journal.end(), [](const kuraset::json& entry) {
-        return entry.value("message", std::string()).rfind("Choose_Solution ", 0) == 0;
-    });
+/// How many unfixed problems the set keeps of an issue.
+std::size_t CountKept(const kuraset::SetDirectory& set, const std::string& code) {
+    const Json rows = ToDocument(scenario::Look(set, 0, scenario::Json::object()).remaining);
+    return static_cast<std::size_t>(std::count_if(
+        rows.begin(), rows.end(), [&code](const Json& row) { return row.value("issue_code", "") == code; }));
 }
 
 /// Text between a start and an end mark of a log message; none when it is another message.
@@ -78,6 +64,23 @@ public:
             AddCall(entry);
         }
     }
+
+    bool IsEmpty() const { return m_steps.empty(); }
+
+    /// The store refused: it still keeps the issue.
+    void MarkRemovalFailed() {
+        for (Json& step : m_steps) {
+            if (step.at("kind") == "unfixed") {
+                step["failed"] = "the store refuses";
+            }
+        }
+    }
+
+    /// What ended the repair before its end: the agent, or a cut of power.
+    void AddEnd(const std::string& reason) { m_steps.push_back({{"kind", "end"}, {"reason", reason}}); }
+
+    /// What a background repair hands to its caller.
+    void AddRecord(const Json& record) { m_steps.push_back({{"kind", "handed back"}, {"record", record}}); }
 
     Json Take() { return std::move(m_steps); }
 
@@ -223,25 +226,32 @@ std::string CallText(const Json& step) {
 Json PreviewSteps(const kuraset::SetDirectory& set, const std::string& code, bool background) {
     scenario::EndInGoodOrder();
     try {
-        const scenario::TemporaryFolder folder;
-        const fs::path copyPath = folder.Path() / "set";
-        Copy(set, copyPath, folder.Path());
-        const auto copy = kuraset::SetDirectory::Open(copyPath);
-        copy.ClearJournal();
-        std::vector<std::string> command = {
-            fs::read_symlink("/proc/self/exe").string(), "--set", copyPath.string(), "--json", "fix", code};
+        const SetCopy trial(set);
+        const auto copy = trial.Set();
+        std::vector<std::string> command = {fs::read_symlink("/proc/self/exe").string(), "--set",
+                                            copy.Path().string(), "--json", "fix"};
         if (background) {
             command.emplace_back("--background");
         }
-        const auto result = scenario::RunProcess(command, folder.Path(), kPatience);
-        const auto journal = copy.ReadJournal();
-        // An agent that does not answer, or refuses, is part of the picture and not the end of it.
-        if (result.status != 0 && !WasApplied(journal)) {
-            RethrowFailure(result);
-        }
+        command.insert(command.end(), {"--", code});
+        const auto result = scenario::RunProcess(command, trial.Scratch(), kPatience);
+        const Json answer = Json::parse(result.out, nullptr, false);
         Steps steps(ToDocument(set.ListSettings()));
-        for (const auto& entry : journal) {
+        for (const auto& entry : copy.ReadJournal()) {
             steps.Add(ToDocument(entry));
+        }
+        if (result.status != 0 && steps.IsEmpty()) {
+            throw VerbError(static_cast<ExitCode>(result.status), FailureOf(result, answer));
+        }
+        if (CountKept(copy, code) > 0) {
+            steps.MarkRemovalFailed();
+        }
+        const std::string failure = result.status == 0 ? "" : FailureOf(result, answer);
+        if (failure.rfind("the run ", 0) == 0) {
+            // The power was cut. An agent that refuses or says nothing ends no repair.
+            steps.AddEnd(failure);
+        } else if (background && result.status == 0) {
+            steps.AddRecord(answer.at("record"));
         }
         return steps.Take();
     } catch (const scenario::Interrupted&) {
@@ -257,7 +267,16 @@ std::string StepText(const Json& step) {
         return AgentText(step);
     }
     if (kind == "unfixed") {
-        return "removes issue " + Shown(step.at("issue")) + " from the unfixed problems";
+        return "removes issue " + Shown(step.at("issue")) + " from the unfixed problems" +
+               (step.contains("failed") ? " (fails: " + Shown(step.at("failed")) + ")" : "");
+    }
+    if (kind == "end") {
+        return "ends here: " + Shown(step.at("reason"));
+    }
+    if (kind == "handed back") {
+        return "hands back the record: issue " + Shown(step.at("record").at("issue_code")) + ", solution " +
+               Shown(step.at("record").at("solution_code")) + ", type " +
+               Shown(step.at("record").at("solution_type"));
     }
     if (kind == "setting" && step.contains("old")) {
         text = "sets " + Shown(step.at("key")) + ": " +

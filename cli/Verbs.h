@@ -22,6 +22,8 @@ struct Selection {
     std::function<Outcome()> run;
     /// For a verb of kInside: a folder of the user's that it needs to see, at kShownFolder (Inside.h).
     std::function<std::filesystem::path()> show = {};
+    /// For a verb of kInside: the set to run on, where that is not the session's own.
+    std::function<kuraset::SetDirectory()> on = {};
 };
 
 void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);

@@ -61,7 +61,8 @@ private:
 struct LoadedMap {
     unsigned int count = 0;
     std::vector<KURA_Solution> solutions;
-    std::string failure;  ///< why it holds nothing new
+    std::string failure;        ///< why it holds nothing new
+    std::string engineFailure;  ///< why no diagnosis comes to its end
 };
 
 LoadedMap Load() {
@@ -133,6 +134,16 @@ bool TestUnsolved(Tests& tests, std::int32_t code, const _WMInfDBRecord& first) 
     return tests.Add("unsolved", false, times + ", and applied");
 }
 
+/// A diagnosis comes to its end.
+bool TestRun(Tests& tests, const LoadedMap& map, const std::string& count, const std::string& size) {
+    if (!map.engineFailure.empty()) {
+        return tests.Add("run", false, map.engineFailure);
+    }
+    const std::string numbers = "the map declares " + count + " and holds " + size;
+    const bool isWhole = map.count <= map.solutions.size();
+    return tests.Add("run", isWhole, isWhole ? numbers : numbers + ": every diagnosis breaks off");
+}
+
 /// Entry number `number` of the map, from 1.
 Verdict ExplainEntry(const LoadedMap& map, std::size_t number) {
     const KURA_Solution& solution = map.solutions[number - 1];
@@ -140,10 +151,7 @@ Verdict ExplainEntry(const LoadedMap& map, std::size_t number) {
     const std::string size = std::to_string(map.solutions.size());
     const std::string count = std::to_string(map.count);
     tests.Add("in the map", true, "solution " + std::to_string(number) + " of " + size);
-    if (!tests.Add("run", map.count <= map.solutions.size(),
-                   map.count <= map.solutions.size() ? "the map declares " + count + " and holds " + size
-                                                     : "the map declares " + count + " and holds " + size +
-                                                           ": every diagnosis breaks off") ||
+    if (!TestRun(tests, map, count, size) ||
         !tests.Add("declared count", number <= map.count, "the first " + count + " are evaluated") ||
         !tests.Add("foreground", solution.is_fg_bg != "bg", "is_fg_bg " + Quoted(solution.is_fg_bg))) {
         return tests.Take(false);
@@ -183,9 +191,13 @@ bool IsOnDemand(std::int32_t code) {
     return code >= 10000000 && code < 20000000;
 }
 
-Verdict ExplainRow(const MapToDBTable& row, bool isWhole) {
+Verdict ExplainRow(const LoadedMap& map, const MapToDBTable& row, bool isWhole) {
     Tests tests(row.issue_code);
     tests.Add("kept", true, "kept as unfixed, seen at " + row.last_time);
+    const std::string stop = map.failure.empty() ? map.engineFailure : map.failure;
+    if (!tests.Add("run", stop.empty(), stop.empty() ? "the engine delivers" : stop)) {
+        return tests.Take(false);
+    }
     if (!tests.Add("store", isWhole,
                    isWhole ? "the store reads well" : "the store holds a damaged row: nothing is shown")) {
         return tests.Take(false);
@@ -208,7 +220,7 @@ std::vector<Verdict> ExplainHome(const LoadedMap& map, const std::string& code) 
     };
     for (const MapToDBTable& row : rows) {
         if (code.empty() || row.issue_code == code) {
-            verdicts.push_back(ExplainRow(row, isWhole));
+            verdicts.push_back(ExplainRow(map, row, isWhole));
         }
     }
     const std::string saw = "not among the unfixed problems that the last diagnosis left";
@@ -225,8 +237,9 @@ std::vector<Verdict> ExplainHome(const LoadedMap& map, const std::string& code) 
 
 }  // namespace
 
-std::vector<Verdict> Explain(ProblemList list, const std::string& code) {
-    const LoadedMap map = Load();
+std::vector<Verdict> Explain(ProblemList list, const std::string& code, const std::string& engineFailure) {
+    LoadedMap map = Load();
+    map.engineFailure = engineFailure;
     return list == ProblemList::kStart ? ExplainStart(map, code) : ExplainHome(map, code);
 }
 

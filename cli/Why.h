@@ -29,7 +29,8 @@ struct Verdict {
 };
 
 /// Reads map, engine and store of this process's set. Empty code: every issue of the map and of the store.
-std::vector<Verdict> Explain(ProblemList list, const std::string& code);
+/// engineFailure: why no list comes at all, whatever it would hold; empty when one comes.
+std::vector<Verdict> Explain(ProblemList list, const std::string& code, const std::string& engineFailure);
 
 Json ToJson(const std::vector<Verdict>& verdicts);
 

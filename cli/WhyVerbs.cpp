@@ -4,9 +4,12 @@
 #include <string>
 
 #include "HostSetUp.h"
+#include "KuraSet.h"
+#include "SetCopy.h"
 #include "Table.h"
 #include "Verbs.h"
 #include "Why.h"
+#include "scenario/Process.h"
 
 namespace cli {
 
@@ -39,11 +42,45 @@ void PrintAll(const Json& verdicts) {
     table.Print();
 }
 
+/// The copy on which the question is asked: asking leaves no trace on the set. A planned cut of power would
+/// end the question instead of a diagnosis.
+class Questioned {
+public:
+    kuraset::SetDirectory Prepare(const kuraset::SetDirectory& set) {
+        try {
+            scenario::EndInGoodOrder();
+            m_copy = std::make_unique<SetCopy>(set);
+        } catch (const scenario::Interrupted&) {
+            throw VerbError(ExitCode::kFailed, "interrupted; the set is as it was");
+        }
+        const auto copy = m_copy->Set();
+        auto description = copy.Description();
+        if (description.contains("faults") && description.at("faults").erase("kill_at") > 0) {
+            copy.Describe(description);
+        }
+        return copy;
+    }
+
+private:
+    std::unique_ptr<SetCopy> m_copy;
+};
+
+/// Why no completion reaches the library, empty when one does.
+std::string EngineFailure(const kuraset::SetDirectory& set) {
+    const auto faults = set.Description().value("/faults/engine"_json_pointer, kuraset::json::object());
+    if (faults.value("silent", false)) {
+        return "the engine takes the subscription and never delivers";
+    }
+    const int result = faults.value("subscribe", 0);
+    return result == 0 ? "" : "the engine refuses the subscription with " + std::to_string(result);
+}
+
 Outcome Why(const Session& session, const WhyOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const ProblemList list = options.list == "home" ? ProblemList::kHome : ProblemList::kStart;
-    const Json document = {{"list", options.list}, {"issues", ToJson(Explain(list, options.code))}};
+    const Json document = {{"list", options.list},
+                           {"issues", ToJson(Explain(list, options.code, EngineFailure(set)))}};
     const bool isOne = !options.code.empty();
     return {document, [document, isOne] {
                 const Json& verdicts = document.at("issues");
@@ -70,6 +107,8 @@ void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection) {
         ->capture_default_str();
     verb->callback([&session, &selection, options] {
         selection = {Place::kInside, [&session, options] { return Why(session, *options); }};
+        const auto questioned = std::make_shared<Questioned>();
+        selection.on = [&session, questioned] { return questioned->Prepare(session.OpenSet()); };
     });
 }
 

@@ -55,7 +55,7 @@ int Answer(bool json, const std::function<int()>& make) {
 int Run(const cli::Session& session, const cli::Selection& selection,
         const std::vector<std::string>& arguments) {
     if (selection.place == cli::Place::kInside && !cli::IsInside()) {
-        const auto set = session.OpenSet();
+        const auto set = selection.on ? selection.on() : session.OpenSet();
         return cli::RunInside(set, arguments, session.json, selection.show ? selection.show() : "");
     }
     const cli::Outcome outcome = selection.run();

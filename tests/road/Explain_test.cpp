@@ -94,7 +94,7 @@ std::vector<Json> Calls(const Json& entries) {
         const std::string op = entry.value("op", "");
         const bool isRead =
             (kind == "setting" && op.rfind("get_", 0) == 0) || (kind == "engine" && op != "record");
-        if (kind == "agent" || kind == "unfixed" || isRead) {
+        if (kind == "agent" || kind == "unfixed" || kind == "handed back" || isRead) {
             continue;
         }
         entry.erase("time");
@@ -199,6 +199,40 @@ TEST(Preview, TellsWhatWouldFail) {
                   "/tmp/vardo/req/runCmdNativeApps (fails: /tmp/vardo/runCmdNativeApps cannot be written)"));
 }
 
+TEST(Preview, TellsWhereARepairWouldBreakOff) {
+    const Kura kura;
+    Json description = kura.Description();
+    description["faults"] = {{"kill_at", "vconf_set_str:db/menu/system/usage_mode"}};
+    kura.Describe(description);
+    const Json steps = kura.Json({"fix", "1006", "--preview"}).at("steps");
+    EXPECT_EQ(steps[0].at("value"), "home");
+    EXPECT_EQ(steps.back().at("kind"), "end");
+    EXPECT_THAT(steps.back().at("reason").get<std::string>(), HasSubstr("signal 9"));
+}
+
+TEST(Preview, TellsThatAReadOnlySetKeepsTheIssue) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    Json description = kura.Description();
+    description["faults"] = {{"opt", "read-only"}};
+    kura.Describe(description);
+    EXPECT_THAT(kura.Run({"fix", "1001", "--preview"}).out, HasSubstr("from the unfixed problems (fails: "));
+}
+
+TEST(Preview, TellsTheRecordThatABackgroundRepairHandsBack) {
+    const Kura kura;
+    const Json steps = kura.Json({"fix", "1001", "--preview", "--background"}).at("steps");
+    EXPECT_EQ(steps.back().at("kind"), "handed back");
+    EXPECT_EQ(steps.back().at("record").at("solution_code"), 100101);
+}
+
+TEST(Preview, TakesAnyCodeForACode) {
+    const Kura kura;
+    const road::Answer answer = kura.Run({"fix", "--preview", "--", "-1"});
+    EXPECT_EQ(answer.status, 3);
+    EXPECT_THAT(answer.err, HasSubstr("the solution map has no issue -1"));
+}
+
 TEST(Preview, EndsCleanlyWhereThereIsNothingToTell) {
     const Kura kura;
     const road::Answer unknown = kura.Run({"fix", "4711", "--preview", "--json"});
@@ -243,6 +277,32 @@ TEST(Why, KnowsRepairsFiltersAndReturns) {
         "<solution issue_code=\"3001\" view_authority=\"SERVICE\"/></m>");
     EXPECT_EQ(decidedBy("1001"), "source");
     EXPECT_EQ(decidedBy("3001"), "viewer");
+}
+
+TEST(Why, LeavesNoTraceAndOutlivesACutOfPower) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    Json description = kura.Description();
+    description["faults"] = {{"kill_at", "GetInferenceDB:1001:true"}};
+    kura.Describe(description);
+    const Snapshot before = Look(kura.Set());
+    EXPECT_EQ(kura.Json({"why", "1001"}).at("issues")[0].at("listed"), true);
+    EXPECT_EQ(kura.Json({"why", "--list", "home"}).at("list"), "home");
+    EXPECT_EQ(Look(kura.Set()), before);
+}
+
+TEST(Why, KnowsAnEngineThatNeverDelivers) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    for (const Json& fault : {Json{{"silent", true}}, Json{{"subscribe", 3}}}) {
+        Json description = kura.Description();
+        description["faults"] = {{"engine", fault}};
+        kura.Describe(description);
+        for (const char* list : {"start", "home"}) {
+            EXPECT_EQ(kura.Json({"why", "1001", "--list", list}).at("issues")[0].at("decided_by"), "run")
+                << list;
+        }
+    }
 }
 
 TEST(Why, KnowsADeclaredCountThatDoesNotFit) {
