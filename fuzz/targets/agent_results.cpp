@@ -29,7 +29,7 @@ void CloseWhatWasGivenUp() {
 }
 
 long Narrowed(long long number) {
-    return std::clamp<long long>(number, INT32_MIN, INT32_MAX);
+    return static_cast<long>(std::clamp<long long>(number, INT32_MIN, INT32_MAX));
 }
 
 void CheckMeasurement(const std::string& text) {
