@@ -24,6 +24,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::chrono::milliseconds kStep{3};
+constexpr int kRemovals = 100;
 
 std::atomic<bool> interrupted{false};
 
@@ -74,9 +75,14 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<std::stri
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), kFlags, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), kFlags, 0600);
+    // A group of its own: a signal to this process's group, as Ctrl-C sends, is this process's to answer.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
     pid_t process = 0;
-    const int error = posix_spawn(&process, command.front().c_str(), &actions, nullptr,
+    const int error = posix_spawn(&process, command.front().c_str(), &actions, &attributes,
                                   Pointers(command).data(), Pointers(environment).data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
         throw ScenarioError("cannot start " + command.front() + ": " + std::strerror(error));
@@ -89,7 +95,7 @@ bool Await(pid_t process, std::chrono::seconds limit, int& status) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (waitpid(process, &status, WNOHANG) == 0) {
         if (interrupted || std::chrono::steady_clock::now() > end) {
-            kill(process, SIGKILL);
+            kill(-process, SIGKILL);
             waitpid(process, &status, 0);
             return false;
         }
@@ -140,7 +146,13 @@ TemporaryFolder::TemporaryFolder() {
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code error;
-    fs::remove_all(m_path, error);
+    // What was just killed may still be writing here.
+    for (int attempt = 0; attempt < kRemovals && fs::exists(m_path, error); ++attempt) {
+        fs::remove_all(m_path, error);
+        if (error) {
+            std::this_thread::sleep_for(kStep);
+        }
+    }
 }
 
 }  // namespace scenario
