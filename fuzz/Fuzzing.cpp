@@ -45,6 +45,14 @@ std::string Begin(const std::uint8_t* data, std::size_t size) {
     return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(data), size);
 }
 
+bool IsOneOf(unsigned int count, std::string_view text) {
+    unsigned int sum = 0;
+    for (const char c : text) {
+        sum += static_cast<unsigned char>(c);
+    }
+    return sum % count == 0;
+}
+
 std::vector<std::string> Split(std::string_view text, char separator, std::size_t count) {
     std::vector<std::string> parts;
     while (parts.size() + 1 < count) {

@@ -19,6 +19,9 @@ void Expect(bool holds, const char* promise);
 /// counted.
 std::string Begin(const std::uint8_t* data, std::size_t size);
 
+/// Whether the input is among one in count, chosen by its bytes: what takes long is tried with these alone.
+bool IsOneOf(unsigned int count, std::string_view text);
+
 /// At most count parts of text; the last one keeps the separators that are left.
 std::vector<std::string> Split(std::string_view text, char separator, std::size_t count);
 
