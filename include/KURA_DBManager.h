@@ -76,6 +76,7 @@ private:
     bool m_inTransaction = false;
     bool m_transactionLost = false;
     bool m_flushFailed = false;
+    std::string m_seenTable;  ///< by the transaction that is open
 
     static TCDBManager* m_pInstance;
 };

@@ -63,28 +63,26 @@ Statement Prepare(sqlite3* handle, const std::string& query) {
     return Statement(statement);
 }
 
-/// Empty also where SQLite has no memory for the text.
-std::string TextOf(sqlite3_stmt* statement, int column) {
-    const unsigned char* text = sqlite3_column_text(statement, column);
-    return text == nullptr ? "" : reinterpret_cast<const char*>(text);
-}
-
-std::string IntegerOf(sqlite3_stmt* statement, int column) {
+std::string IntegerOf(sqlite3_value* value) {
     std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%d", sqlite3_column_int(statement, column));
+    std::snprintf(text.data(), text.size(), "%d", sqlite3_value_int(value));
     return text.data();
 }
 
-/// The row's columns in order, without a separator; types other than these have no text.
+/// The row's columns in order, without a separator; types other than these have no text, and a text for which
+/// SQLite has no memory is empty.
 std::string RowText(sqlite3_stmt* statement, bool withIntegers) {
     std::string row;
     const int columns = sqlite3_column_count(statement);
     for (int column = 0; column < columns; ++column) {
-        const int type = sqlite3_column_type(statement, column);
+        // Taken once: each question to the column itself would lock the connection.
+        sqlite3_value* value = sqlite3_column_value(statement, column);
+        const int type = sqlite3_value_type(value);
         if (type == SQLITE_TEXT) {
-            row += TextOf(statement, column);
+            const unsigned char* text = sqlite3_value_text(value);
+            row += text == nullptr ? "" : reinterpret_cast<const char*>(text);
         } else if (type == SQLITE_INTEGER && withIntegers) {
-            row += IntegerOf(statement, column);
+            row += IntegerOf(value);
         }
     }
     return row;
@@ -199,6 +197,7 @@ bool TCDBManager::m_SqlExecute(std::string query) {
 
 bool TCDBManager::m_Drop(std::string table) {
     KURA_ERROR("m_Drop");
+    m_seenTable.clear();
     const bool done = m_SqlExecute("DROP TABLE IF EXISTS " + table + ";");
     if (!done) {
         KURA_ERROR("ERROR: %s table delete is fail!!", table.c_str());
@@ -226,9 +225,15 @@ bool TCDBManager::m_Create(std::string table) {
 
 bool TCDBManager::m_IsTableExist(std::string table) {
     KURA_ERROR("m_IsTableExist");
+    // No other connection can drop a table while the transaction that has seen it is open.
+    if (table == m_seenTable && m_inTransaction && !m_IsDropped()) {
+        return true;
+    }
     const Statement statement =
         Prepare(m_handle, "SELECT name FROM sqlite_master WHERE type='table' AND name='" + table + "';");
-    return sqlite3_step(statement.get()) == SQLITE_ROW;
+    const bool exists = sqlite3_step(statement.get()) == SQLITE_ROW;
+    m_seenTable = exists && m_inTransaction ? table : "";
+    return exists;
 }
 
 bool TCDBManager::m_Select(std::string table, std::vector<std::string>& out) {

@@ -26,6 +26,7 @@ void TCDBManager::m_BeginTransaction() {
     const bool begun = Run(m_handle, "BEGIN") == SQLITE_OK;
     m_inTransaction = m_handle != nullptr;
     m_transactionLost = m_flushFailed || !begun;
+    m_seenTable.clear();
 }
 
 void TCDBManager::m_NoteFlush(bool done) {

@@ -83,13 +83,15 @@ std::list<std::string> ColumnValues(const MapToDBTable& row) {
     return values;
 }
 
-void FillRow(const StoredColumns& stored, std::size_t k, MapToDBTable& row) {
-    for (std::size_t i = 0; i < kColumns.size(); ++i) {
-        const std::string& value = stored[i].at(k);
+/// Takes the texts out of the columns; the number of the first is known already.
+void FillRow(StoredColumns& stored, std::size_t k, std::int32_t index, MapToDBTable& row) {
+    row.index = index;
+    for (std::size_t i = 1; i < kColumns.size(); ++i) {
+        std::string& value = stored[i].at(k);
         if (kColumns[i].number != nullptr) {
             row.*kColumns[i].number = base::ToInt32(value.c_str());
         } else {
-            row.*kColumns[i].text = value;
+            row.*kColumns[i].text = std::move(value);
         }
     }
 }
@@ -169,12 +171,13 @@ bool KURA_DiagResultManager::LoadRemainingProblems() {
     }
     CleanDiagResult();
     const std::vector<std::string>& indices = stored.front();
+    m_table.reserve(indices.size());
     for (std::size_t k = 0; k < indices.size(); ++k) {
         const std::int32_t index = base::ToInt32(indices[k].c_str());
         if (index < 0 || static_cast<std::size_t>(index) > indices.size()) {
             return false;
         }
-        FillRow(stored, k, m_currentRow);
+        FillRow(stored, k, index, m_currentRow);
         LogRow(m_currentRow);
         m_table.push_back(m_currentRow);
     }

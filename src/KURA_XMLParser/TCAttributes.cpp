@@ -37,7 +37,7 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
 /// Whether written, once in lower case, is name.
 bool IsNamed(const char* written, std::string_view name) {
     for (const char c : name) {
-        if (*written == '\0' || Lower(*written) != c) {
+        if (*written != c && (*written == '\0' || Lower(*written) != c)) {
             return false;
         }
         ++written;
@@ -48,7 +48,8 @@ bool IsNamed(const char* written, std::string_view name) {
 /// The index of the name that written spells, count for none. Documents keep their attributes in a fixed
 /// order, so the name expected next is tried first.
 std::size_t IndexOf(const char* written, const char* const* names, std::size_t count, std::size_t expected) {
-    if (expected < count && std::strcmp(written, names[expected]) == 0) {
+    if (expected < count &&
+        (std::strcmp(written, names[expected]) == 0 || IsNamed(written, names[expected]))) {
         return expected;
     }
     std::size_t index = 0;

@@ -64,6 +64,26 @@ TEST_F(DBManagerInternals, DropsATableWhetherItIsThereOrNot) {
     EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
 }
 
+TEST_F(DBManagerInternals, LooksATableUpOnceATransaction) {
+    Manager().m_BeginTransaction();
+    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_FALSE(Manager().m_IsTableExist("testTBL"));
+    EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
+    EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_TRUE(Manager().m_EndTransaction());
+
+    EXPECT_TRUE(Manager().m_Create("remainingTBL"));
+    Manager().m_BeginTransaction();
+    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_TRUE(Manager().m_EndTransaction());
+    database::Query(database::kRemaining, "DROP TABLE remainingTBL");
+    EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
+    Manager().m_BeginTransaction();
+    EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
+    EXPECT_TRUE(Manager().m_EndTransaction());
+}
+
 TEST_F(DBManagerInternals, LogsADropThatFails) {
     EXPECT_FALSE(Manager().m_Drop("sqlite_master"));
     EXPECT_THAT(TakeLog(),
