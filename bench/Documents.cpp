@@ -1,6 +1,7 @@
 #include "Documents.h"
 
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <cstdio>
 #include <string>
@@ -24,6 +25,8 @@ constexpr std::array<Kind, 5> kKinds = {{
     {"VCONFSET_STR", "db/menu/system/timezone/default", "auto", "STRING"},
 }};
 
+const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
 constexpr const char* kSolutionFormat =
     "  <solution issue_code=\"%zu\" sol_code=\"%zu\" sol_type=\"%s\" sol_name=\"%s\"\n"
     "            sid_issue=\"SID_KURA_ISSUE_%06zu_TITLE\" sid_sol=\"SID_KURA_SOLUTION_%06zu_TEXT\"\n"
@@ -38,9 +41,8 @@ constexpr const char* kSolutionFormat =
 }  // namespace
 
 std::string SolutionMapText(std::size_t solutions) {
-    std::string text =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<solutionmap>\n  <sminfo version=\"7\"/>\n  <sm cnt=\"" +
-        std::to_string(solutions) + "\"/>\n";
+    std::string text = kDeclaration + "<solutionmap>\n  <sminfo version=\"7\"/>\n  <sm cnt=\"" +
+                       std::to_string(solutions) + "\"/>\n";
     std::array<char, 1024> line{};
     for (std::size_t i = 0; i < solutions; ++i) {
         const Kind& kind = kKinds[i % kKinds.size()];
@@ -51,6 +53,35 @@ std::string SolutionMapText(std::size_t solutions) {
         text.append(line.data(), static_cast<std::size_t>(length));
     }
     return text + "</solutionmap>\n";
+}
+
+std::string MixedCaseSolutionMapText(std::size_t solutions) {
+    std::string text = SolutionMapText(solutions);
+    bool inTag = false;
+    bool inValue = false;
+    bool upper = false;
+    for (char& c : text) {
+        inTag = inValue ? inTag : (c == '<' || (inTag && c != '>'));
+        inValue = inTag && (c == '"') != inValue;
+        const bool isNamePart = inTag && !inValue && c != '<' && c != '?' && c != '/';
+        upper = isNamePart && !upper;
+        if (upper) {
+            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        }
+    }
+    // The declaration is the one thing whose letter case is fixed.
+    return kDeclaration + text.substr(kDeclaration.size());
+}
+
+std::string AwkwardSolutionMapText() {
+    return kDeclaration +
+           "<Map xmlns:k=\"urn:k\">\n"
+           "<SMINFO VERSION=\"12\"/><sM other=\"1\" CNT=\"4294967295\"/>\n"
+           "<SOLUTION Issue_Code=\"1\" ISSUE_CODE=\"2\" sol_type=\"a &amp; b &lt;&#65;&gt;\" unknown=\"x\" "
+           "view_authority=\"\xc3\xa9\" issue_codes=\"3\" k:sol_code=\"4\">\n"
+           "<other><Sol_Val PARAM_TYPE=\"INT\" param_value=\"1\"/></other><k:sol_val param_value=\"9\"/>\n"
+           "</SOLUTION><!-- <solution/> --><sol_val/>\n"
+           "<solution><solution source=\"DTV\"/></solution><sol_val param_value='&quot;&apos;'/>text</Map>\n";
 }
 
 }  // namespace bench

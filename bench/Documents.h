@@ -10,4 +10,12 @@ namespace bench {
 /// usual order, texts named by string ids, and one value element.
 std::string SolutionMapText(std::size_t solutions);
 
+/// The same document with every second letter of each element's and attribute's name in upper case.
+std::string MixedCaseSolutionMapText(std::size_t solutions);
+
+/// What a reader may get wrong: names in any letter case, an attribute of no meaning and one that stands
+/// there twice in different letter cases, missing attributes, references, values of several elements,
+/// elements outside their usual places, a comment.
+std::string AwkwardSolutionMapText();
+
 }  // namespace bench

@@ -28,7 +28,7 @@ bool Is(const char* written, const char* name) {
 }
 
 std::size_t FieldOf(const char* name, std::size_t expected) {
-    if (expected < kFields.size() && std::strcmp(name, kFields[expected]) == 0) {
+    if (expected < kFields.size() && Is(name, kFields[expected])) {
         return expected;
     }
     std::size_t index = 0;
@@ -64,16 +64,24 @@ void ReadValue(KURA_SolutionMap& map, const char** attributes) {
     }
 }
 
+const char* ValueOf(const char** attributes, const char* name) {
+    const char* value = "";
+    for (; attributes[0] != nullptr; attributes += 2) {
+        value = Is(attributes[0], name) ? attributes[1] : value;
+    }
+    return value;
+}
+
 void XMLCALL OnStart(void* userData, const char* name, const char** attributes) {
     auto& map = *static_cast<KURA_SolutionMap*>(userData);
     if (Is(name, "solution")) {
         ReadSolution(map, attributes);
     } else if (Is(name, "sol_val")) {
         ReadValue(map, attributes);
-    } else if (Is(name, "sminfo") && attributes[0] != nullptr) {
-        map.version = std::atoi(attributes[1]);
-    } else if (Is(name, "sm") && attributes[0] != nullptr) {
-        map.count = static_cast<unsigned int>(std::atoi(attributes[1]));
+    } else if (Is(name, "sminfo")) {
+        map.version = std::atoi(ValueOf(attributes, "version"));
+    } else if (Is(name, "sm")) {
+        map.count = static_cast<unsigned int>(std::strtoul(ValueOf(attributes, "cnt"), nullptr, 10));
     }
 }
 

@@ -1,57 +1,56 @@
-// parse_cost WHAT SOLUTIONS: one parse of one document, for counting what it costs.
+// parse_cost SUBJECT SOLUTIONS [mixed]: one parse of one document, for counting what it costs; "mixed" writes
+// the document's names in mixed letter case. "parse_cost list" prints the subjects.
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
-#include <map>
 #include <string>
 
 #include "Cost.h"
 #include "Documents.h"
-#include "IdealParser.h"
 #include "KURA_SolutionMap.h"
-#include "KURA_XMLParser.h"
+#include "Subjects.h"
 
 namespace {
 
-struct Subject {
-    std::function<bool(const std::string&, KURA::KURA_SolutionMap&)> parse;
-    bool fillsRecords;
-};
-
-/// The parser stands ready before the count begins, for it serves the document and is no part of the parse.
-const std::map<std::string, Subject>& Subjects() {
-    static const KURA::TCXMLParser parser;
-    static const std::map<std::string, Subject> subjects = {
-        {"library", {[](const auto& text, auto& map) { return parser.Parse(text, map); }, true}},
-        {"ideal", {[](const auto& text, auto& map) { return bench::ParseIdeally(text, map); }, true}},
-        {"expat", {[](const auto& text, auto&) { return bench::ParseWithoutHandler(text); }, false}},
-    };
-    return subjects;
+int PrintSubjects() {
+    for (const bench::Subject& subject : bench::Subjects()) {
+        std::printf("%s\n", subject.name.c_str());
+    }
+    return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const auto subject = Subjects().find(argc == 3 ? argv[1] : "");
-    if (subject == Subjects().end()) {
-        std::fputs("usage: parse_cost library|ideal|expat SOLUTIONS\n", stderr);
-        return 64;
+int Measure(const bench::Subject& subject, const std::string& text, std::size_t solutions) {
+    // Also resolves the functions that the loader binds on first use: those are no cost of parsing.
+    if (!bench::AgreesWithLibrary(subject, bench::AwkwardSolutionMapText()) ||
+        !bench::AgreesWithLibrary(subject, text)) {
+        return 1;
     }
-    // A first parse resolves the functions that the loader binds on first use: those are no cost of parsing.
-    KURA::KURA_SolutionMap first;
-    subject->second.parse(bench::SolutionMapText(1), first);
-
-    const std::size_t solutions = std::strtoul(argv[2], nullptr, 10);
-    const std::string text = bench::SolutionMapText(solutions);
     KURA::KURA_SolutionMap map;
     bool parsed = false;
-    bench::Measure(subject->first, [&] { parsed = subject->second.parse(text, map); });
-    const std::size_t expected = subject->second.fillsRecords ? solutions : 0;
-    if (!parsed || map.solutions.size() != expected) {
+    bench::Measure(subject.name, [&] { parsed = subject.parse(text, map); });
+    if (!parsed || map.solutions.size() != (subject.fillsRecords ? solutions : 0)) {
         std::fputs("the document was not read\n", stderr);
         return 1;
     }
     std::printf("bytes-per-solution %zu\n", text.size() / solutions);
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string what = argc > 1 ? argv[1] : "";
+    if (argc == 2 && what == "list") {
+        return PrintSubjects();
+    }
+    const bool mixed = argc == 4 && std::string(argv[3]) == "mixed";
+    const bench::Subject* subject = bench::FindSubject(what);
+    const std::size_t solutions = argc == 3 || mixed ? std::strtoul(argv[2], nullptr, 10) : 0;
+    if (subject == nullptr || solutions == 0) {
+        std::fputs("usage: parse_cost SUBJECT SOLUTIONS [mixed]\n       parse_cost list\n", stderr);
+        return 64;
+    }
+    return Measure(*subject,
+                   mixed ? bench::MixedCaseSolutionMapText(solutions) : bench::SolutionMapText(solutions),
+                   solutions);
 }

@@ -1,4 +1,5 @@
-// Wall time of a parse beside its two yardsticks.
+// Wall time of a parse by every subject, in documents of several sizes. bench/run lets the subjects take
+// turns and compares each with the library.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
@@ -6,45 +7,35 @@
 #include <string>
 
 #include "Documents.h"
-#include "IdealParser.h"
 #include "KURA_SolutionMap.h"
-#include "KURA_XMLParser.h"
+#include "Subjects.h"
 
 namespace {
 
-void Report(benchmark::State& state, const std::string& text) {
+void Parse(benchmark::State& state, const bench::Subject& subject) {
+    const std::string text = bench::SolutionMapText(static_cast<std::size_t>(state.range(0)));
+    if (!bench::AgreesWithLibrary(subject, text)) {
+        state.SkipWithError("makes other records");
+        return;
+    }
+    for (auto _ : state) {
+        KURA::KURA_SolutionMap map;
+        benchmark::DoNotOptimize(subject.parse(text, map));
+    }
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
 }
 
-void Library(benchmark::State& state) {
-    const std::string text = bench::SolutionMapText(static_cast<std::size_t>(state.range(0)));
-    const KURA::TCXMLParser parser;
-    for (auto _ : state) {
-        KURA::KURA_SolutionMap map;
-        benchmark::DoNotOptimize(parser.Parse(text, map));
+const bool g_registered = [] {
+    for (const bench::Subject& subject : bench::Subjects()) {
+        benchmark::RegisterBenchmark(subject.name.c_str(),
+                                     [&subject](benchmark::State& state) { Parse(state, subject); })
+            ->Arg(500)
+            ->Arg(5000)
+            ->Arg(50000)
+            ->Unit(benchmark::kMicrosecond);
     }
-    Report(state, text);
-}
-BENCHMARK(Library)->Arg(500)->Arg(50000)->Unit(benchmark::kMicrosecond);
-
-void Ideal(benchmark::State& state) {
-    const std::string text = bench::SolutionMapText(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
-        KURA::KURA_SolutionMap map;
-        benchmark::DoNotOptimize(bench::ParseIdeally(text, map));
-    }
-    Report(state, text);
-}
-BENCHMARK(Ideal)->Arg(500)->Arg(50000)->Unit(benchmark::kMicrosecond);
-
-void ExpatAlone(benchmark::State& state) {
-    const std::string text = bench::SolutionMapText(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(bench::ParseWithoutHandler(text));
-    }
-    Report(state, text);
-}
-BENCHMARK(ExpatAlone)->Arg(500)->Arg(50000)->Unit(benchmark::kMicrosecond);
+    return true;
+}();
 
 }  // namespace
