@@ -76,8 +76,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string word = KURA::CGetData::GetInstance()->GetStdoutFromCommand("du -bs /opt");
     fuzz::Expect(word == ExpectedWord(), "the answer is the first word of the first line");
     const std::uint32_t size32 = static_cast<std::uint32_t>(fuzz::Signed32(word.c_str()));
-    // An inventory starts twenty threads: for one input in 64.
-    if (fuzz::IsOneOf(64, text)) {
+    // An inventory starts twenty threads: for one input in 1024.
+    if (fuzz::IsOneOf(1024, text)) {
         fuzz::Expect(MeasuredTotal() == base + size32, "the web cache counts with the number that is read");
     }
     return 0;
