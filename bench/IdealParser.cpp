@@ -91,15 +91,24 @@ bool Run(XML_Parser parser, const std::string& text) {
     return status == XML_STATUS_OK;
 }
 
+bool Map(const std::string& text, KURA_SolutionMap& map) {
+    XML_Parser parser = XML_ParserCreate(nullptr);
+    XML_SetUserData(parser, &map);
+    XML_SetElementHandler(parser, OnStart, nullptr);
+    return Run(parser, text);
+}
+
 }  // namespace
 
 bool ParseIdeally(const std::string& text, KURA_SolutionMap& map) {
     map.solutions.clear();
     map.solutions.reserve(text.size() / sizeof(KURA_Solution));
-    XML_Parser parser = XML_ParserCreate(nullptr);
-    XML_SetUserData(parser, &map);
-    XML_SetElementHandler(parser, OnStart, nullptr);
-    return Run(parser, text);
+    return Map(text, map);
+}
+
+bool ParseGrowing(const std::string& text, KURA_SolutionMap& map) {
+    map.solutions.clear();
+    return Map(text, map);
 }
 
 bool ParseWithoutHandler(const std::string& text) {

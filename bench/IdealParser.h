@@ -14,6 +14,9 @@ namespace bench {
 /// context beyond the map, no log and no error text, and an exception would pass through Expat.
 bool ParseIdeally(const std::string& text, KURA::KURA_SolutionMap& map);
 
+/// The same without that room: the list grows as it comes.
+bool ParseGrowing(const std::string& text, KURA::KURA_SolutionMap& map);
+
 /// Expat with no handler at all: the floor under every parse.
 bool ParseWithoutHandler(const std::string& text);
 

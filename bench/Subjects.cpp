@@ -50,6 +50,7 @@ const std::vector<Subject>& Subjects() {
     static const std::vector<Subject> subjects = [] {
         std::vector<Subject> all = {{"library", ParseWithLibrary, true},
                                     {"ideal", ParseIdeally, true},
+                                    {"growing", ParseGrowing, true},
                                     {"naive", ParseNaively, true},
                                     {"expat", ParseForNothing, false}};
         for (const Subject& peer : PeerSubjects()) {

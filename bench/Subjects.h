@@ -15,7 +15,8 @@ struct Subject {
     bool fillsRecords;
 };
 
-/// The library, Expat alone, and the mappings on Expat: an ideal and a naive one. Then the peers.
+/// The library, Expat alone, and the mappings on Expat: an ideal one, the same with a growing list, a naive
+/// one. Then the peers.
 const std::vector<Subject>& Subjects();
 
 /// Null for an unknown name.

@@ -155,7 +155,10 @@ void TCXMLParser::m_StartXmlElement(void* context, const char* name, const char*
     }
     std::string element(name);
     for (char& c : element) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        // Nearly every letter is in lower case already.
+        if (c < 'a' || c > 'z') {
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        }
     }
     const auto handler = parsing->parser->m_startTags.find(element);
     if (handler != parsing->parser->m_startTags.end()) {
