@@ -103,14 +103,14 @@ std::vector<Result> Replay(const std::vector<fs::path>& files, const RunOptions&
                            const std::function<void(const Result&)>& finished) {
     std::vector<Result> results(files.size());
     std::atomic<std::size_t> next{0};
-    std::atomic<bool> interrupted{false};
+    std::atomic<bool> stopped{false};
     std::mutex mutex;
     const auto work = [&] {
-        for (std::size_t i = next++; i < files.size() && !interrupted; i = next++) {
+        for (std::size_t i = next++; i < files.size() && !stopped; i = next++) {
             try {
                 results[i] = ReplayOne(files[i], options);
             } catch (const Interrupted&) {
-                interrupted = true;
+                stopped = true;
                 return;
             }
             const std::lock_guard lock(mutex);
@@ -125,7 +125,7 @@ std::vector<Result> Replay(const std::vector<fs::path>& files, const RunOptions&
     for (std::thread& thread : threads) {
         thread.join();
     }
-    if (interrupted) {
+    if (stopped) {
         throw Interrupted();
     }
     return results;
