@@ -36,9 +36,9 @@ std::string LastLine(const std::string& text) {
     if (end == std::string::npos) {
         return "it gave no reason";
     }
-    const auto start = text.find_last_of('\n', end);
-    return text.substr(start == std::string::npos ? 0 : start + 1,
-                       end - (start == std::string::npos ? -1 : start));
+    const auto before = text.find_last_of('\n', end);
+    const auto start = before == std::string::npos ? 0 : before + 1;
+    return text.substr(start, end + 1 - start);
 }
 
 CallAnswer AnswerOf(const ChildEnd& end) {

@@ -60,7 +60,7 @@ const Layer kLayers[] = {
     {"fuzz/",
      {"fuzz/", "cli/map/", "cli/scenario/", "tests/fakes/", "include/", "platform/", "platform/host/",
       "src/KURA_KPISender/ChipId.h"}},
-    {"bench/", {"cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
+    {"bench/", {"bench/", "cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 
 /// Where a quoted name is looked up after the file's own folder, by the first folder of the file.
