@@ -27,8 +27,8 @@ struct statvfs FiguresFor(std::int64_t size) {
     struct statvfs figures {};
     figures.f_bsize = kBlockSize;
     figures.f_frsize = kBlockSize;
-    figures.f_blocks = static_cast<fsblkcnt_t>(size) / kBlockSize;
-    figures.f_bfree = static_cast<fsblkcnt_t>(size - used) / kBlockSize;
+    figures.f_blocks = static_cast<fsblkcnt_t>(size / kBlockSize);
+    figures.f_bfree = static_cast<fsblkcnt_t>((size - used) / kBlockSize);
     figures.f_bavail = figures.f_bfree;
     return figures;
 }

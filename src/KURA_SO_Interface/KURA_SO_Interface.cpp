@@ -12,6 +12,7 @@
 #include <limits>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -65,6 +66,9 @@ bool Reserve(std::size_t size, std::string& text) {
         text.assign(size, '\0');
         return true;
     } catch (const std::bad_alloc&) {
+        return false;
+    } catch (const std::length_error&) {
+        // On a 32-bit set a file can be longer than any text.
         return false;
     }
 }

@@ -31,7 +31,7 @@ constexpr std::size_t kMostRows = 60;
 /// followed by one deletion from it.
 Codes ListOf(std::uint64_t save) {
     Codes codes;
-    const std::size_t rows = 1 + (save * 2654435761U) % kMostRows;
+    const auto rows = static_cast<std::size_t>(1 + (save * 2654435761U) % kMostRows);
     for (std::size_t i = 0; i < rows; ++i) {
         codes.push_back("S" + std::to_string(save) + "N" + std::to_string(i));
     }

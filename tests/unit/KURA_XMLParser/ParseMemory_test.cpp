@@ -224,6 +224,9 @@ TEST(ParseMemory, MakesNoRoomForADeclaredCount) {
 }
 
 TEST(ParseMemory, RefusesATextLongerThanExpatCanCount) {
+    if (std::string().max_size() < std::size_t{1} << 31) {
+        GTEST_SKIP() << "this machine has no text of that length";
+    }
     g_hugeFromFile = true;
     const std::string text(std::size_t{1} << 31, '\0');
     const TCXMLParser parser;
