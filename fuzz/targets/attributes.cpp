@@ -8,9 +8,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <initializer_list>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -22,6 +25,23 @@ namespace {
 
 using Attributes = KURA::TCXMLParser::TCAttributes;
 using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+using StartTags = std::map<std::string, std::function<void(KURA::KURA_SolutionMap&, const Attributes&)>>;
+using ElementData =
+    std::map<std::string, std::function<void(KURA::KURA_SolutionMap&, const KURA::TCXMLParser::TCElements&)>>;
+
+// Borrowed attributes reach nobody but a handler, and handlers are the parser's own; an explicit
+// instantiation may name the members.
+StartTags& StartTagsOf(KURA::TCXMLParser& parser);
+ElementData& ElementDataOf(KURA::TCXMLParser& parser);
+
+template <StartTags KURA::TCXMLParser::*kStartTags, ElementData KURA::TCXMLParser::*kElementData>
+struct HandlerAccess {
+    friend StartTags& StartTagsOf(KURA::TCXMLParser& parser) { return parser.*kStartTags; }
+    friend ElementData& ElementDataOf(KURA::TCXMLParser& parser) { return parser.*kElementData; }
+};
+
+template struct HandlerAccess<&KURA::TCXMLParser::m_startTags, &KURA::TCXMLParser::m_elementData>;
 
 constexpr std::size_t kMostLines = 64;
 constexpr int kUntouched = -77;
@@ -40,6 +60,17 @@ Pairs ReadPairs(const std::string& text) {
         pairs.emplace_back(sides[0].c_str(), sides.size() == 2 ? sides[1].c_str() : "");
     }
     return pairs;
+}
+
+/// As the reader hands them over; they live as long as the pairs.
+std::vector<const char*> Borrowed(const Pairs& pairs) {
+    std::vector<const char*> borrowed;
+    for (const auto& [name, value] : pairs) {
+        borrowed.push_back(name.c_str());
+        borrowed.push_back(value.c_str());
+    }
+    borrowed.push_back(nullptr);
+    return borrowed;
 }
 
 bool HasDigits(const char* text) {
@@ -70,6 +101,20 @@ void CheckNumbers(const Attributes& attributes, const std::string& name, const c
                  "a double is that of the C library, or untouched");
 }
 
+template <class T>
+bool IsUntouched(const Attributes& attributes, T value) {
+    const T before = value;
+    return !attributes.GetValue("absent", value) && value == before;
+}
+
+void CheckAbsence(const Attributes& attributes) {
+    fuzz::Expect(IsUntouched(attributes, std::string("untouched")) && IsUntouched(attributes, kUntouched) &&
+                     IsUntouched(attributes, 77U) && IsUntouched(attributes, 77ULL) &&
+                     IsUntouched(attributes, 7.5) && IsUntouched(attributes, true) &&
+                     !attributes.HasAttrOfValue("absent", ""),
+                 "an absent name touches nothing");
+}
+
 void CheckGetters(const Attributes& attributes, const std::map<std::string, std::string>& expected) {
     for (const auto& [name, text] : expected) {
         std::string value;
@@ -80,10 +125,8 @@ void CheckGetters(const Attributes& attributes, const std::map<std::string, std:
         fuzz::Expect(attributes.HasAttrOfValue(name, Lower(text)), "values compare in any letter case");
         CheckNumbers(attributes, name, text.c_str());
     }
-    std::string value = "untouched";
     if (expected.count("absent") == 0) {
-        fuzz::Expect(!attributes.GetValue("absent", value) && value == "untouched",
-                     "an absent name touches nothing");
+        CheckAbsence(attributes);
     }
 }
 
@@ -101,15 +144,51 @@ bool IsSame(const KURA::KURA_SolutionMap& left, const KURA::KURA_SolutionMap& ri
         });
 }
 
+/// A handler that keeps what it borrows: a copy, and a copy that is added to.
+void CheckHandlers(std::vector<const char*> borrowed, const std::map<std::string, std::string>& expected) {
+    KURA::TCXMLParser parser;
+    KURA::KURA_SolutionMap map;
+    KURA::TCXMLParser::TSParsingContext context{&parser, &map, ""};
+    Attributes kept;
+    std::string text;
+    StartTagsOf(parser)["kept"] = [&](KURA::KURA_SolutionMap&, const Attributes& attributes) {
+        CheckGetters(attributes, expected);
+        kept = attributes;
+    };
+    ElementDataOf(parser)["kept"] = [&](KURA::KURA_SolutionMap&,
+                                        const KURA::TCXMLParser::TCElements& elements) {
+        elements.GetElementData("kept", text);
+    };
+    KURA::TCXMLParser::m_StartXmlElement(&context, "[Kept}", borrowed.data());
+    KURA::TCXMLParser::m_StartXmlElement(&context, "Kept", borrowed.data());
+    KURA::TCXMLParser::m_SetCharacterData(&context, "text", 4);
+    std::fill(borrowed.begin(), borrowed.end(), nullptr);
+    CheckGetters(kept, expected);
+    kept.Insert("More", "1");
+    fuzz::Expect(kept.HasAttrOfValue("more", "1"), "a copy can be added to");
+    fuzz::Expect(text == "text", "an element's text reaches its handler");
+}
+
+/// A name at the end of the list that has no value is not there.
+void CheckNameWithoutValue() {
+    KURA::TCXMLParser parser;
+    KURA::KURA_SolutionMap map;
+    KURA::TCXMLParser::TSParsingContext context{&parser, &map, ""};
+    const char* cut[] = {"issue_code", nullptr, nullptr};
+    StartTagsOf(parser)["kept"] = [](KURA::KURA_SolutionMap&, const Attributes& attributes) {
+        const Attributes copy(attributes);
+        fuzz::Expect(!attributes.HasAttrOfValue("issue_code", "") && !copy.HasAttrOfValue("issue_code", ""),
+                     "a name without a value is not there");
+    };
+    KURA::TCXMLParser::m_StartXmlElement(&context, "kept", cut);
+    KURA::TCXMLParser::m_StartXmlElement(&context, "solution", cut);
+    fuzz::Expect(map.solutions.size() == 1 && map.solutions.front().issue_code.empty(),
+                 "a name without a value fills nothing");
+}
+
 /// A start tag of each element by way of the reader's callback, then by the handlers with attributes of their
 /// own.
-void CheckStartTags(const Pairs& pairs, const Attributes& owned, const std::string& text) {
-    std::vector<const char*> borrowed;
-    for (const auto& [name, value] : pairs) {
-        borrowed.push_back(name.c_str());
-        borrowed.push_back(value.c_str());
-    }
-    borrowed.push_back(nullptr);
+void CheckStartTags(std::vector<const char*> borrowed, const Attributes& owned, const std::string& text) {
     const KURA::TCXMLParser parser;
     KURA::KURA_SolutionMap byCallback;
     KURA::TCXMLParser::TSParsingContext context{&parser, &byCallback, ""};
@@ -126,6 +205,63 @@ void CheckStartTags(const Pairs& pairs, const Attributes& owned, const std::stri
     fuzz::Expect(IsSame(byCallback, byHandlers), "borrowed and owned attributes say the same");
 }
 
+/// Element texts as the attributes' lines name them, and the bytes of all of them in one buffer.
+void CheckElements(const Pairs& pairs) {
+    KURA::TCXMLParser::TCElements elements;
+    KURA::TCParserDataBuffer buffer;
+    std::map<std::string, std::string> texts;
+    std::string bytes;
+    for (const auto& [name, text] : pairs) {
+        elements.InsertElementData(name, text);
+        elements.SetCurrentElement(name);
+        texts[name] = text;
+        buffer.InsertData(text.data(), static_cast<int>(text.size()));
+        bytes += text;
+    }
+    std::string current;
+    elements.GetCurrentElement(current);
+    fuzz::Expect(current == pairs.back().first, "the element set last is current");
+    for (const auto& [name, text] : texts) {
+        std::string kept;
+        fuzz::Expect(elements.GetElementData(name, kept) && kept == text, "the last text of an element wins");
+    }
+    std::string kept = "untouched";
+    fuzz::Expect(
+        texts.count("absent") != 0 || (!elements.GetElementData("absent", kept) && kept == "untouched"),
+        "an unknown element touches nothing");
+    buffer.InsertData(nullptr, 1);
+    fuzz::Expect(std::string_view(buffer.GetData(), static_cast<std::size_t>(buffer.GetDataSize())) == bytes,
+                 "a buffer holds what was inserted");
+    buffer.Clear();
+    fuzz::Expect(buffer.GetDataSize() == 0, "a buffer forgets");
+}
+
+/// Callbacks that lack something do nothing.
+void CheckIncompleteCalls() {
+    using Parser = KURA::TCXMLParser;
+    const Parser parser;
+    KURA::KURA_SolutionMap map;
+    const char* none[] = {nullptr};
+    for (const auto& [reader, records] :
+         std::initializer_list<std::pair<const Parser*, KURA::KURA_SolutionMap*>>{{&parser, nullptr},
+                                                                                  {nullptr, &map}}) {
+        Parser::TSParsingContext context{reader, records, "solution"};
+        Parser::m_StartXmlElement(&context, "solution", none);
+        Parser::m_SetCharacterData(&context, "text", 4);
+    }
+    Parser::TSParsingContext context{&parser, &map, ""};
+    Parser::m_StartXmlElement(nullptr, "solution", none);
+    Parser::m_StartXmlElement(&context, nullptr, none);
+    Parser::m_StartXmlElement(&context, "solution", nullptr);
+    Parser::m_EndXmlElement(nullptr, "solution");
+    Parser::m_EndXmlElement(&context, nullptr);
+    Parser::m_SetCharacterData(nullptr, "text", 4);
+    Parser::m_SetCharacterData(&context, nullptr, 4);
+    Parser::m_SetCharacterData(&context, "text", 0);
+    Parser::m_SetCharacterData(&context, "text", 4);
+    fuzz::Expect(map.solutions.empty(), "an incomplete call adds nothing");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -138,9 +274,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         owned.Insert(name, value);
         expected[Lower(name)] = value;
     }
-    const Attributes copy(owned);
+    Attributes copy;
+    copy = Attributes(owned);
     CheckGetters(owned, expected);
     CheckGetters(copy, expected);
-    CheckStartTags(pairs, owned, end == std::string::npos ? "" : text.substr(end));
+    CheckElements(pairs);
+    CheckIncompleteCalls();
+    CheckNameWithoutValue();
+    CheckHandlers(Borrowed(pairs), expected);
+    CheckStartTags(Borrowed(pairs), owned, end == std::string::npos ? "" : text.substr(end));
     return 0;
 }
