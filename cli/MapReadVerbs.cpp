@@ -41,9 +41,9 @@ Meaning ReadWhole(const std::string& file) {
 }
 
 /// The text of an id where a file of texts is given, otherwise the id.
-class TextOf {
+class Wording {
 public:
-    explicit TextOf(const std::string& file) {
+    explicit Wording(const std::string& file) {
         if (!file.empty()) {
             m_table = kuramap::TextTable::Read(file);
         }
@@ -57,7 +57,7 @@ private:
     kuramap::TextTable m_table;
 };
 
-Json EntryDocument(const Entry& entry, const TextOf& text) {
+Json EntryDocument(const Entry& entry, const Wording& text) {
     Json document;
     for (std::size_t i = 0; i < kuramap::kFieldCount; ++i) {
         document[std::string(kuramap::kFieldNames[i])] = entry.fields[i];
@@ -84,7 +84,7 @@ struct ShowArguments {
     std::string texts;
 };
 
-void PrintEntry(const Entry& entry, const TextOf& text) {
+void PrintEntry(const Entry& entry, const Wording& text) {
     std::cout << "issue " << entry.Text(Field::kIssueCode) << ": " << text(entry.Text(Field::kIssueText))
               << '\n';
     std::cout << "  applying it " << kuramap::EffectOf(entry) << '\n';
@@ -104,7 +104,7 @@ void PrintEntry(const Entry& entry, const TextOf& text) {
     }
 }
 
-Outcome ShowOne(const Meaning& meaning, const std::string& code, const TextOf& text) {
+Outcome ShowOne(const Meaning& meaning, const std::string& code, const Wording& text) {
     std::vector<Entry> entries;
     Json solutions = Json::array();
     for (const Entry& entry : meaning.entries) {
@@ -124,7 +124,7 @@ Outcome ShowOne(const Meaning& meaning, const std::string& code, const TextOf& t
             }};
 }
 
-Outcome ShowAll(const Meaning& meaning, const TextOf& text) {
+Outcome ShowAll(const Meaning& meaning, const Wording& text) {
     Json solutions = Json::array();
     for (const Entry& entry : meaning.entries) {
         solutions.push_back(EntryDocument(entry, text));
@@ -143,7 +143,7 @@ Outcome ShowAll(const Meaning& meaning, const TextOf& text) {
 
 Outcome Show(const ShowArguments& arguments) {
     const Meaning meaning = ReadWhole(arguments.file);
-    const TextOf text(arguments.texts);
+    const Wording text(arguments.texts);
     return arguments.code.empty() ? ShowAll(meaning, text) : ShowOne(meaning, arguments.code, text);
 }
 

@@ -1,6 +1,5 @@
 #include "Document.h"
 
-#include <expat.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,10 +9,10 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
-#include <type_traits>
 #include <utility>
 
 #include "Characters.h"
+#include "ExpatParser.h"
 
 namespace kuramap {
 
@@ -27,12 +26,6 @@ constexpr std::size_t kTooLarge = 0x7fffffff;
 
 /// No map has more; a document with more is made to exhaust its reader.
 constexpr std::size_t kMostAttributes = 10000;
-
-struct ParserFree {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-
-using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
 
 class FileHandle {
 public:

@@ -1,18 +1,15 @@
 #include "Format.h"
 
-#include <expat.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <exception>
-#include <memory>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "Characters.h"
+#include "ExpatParser.h"
 #include "Meaning.h"
 #include "SolutionMap.h"
 #include "Vocabulary.h"
@@ -108,12 +105,6 @@ Attributes Arranged(const char** written, ElementKind kind) {
     arranged.insert(arranged.end(), others.begin(), others.end());
     return arranged;
 }
-
-struct ParserFree {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-
-using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
 
 /// Writes node after node as the parser meets them.
 class Writer {

@@ -52,7 +52,7 @@ const Layer kLayers[] = {
     {"tests/trust/",
      {"tests/trust/", "tests/unit/CGetData/", "tests/unit/KURA_DBManager/", "tests/unit/KURA_DiagManager/",
       "tests/unit/KURA_DiagResultManager/", "tests/fakes/", "include/", "platform/"}},
-    {"tests/trust/base/", {"tests/trust/", "src/base/"}},
+    {"tests/trust/base/", {"tests/trust/", "tests/unit/base/", "src/base/"}},
     {"tests/sandbox/", {"simulator/sandbox/"}},
     {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"tests/road/", {}},

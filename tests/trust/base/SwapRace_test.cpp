@@ -1,11 +1,8 @@
 // The guarded open by itself in the race for a name, also where the kernel cannot refuse links by itself: on
 // an old one, and behind a filter that does not let the call through.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/syscall.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
@@ -13,6 +10,7 @@
 #include <iterator>
 #include <string>
 
+#include "Kernel.h"
 #include "base/GuardedFile.h"
 #include "trust/Swapper.h"
 #include "trust/Trust.h"
@@ -20,9 +18,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The error with which the kernel refuses the one call that follows no link anywhere; 0: it has the call.
-int g_refusal = 0;
 
 struct Kernel {
     const char* name;
@@ -33,7 +28,7 @@ class GuardedOpen : public testing::TestWithParam<Kernel> {
 protected:
     void SetUp() override {
         trust::Watch();
-        g_refusal = GetParam().refusal;
+        kernel::RefuseOpenat2(GetParam().refusal);
     }
 
     /// Writes below /home/folder while that is swapped with a link to a folder that holds the victim.
@@ -60,24 +55,6 @@ protected:
 };
 
 }  // namespace
-
-/// Stands in front of the C library's: the one call that the guarded open makes by number.
-extern "C" long syscall(long number, ...) noexcept {
-    using Function = long(long, long, long, long, long, long, long);
-    static auto* next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "syscall"));
-    if (g_refusal != 0 && number == SYS_openat2) {
-        errno = g_refusal;
-        return -1;
-    }
-    std::va_list values;
-    va_start(values, number);
-    long v[6];
-    for (long& value : v) {
-        value = va_arg(values, long);
-    }
-    va_end(values);
-    return next(number, v[0], v[1], v[2], v[3], v[4], v[5]);
-}
 
 INSTANTIATE_TEST_SUITE_P(Kernels, GuardedOpen,
                          testing::Values(Kernel{"New", 0}, Kernel{"Old", ENOSYS}, Kernel{"Filtered", EPERM}),

@@ -1,15 +1,12 @@
 #include "base/GuardedFile.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -18,26 +15,25 @@
 #include <string>
 #include <vector>
 
+#include "Kernel.h"
+
 using namespace KURA::base;
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The error with which the kernel refuses the one call that follows no link anywhere; 0: it has the call.
-int g_refusal = 0;
 
 /// A folder of its own, whose path has no link in it; on a kernel that opens without links, on one that
 /// cannot, and behind a filter that does not let the call through.
 class GuardedFile : public ::testing::TestWithParam<int> {
 protected:
     void SetUp() override {
-        g_refusal = GetParam();
+        kernel::RefuseOpenat2(GetParam());
         std::string pattern = fs::canonical("/tmp").string() + "/guarded-XXXXXX";
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         m_folder = pattern;
     }
     void TearDown() override {
-        g_refusal = 0;
+        kernel::RefuseOpenat2(0);
         fs::remove_all(m_folder);
     }
 
@@ -85,25 +81,6 @@ private:
 };
 
 }  // namespace
-
-/// Stands in front of the C library's: the one call that the guarded open makes by number is refused on
-/// demand.
-extern "C" long syscall(long number, ...) noexcept {
-    using Function = long(long, long, long, long, long, long, long);
-    static auto* next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "syscall"));
-    if (g_refusal != 0 && number == SYS_openat2) {
-        errno = g_refusal;
-        return -1;
-    }
-    std::va_list values;
-    va_start(values, number);
-    long v[6];
-    for (long& value : v) {
-        value = va_arg(values, long);
-    }
-    va_end(values);
-    return next(number, v[0], v[1], v[2], v[3], v[4], v[5]);
-}
 
 INSTANTIATE_TEST_SUITE_P(Kernels, GuardedFile, ::testing::Values(0, ENOSYS, EPERM), [](const auto& test) {
     return test.param == 0 ? "New" : test.param == ENOSYS ? "Old" : "Filtered";
