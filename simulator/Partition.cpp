@@ -15,7 +15,7 @@
 namespace {
 
 constexpr const char* kOpt = "/opt";
-constexpr unsigned long kBlockSize = 4096;
+constexpr unsigned int kBlockSize = 4096;
 
 /// Below 0 when the set has no partition of its own.
 std::int64_t PartitionSize() {
