@@ -1,9 +1,15 @@
-// Whole documents through the library's reader, as XMLParse hands them over.
+// Whole documents through the library's reader, as XMLParse hands them over. Expat by itself says which of
+// them are refused, and how many solutions there are.
+#include <expat.h>
+#include <strings.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 #include "Fuzzing.h"
 #include "KURA_SO_Interface.h"
@@ -42,6 +48,21 @@ void CheckSecondReading(const std::string& text, Outcome outcome, const KURA::KU
     }
 }
 
+void XMLCALL CountSolution(void* count, const XML_Char* name, const XML_Char**) {
+    *static_cast<std::size_t*>(count) += strcasecmp(name, "solution") == 0 ? 1 : 0;
+}
+
+void CheckAgainstExpat(const std::string& text, Outcome outcome, const KURA::KURA_SolutionMap& map) {
+    const std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)> parser(
+        XML_ParserCreate(nullptr), XML_ParserFree);
+    std::size_t solutions = 0;
+    XML_SetUserData(parser.get(), &solutions);
+    XML_SetElementHandler(parser.get(), CountSolution, nullptr);
+    const XML_Status status = XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), 0);
+    fuzz::Expect((outcome == Outcome::kRead) == (status == XML_STATUS_OK), "what Expat reads is read");
+    fuzz::Expect(map.solutions.size() == solutions, "there are as many solutions as Expat finds");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -53,6 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (outcome == Outcome::kMisplacedValue) {
         fuzz::Expect(map.solutions.empty(), "a value is misplaced only before the first solution");
+    } else if (fuzz::IsOneOf(2, text)) {
+        CheckAgainstExpat(text, outcome, map);
     }
 
     if (fuzz::IsOneOf(8, text)) {
