@@ -82,7 +82,7 @@ const char* EndOfText(XML_Parser expat) {
 
 /// Takes what is no start tag, and means nothing but that the text may end with it. Expat would then count
 /// the lines of the whole text, a seventh of all its work, for a place in it that nobody asks for. It still
-/// does where the text ends with the root's own end tag, or is converted for the handlers.
+/// does where a start tag comes last, and where the text is converted for its handlers.
 void XMLCALL OnOtherText(void* userData, const XML_Char* text, int length) {
     auto* run = static_cast<ParseRun*>(userData);
     if (run->textEnd == nullptr) {
