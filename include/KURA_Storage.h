@@ -22,9 +22,9 @@ struct TSCurrentKURAMap {
 };
 
 /// Thread-safe: every operation holds m_KURAmutex for its whole body. Reads hand out copies, never a
-/// reference into the store. Version, count and solutions are set by separate calls, so a reader can see a
-/// new version beside an old count. A failure to lock throws boost's lock error; when a copy runs out of
-/// memory the exception passes and the output is as before.
+/// reference into the store. A load of the map replaces everything at once; whoever sets version, count and
+/// solutions by separate calls lets a reader see a new count beside an old list. A failure to lock throws
+/// boost's lock error; when a copy runs out of memory the exception passes and the output is as before.
 class KURA_API TCInformationStorage {
 public:
     /// Created on the first call, never destroyed.
@@ -38,6 +38,10 @@ public:
     void GetSMVersion(unsigned int& version);
     void SetSMCount(unsigned int count);
     void GetSMCount(unsigned int& count);
+
+    /// Version, count and solutions of map in place of what was stored, in one step: a reader at the same
+    /// time gets all the old or all the new. Moving the map in costs no copy.
+    void SetSolutionMap(KURA_SolutionMap map);
 
     /// Replaces the count and appends the solutions; moving the vector in costs no copy.
     void SetSolutionInformation(unsigned int count, std::vector<KURA_Solution> solutions);

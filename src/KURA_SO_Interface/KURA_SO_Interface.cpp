@@ -97,11 +97,9 @@ void ParseSolutionMap() {
     if (!XMLParse(KURA::base::kSolutionMapPath, map)) {
         KURA_ERROR("Parse error!!!!");
     }
-    auto* storage = KURA::TCInformationStorage::Instance();
-    storage->Initialize();
-    storage->SetSMVersion(static_cast<unsigned int>(map.version));
-    storage->SetSMCount(map.count);
-    storage->SetSolutionInformation(map.count, std::move(map.solutions));
+    // In one step: a diagnosis at the same time that met the new count without its list would end in an
+    // exception on the engine's thread.
+    KURA::TCInformationStorage::Instance()->SetSolutionMap(std::move(map));
 }
 
 bool XMLParse(const char* path, KURA::KURA_SolutionMap& map) {

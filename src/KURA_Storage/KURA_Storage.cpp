@@ -62,6 +62,14 @@ void TCInformationStorage::GetSMCount(unsigned int& count) {
     count = m_count;
 }
 
+void TCInformationStorage::SetSolutionMap(KURA_SolutionMap map) {
+    const Lock lock(m_KURAmutex);
+    m_version = static_cast<unsigned int>(map.version);
+    m_count = map.count;
+    // The list before is destroyed by the caller, after the lock.
+    m_solutions.swap(map.solutions);
+}
+
 void TCInformationStorage::SetSolutionInformation(unsigned int count, std::vector<KURA_Solution> solutions) {
     const Lock lock(m_KURAmutex);
     if (m_solutions.empty()) {

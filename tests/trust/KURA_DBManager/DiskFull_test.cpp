@@ -94,8 +94,9 @@ bool OnAPartition(const std::function<void()>& check) {
     return true;
 }
 
-/// What the save left on the limited partition, and that the next one succeeds once there is room.
-void ExpectWhole(const Codes& wanted) {
+/// What the save left on the limited partition, and that the next one succeeds once there is room. Whether
+/// the new list is there.
+bool ExpectWhole(const Codes& wanted) {
     const bool told = operations::HasToldSince(0);
     Mount(MS_REMOUNT, "size=64m,nr_inodes=1000");
     EXPECT_EQ(database::Value(database::kRemaining, "PRAGMA integrity_check"), "ok");
@@ -105,6 +106,7 @@ void ExpectWhole(const Codes& wanted) {
     EXPECT_EQ(remaining::Load(), stored);
     remaining::Save(wanted);
     EXPECT_EQ(remaining::Stored(), wanted);
+    return stored == wanted;
 }
 
 }  // namespace
@@ -123,7 +125,10 @@ TEST(DiskFull, LeavesTheOldListOrNoneOrTheWholeNewOneAtEverySize) {
         const bool mounted = OnAPartition([&] {
             Mount(MS_REMOUNT, "size=" + std::to_string((UsedPages() + i * step) * kPage));
             remaining::Save(codes);
-            ExpectWhole(codes);
+            const bool isSaved = ExpectWhole(codes);
+            // There is no room at first, and enough in the end.
+            EXPECT_TRUE(i != 0 || !isSaved);
+            EXPECT_TRUE(i + 1 != sizes || isSaved);
         });
         if (!mounted) {
             GTEST_SKIP() << "this system lets nobody mount a file system of his own";

@@ -113,6 +113,25 @@ TEST(Storage, AppendsWithoutClearing) {
     EXPECT_EQ(Codes(two), (Texts{"1", "2"})) << "the caller's vector stays its own";
 }
 
+TEST(Storage, TakesAMapInPlaceOfWhatWasStored) {
+    Store().SetSMVersion(4);
+    Store().SetSolutionInformation(3, {Make("1"), Make("2")});
+    KURA::KURA_SolutionMap map;
+    map.count = 5;
+    map.solutions = {Make("7")};
+    Store().SetSolutionMap(map);
+    EXPECT_EQ(Codes(map.solutions), Texts{"7"}) << "the caller's map stays its own";
+    KURA::TSCurrentKURAMap summary;
+    Store().GetKURAMapInformation(summary);
+    EXPECT_EQ(summary.version, 4294967295U) << "a map without a version";
+    EXPECT_EQ(summary.count, 5U);
+    EXPECT_EQ(Codes(summary.solutions), Texts{"7"});
+
+    Store().SetSolutionMap({});
+    EXPECT_EQ(ReadAll().count, 0U);
+    EXPECT_TRUE(ReadAll().solutions.empty());
+}
+
 TEST(Storage, TakesTheCountEvenWithoutSolutions) {
     Store().SetSolutionInformation(3, {Make("1")});
     Store().SetSolutionInformation(9, {});

@@ -55,6 +55,7 @@ TEST(StorageLock, FailsWithTheLockErrorAndChangesNothing) {
         [&] { store->GetSMVersion(number); },
         [&] { store->SetSMCount(9); },
         [&] { store->GetSMCount(number); },
+        [&] { store->SetSolutionMap({}); },
         [&] { store->SetSolutionInformation(9, One("more")); },
         [&] { store->GetSolutionInformation(number, out); },
         [&] { store->GetSolutionsOfIssue("stored", out); },

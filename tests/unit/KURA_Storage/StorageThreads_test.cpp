@@ -110,6 +110,7 @@ TEST(StorageThreads, WaitForTheMutexInEveryOperation) {
         [&] { store->GetSMVersion(number); },
         [&] { store->SetSMCount(1); },
         [&] { store->GetSMCount(number); },
+        [&] { store->SetSolutionMap({}); },
         [&] { store->SetSolutionInformation(1, {}); },
         [&] { store->GetSolutionInformation(number, out); },
         [&] { store->GetSolutionsOfIssue("1", out); },
