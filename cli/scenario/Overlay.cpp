@@ -34,16 +34,11 @@ const fs::path kEngineFolder = "home/owner/share/Watchman/DB";
 Json PatchOf(const nlohmann::json& before, const nlohmann::json& now) {
     Json patch = Json::object();
     for (const auto& [key, value] : now.items()) {
-        if (!before.contains(key)) {
-            patch[key] = Json(value);
-        } else if (before.at(key).is_object() && value.is_object()) {
-            Json inner = PatchOf(before.at(key), value);
-            if (!inner.empty()) {
-                patch[key] = std::move(inner);
-            }
-        } else if (before.at(key) != value) {
-            patch[key] = Json(value);
+        if (before.contains(key) && before.at(key) == value) {
+            continue;
         }
+        const bool isObject = before.contains(key) && before.at(key).is_object() && value.is_object();
+        patch[key] = isObject ? PatchOf(before.at(key), value) : Json(value);
     }
     for (const auto& [key, unused] : before.items()) {
         static_cast<void>(unused);

@@ -64,7 +64,8 @@ std::optional<Mismatch> MatchList(const Json& pattern, const Json& value, const 
 
 std::optional<Mismatch> MatchObject(const Json& pattern, const Json& value, const std::string& place) {
     for (const auto& [key, member] : pattern.items()) {
-        const std::string at = place.empty() ? key : place + "." + key;
+        std::string at = place;
+        at.append(place.empty() ? "" : ".").append(key);
         const auto found = value.find(key);
         if (found == value.end()) {
             if (member.is_null()) {

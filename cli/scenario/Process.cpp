@@ -43,7 +43,7 @@ std::string TakeFile(const fs::path& path) {
 std::vector<std::string> EnvironmentWith(const std::vector<std::pair<std::string, std::string>>& additions) {
     std::vector<std::string> lines;
     for (const auto& [name, value] : additions) {
-        lines.push_back(name + "=" + value);
+        lines.push_back(std::string(name).append("=").append(value));
     }
     for (char** line = environ; *line != nullptr; ++line) {
         const std::string text = *line;

@@ -137,7 +137,7 @@ Json FilesOf(const kuraset::SetDirectory& set) {
     Json paths = Json::object();
     const fs::path root = set.Path() / "files";
     for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        const fs::path path = entry.path();
+        const fs::path& path = entry.path();
         const bool database = path.filename().string().find(".db") != std::string::npos;
         if (!fs::is_directory(entry.symlink_status()) && !database) {
             paths["/" + path.lexically_relative(root).string()] = nullptr;
