@@ -27,6 +27,7 @@
 #include "KURA_DBManager.h"
 #include "KURA_DiagResultManager.h"
 #include "KURA_MapToDBTable.h"
+#include "StoredColumns.h"
 
 namespace {
 
@@ -77,23 +78,6 @@ Table Rows(std::size_t count) {
     return rows;
 }
 
-std::array<std::string, 14> ValuesOf(const MapToDBTable& row) {
-    return {std::to_string(row.index),
-            row.issue_code,
-            std::to_string(row.is_fix),
-            row.last_time,
-            row.sol_type,
-            row.sid_issue,
-            row.sid_sol,
-            row.sid_button1,
-            row.sid_button2,
-            row.action,
-            row.toast1,
-            row.toast2,
-            row.source,
-            row.view_authority};
-}
-
 // --- By hand ---
 
 /// The remaining database without the library, open as long as this lives.
@@ -121,7 +105,7 @@ public:
             Prepared(std::string("INSERT INTO ") + kTable + " VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
         for (const MapToDBTable& row : rows) {
             int place = 0;
-            for (const std::string& value : ValuesOf(row)) {
+            for (const std::string& value : fakes::StoredColumns(row)) {
                 sqlite3_bind_text(statement, ++place, value.c_str(), static_cast<int>(value.size()),
                                   SQLITE_TRANSIENT);
             }
@@ -147,7 +131,7 @@ void SaveByHand(const Table& rows) {
     hand.Execute("BEGIN");
     for (const MapToDBTable& row : rows) {
         std::string values;
-        for (const std::string& value : ValuesOf(row)) {
+        for (const std::string& value : fakes::StoredColumns(row)) {
             values += (values.empty() ? "\"" : ",\"") + value + "\"";
         }
         hand.Execute(std::string("INSERT INTO ") + kTable + " VALUES (" + values + ");");
@@ -204,7 +188,7 @@ bool IsStored(const Table& rows) {
     const Table stored = LoadByHand();
     bool equal = stored.size() == rows.size();
     for (std::size_t i = 0; equal && i < rows.size(); ++i) {
-        equal = ValuesOf(stored[i]) == ValuesOf(rows[i]);
+        equal = fakes::StoredColumns(stored[i]) == fakes::StoredColumns(rows[i]);
     }
     return equal;
 }
@@ -221,7 +205,7 @@ void SaveRowByRow(const Table& rows) {
     manager.OpenDB(EDB_REMAINING);
     manager.FlushDB(EDB_REMAINING);
     for (const MapToDBTable& row : rows) {
-        const auto values = ValuesOf(row);
+        const auto values = fakes::StoredColumns(row);
         manager.SetDB(kTable, {values.begin(), values.end()});
     }
     manager.CloseDB();
@@ -267,7 +251,8 @@ bool MeasureLoad(const std::string& what, const Table& rows) {
         }
     });
     const Table& made = what == "load" ? TableOf(Manager()) : loaded;
-    return made.size() == rows.size() && ValuesOf(made.back()) == ValuesOf(rows.back());
+    return made.size() == rows.size() &&
+           fakes::StoredColumns(made.back()) == fakes::StoredColumns(rows.back());
 }
 
 }  // namespace

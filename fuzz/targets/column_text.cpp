@@ -3,24 +3,22 @@
 // of one says what it is: i a number, r a real one, b a blob, n nothing, anything else a text.
 #include <sqlite3.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Fuzzing.h"
 #include "KURA_DiagResultManager.h"
 #include "KURA_MapToDBTable.h"
+#include "StoredColumns.h"
 
 namespace {
 
 constexpr const char* kDatabase = "/opt/usr/home/owner/share/remaining.db";
-constexpr std::size_t kColumns = 14;
+constexpr std::size_t kColumns = fakes::kStoredColumns;
 constexpr std::size_t kMostRows = 4;
 constexpr char kSeparator = '\x1f';
 
@@ -101,24 +99,6 @@ std::string ExpectedText(const std::string& cell) {
     return kind == 'r' || kind == 'b' || kind == 'n' ? "" : cell.c_str();
 }
 
-/// The texts of a loaded row, in the order of the columns; the two numbers as they are read on the set.
-std::array<std::string, kColumns> Texts(const KURA::MapToDBTable& row) {
-    return {std::to_string(row.index),
-            row.issue_code,
-            std::to_string(row.is_fix),
-            row.last_time,
-            row.sol_type,
-            row.sid_issue,
-            row.sid_sol,
-            row.sid_button1,
-            row.sid_button2,
-            row.action,
-            row.toast1,
-            row.toast2,
-            row.source,
-            row.view_authority};
-}
-
 std::size_t RowsOf(const std::vector<std::string>& cells) {
     return (cells.size() + kColumns - 1) / kColumns;
 }
@@ -140,7 +120,7 @@ std::size_t ExpectedRows(const std::vector<std::string>& cells) {
 }
 
 void CheckRow(const std::vector<std::string>& cells, std::size_t row, const KURA::MapToDBTable& loaded) {
-    const std::array<std::string, kColumns> texts = Texts(loaded);
+    const std::array<std::string, kColumns> texts = fakes::StoredColumns(loaded);
     for (std::size_t column = 0; column < kColumns; ++column) {
         std::string expected = CellText(cells, row, column);
         if (column == 0 || column == 2) {

@@ -27,6 +27,7 @@
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
 #include "RandomMap.h"
+#include "StoredColumns.h"
 #include "map/Check.h"
 #include "map/Document.h"
 
@@ -145,20 +146,10 @@ std::string Evaluate(const std::vector<KURA_Solution>& solutions, std::vector<Ma
 
 /// What a screen needs of a row. toast1 is left out: the store takes a number for a number, which the checker
 /// warns of.
-std::array<std::string, 13> Kept(const MapToDBTable& row) {
-    return {std::to_string(row.index),
-            row.issue_code,
-            std::to_string(row.is_fix),
-            row.last_time,
-            row.sol_type,
-            row.sid_issue,
-            row.sid_sol,
-            row.sid_button1,
-            row.sid_button2,
-            row.action,
-            row.toast2,
-            row.source,
-            row.view_authority};
+std::array<std::string, fakes::kStoredColumns> Kept(const MapToDBTable& row) {
+    MapToDBTable kept = row;
+    kept.toast1.clear();
+    return fakes::StoredColumns(kept);
 }
 
 std::string Reload(const std::vector<MapToDBTable>& shown) {
