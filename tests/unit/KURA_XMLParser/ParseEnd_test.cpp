@@ -15,7 +15,6 @@
 #include "Fakes.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_XMLParser.h"
-#include "dlog.h"
 
 namespace {
 
