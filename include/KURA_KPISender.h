@@ -8,15 +8,15 @@
 
 namespace KURA {
 
-/// Device facts are gathered once, at creation. Reports take no lock: of two at the same time each may carry
-/// fields of the other. No failure reaches the caller; it is logged.
+/// Device facts are gathered once, at creation. Thread-safe, but of two reports at the same time each may
+/// carry values of the other. No failure reaches the caller; it is logged.
 class KURA_API KURA_KPISender {
 public:
-    /// Created on the first call, never destroyed. Thread-safe.
+    /// Created on the first call, never destroyed.
     static KURA_KPISender* GetInstance();
 
-    /// Texts are copied; null reads as empty. A field that a report does not set goes out as the last one
-    /// left it.
+    /// Texts are copied; null reads as empty. A field that a report does not set keeps the value of the last
+    /// report that did.
     void SendKurahelpKPI(char* selectItem);
     void SendKurahelpKPI(char* selectItem, char* status);
     void SendKurahelpKPI(char* selectItem, int count);
@@ -32,7 +32,7 @@ private:
     void m_getPlatform();
     void m_getFlashSize();
     int m_getTTime();
-    void m_report();
+    void m_report(char* selectItem, std::string KURA_KPISender::*field, const char* value);
     std::string m_getKuraHelpDescription();
     void m_pSet_param_select_type(char* text);
     std::string m_Get_param_select_type();

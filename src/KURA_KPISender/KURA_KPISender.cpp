@@ -12,11 +12,14 @@
 #include <cstdlib>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <type_traits>
 
 #include "ChipId.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
+#include "base/OrEmpty.h"
 #include "base/SetKeys.h"
 #include "base/SetPaths.h"
 #include "kpi_logger.h"
@@ -52,6 +55,11 @@ bool Exists(const char* path) {
     struct stat status {};
     return stat(path, &status) == 0;
 }
+
+/// Guards the fields of a report. Its destructor does nothing, so the engine may report while the process
+/// ends.
+std::mutex g_fieldsMutex;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 /// MiB in so many blocks. Blocks count in whole KiB, and the set has 32 bits for the result.
 std::string Mebibytes(std::uint64_t blockBytes, std::uint64_t blocks) {
@@ -172,32 +180,35 @@ int KURA_KPISender::m_getTTime() {
 
 void KURA_KPISender::SendKurahelpKPI(char* selectItem) {
     KURA_INFO("SendKurahelp KPI");
-    m_pSet_param_select_type(selectItem);
-    m_selectItem = m_Get_param_select_type();
-    m_report();
+    m_report(selectItem, nullptr, "");
 }
 
 void KURA_KPISender::SendKurahelpKPI(char* selectItem, char* status) {
     KURA_INFO("SendKurahelp KPI");
-    m_pSet_param_select_type(selectItem);
-    m_selectItem = m_Get_param_select_type();
-    m_pSet_param_select_type(status);
-    m_status = m_Get_param_select_type();
-    m_report();
+    m_report(selectItem, &KURA_KPISender::m_status, base::OrEmpty(status));
 }
 
 void KURA_KPISender::SendKurahelpKPI(char* selectItem, int count) {
     KURA_INFO("SendKurahelp KPI");
-    m_pSet_param_select_type(selectItem);
-    m_selectItem = m_Get_param_select_type();
-    m_issueCount = std::to_string(count);
-    m_report();
+    m_report(selectItem, &KURA_KPISender::m_issueCount, std::to_string(count).c_str());
 }
 
-void KURA_KPISender::m_report() {
-    // Kept: the time is one character, the low eight bits of the seconds, and may be a zero byte.
-    m_userTime.assign(1, static_cast<char>(m_getTTime()));
-    m_sendKPI(kEventName, kCategory, m_getKuraHelpDescription());
+void KURA_KPISender::m_report(char* selectItem, std::string KURA_KPISender::*field, const char* value) {
+    const int seconds = m_getTTime();
+    std::string description;
+    {
+        // The logger may call back or block, so it is called without this lock.
+        const std::lock_guard<std::mutex> lock(g_fieldsMutex);
+        m_pSet_param_select_type(selectItem);
+        m_selectItem = m_Get_param_select_type();
+        if (field != nullptr) {
+            this->*field = value;
+        }
+        // Kept: the time is one character, the low eight bits of the seconds, and may be a zero byte.
+        m_userTime.assign(1, static_cast<char>(seconds));
+        description = m_getKuraHelpDescription();
+    }
+    m_sendKPI(kEventName, kCategory, description);
 }
 
 std::string KURA_KPISender::m_getKuraHelpDescription() {
@@ -230,7 +241,7 @@ std::string KURA_KPISender::m_getKuraHelpDescription() {
 }
 
 void KURA_KPISender::m_pSet_param_select_type(char* text) {
-    m_param_select_type = text == nullptr ? "" : text;
+    m_param_select_type = base::OrEmpty(text);
 }
 
 std::string KURA_KPISender::m_Get_param_select_type() {

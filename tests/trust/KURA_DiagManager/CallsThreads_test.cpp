@@ -162,6 +162,9 @@ void NameLocks() {
     EXPECT_TRUE(lockgraph::Name(kOrder[2], [] { TCInformationStorage::Instance(); }));
     EXPECT_TRUE(lockgraph::Name("the device's", [] { KURA::CGetData::GetInstance(); }));
     EXPECT_TRUE(lockgraph::Name("the sender's", [] { KURA::KURA_KPISender::GetInstance(); }));
+    KURA::KURA_KPISender* const sender = KURA::KURA_KPISender::GetInstance();
+    std::string item = "item";
+    EXPECT_TRUE(lockgraph::Name("the report's", [&] { sender->SendKurahelpKPI(item.data()); }));
 }
 
 }  // namespace
@@ -210,7 +213,7 @@ TEST(LocksThreads, NestInOneOrder) {
     }
     EXPECT_THAT(seen, testing::IsSupersetOf({std::pair(1, 2), std::pair(1, 3), std::pair(2, 3)}))
         << "the nestings that there must be were looked at";
-    EXPECT_THAT(lockgraph::Taken(), testing::SizeIs(5)) << "two creations, and the three";
+    EXPECT_THAT(lockgraph::Taken(), testing::SizeIs(6)) << "two creations, a report, and the three";
     trust::Report("Lock order",
                   "the library's " + std::to_string(lockgraph::Taken().size()) + " locks, " +
                       std::to_string(seen.size()) + " nestings seen",

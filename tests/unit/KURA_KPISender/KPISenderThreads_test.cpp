@@ -38,3 +38,19 @@ TEST(KPISenderThreads, FirstCallersMakeOneInstanceAndGatherOnce) {
     EXPECT_EQ(fakes::Set().CountCalls("vconf_get_str"), 1U);
     EXPECT_EQ(fakes::Set().Messages("KURA_KPISender").size(), 1U);
 }
+
+TEST(KPISenderThreads, ReportWhileAnotherWaitsInTheLogger) {
+    std::string item = "item";
+    bool waited = false;
+    fakes::Set().onCall = [&](const std::string& call) {
+        if (call.rfind("AddEventLogSync(", 0) == 0 && !waited) {
+            waited = true;
+            std::thread([] {
+                std::string other = "other";
+                KURA_KPISender::GetInstance()->SendKurahelpKPI(other.data());
+            }).join();
+        }
+    };
+    KURA_KPISender::GetInstance()->SendKurahelpKPI(item.data());
+    EXPECT_EQ(fakes::Set().usageEvents.size(), 2U);
+}
