@@ -37,8 +37,8 @@ void ReadOneIssue(benchmark::State& state) {
     const std::string code = std::to_string(100000 + kSolutions / 2);
     for (auto _ : state) {
         std::vector<KURA::KURA_Solution> solutions;
-        benchmark::DoNotOptimize(
-            KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(code, solutions));
+        KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(code, solutions);
+        benchmark::DoNotOptimize(solutions);
     }
 }
 BENCHMARK(ReadOneIssue)->Setup(FillStore)->Unit(benchmark::kMicrosecond)->ThreadRange(1, 4)->UseRealTime();

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <boost/thread/mutex.hpp>
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -49,9 +48,9 @@ public:
     /// Hands back the declared count and appends a copy of every solution to out, which is not cleared.
     void GetSolutionInformation(unsigned int& count, std::vector<KURA_Solution>& out);
 
-    /// Appends a copy of every solution whose issue_code equals issueCode byte for byte, in document order,
-    /// and returns how many solutions are stored in all. Logs as GetSolutionInformation does.
-    std::size_t GetSolutionsOfIssue(const std::string& issueCode, std::vector<KURA_Solution>& out);
+    /// Appends a copy of every solution whose issue_code equals issueCode byte for byte, in document order.
+    /// Logs as GetSolutionInformation does.
+    void GetSolutionsOfIssue(const std::string& issueCode, std::vector<KURA_Solution>& out);
 
     /// Overwrites out with version, count and all solutions.
     void GetKURAMapInformation(TSCurrentKURAMap& out);

@@ -36,8 +36,9 @@ private:
 /// One parser serves one document: created, used for one Parse, destroyed. Parse leaves no state behind.
 class KURA_API TCXMLParser {
 public:
-    /// The attributes of one start tag. Names are kept in lower case, values as written. Getters look a name
-    /// up exactly, return false for an absent one and then leave the output untouched.
+    /// The attributes of one start tag. Names are kept in lower case, values as written. A getter compares
+    /// its name byte for byte with the kept ones, so a name with a capital is never found; it returns false
+    /// for an absent name and then leaves the output untouched.
     class KURA_API TCAttributes {
     public:
         TCAttributes() = default;
@@ -75,13 +76,13 @@ public:
         void m_Own();
 
         /// False, the value untouched, for an absent name. A value is always followed by a zero byte.
-        bool m_Find(std::string_view name, std::string_view& value) const;
+        bool m_Find(const std::string& name, std::string_view& value) const;
 
         /// The values of count lower-case names in one pass over borrowed pairs; absent ones stay untouched.
         void m_FindAll(const char* const* names, std::size_t count, std::string_view* values) const;
 
         const char** m_borrowed = nullptr;
-        std::map<std::string, std::string, std::less<>> m_owned;
+        std::map<std::string, std::string> m_owned;
     };
 
     /// Element texts by element name, and the element that is current.

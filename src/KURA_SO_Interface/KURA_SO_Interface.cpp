@@ -18,6 +18,7 @@
 
 #include "KURA_DiagResultManager.h"
 #include "KURA_KPISender.h"
+#include "KURA_SO_Interface/LoadSolutionMap.h"
 #include "KURA_Storage.h"
 #include "KURA_XMLParser.h"
 #include "base/GuardedFile.h"
@@ -29,6 +30,8 @@ namespace {
 
 using KURA::base::File;
 using KURA::base::OrEmpty;
+
+constexpr const char* kLoad = "ParseSolutionMap";
 
 // The document may stand behind a link, but whatever stands there must not hold the caller up: a FIFO without
 // a writer opens at once and then has no size.
@@ -92,14 +95,19 @@ bool ReadDocument(const char* path, std::string& text) {
 }  // namespace
 
 void ParseSolutionMap() {
-    KURA_ERROR("ParseSolutionMap in so_interface");
+    LoadSolutionMap();
+}
+
+std::size_t LoadSolutionMap() {
+    KURA_LOG_AS(kLoad, DLOG_ERROR, "ParseSolutionMap in so_interface");
     KURA::KURA_SolutionMap map;
     if (!XMLParse(KURA::base::kSolutionMapPath, map)) {
-        KURA_ERROR("Parse error!!!!");
+        KURA_LOG_AS(kLoad, DLOG_ERROR, "Parse error!!!!");
     }
-    // In one step: a diagnosis at the same time that met the new count without its list would end in an
-    // exception on the engine's thread.
+    const std::size_t size = map.solutions.size();
+    // In one step: a diagnosis that met the new count without its list would throw on the engine's thread.
     KURA::TCInformationStorage::Instance()->SetSolutionMap(std::move(map));
+    return size;
 }
 
 bool XMLParse(const char* path, KURA::KURA_SolutionMap& map) {

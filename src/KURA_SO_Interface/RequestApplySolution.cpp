@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "CGetData.h"
+#include "KURA_SO_Interface/LoadSolutionMap.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
 #include "base/AppIds.h"
@@ -119,10 +120,9 @@ void ApplyOne(KURA_Solution& solution, const std::string& issueCode, bool isBGPa
 }
 
 void ApplyAll(const std::string& issueCode, bool isBGPatch) {
-    ParseSolutionMap();
+    const std::size_t stored = LoadSolutionMap();
     std::vector<KURA_Solution> solutions;
-    const std::size_t stored =
-        KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(issueCode, solutions);
+    KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(issueCode, solutions);
     KURA_LOG_AS(kApply, DLOG_ERROR, "Value is %s and size = %zu", issueCode.c_str(), stored);
     for (KURA_Solution& solution : solutions) {
         ApplyOne(solution, issueCode, isBGPatch);

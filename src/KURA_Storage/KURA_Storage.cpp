@@ -1,8 +1,8 @@
 #include "KURA_Storage.h"
 
+#include <algorithm>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
-#include <cstddef>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -85,7 +85,7 @@ void TCInformationStorage::GetSolutionInformation(unsigned int& count, std::vect
     KURA_INFO("GetSolutionInformation IN");
     {
         const Lock lock(m_KURAmutex);
-        // First the room: growing within the insertion would cost the reader's own records when a copy fails.
+        // Reserve first: a copy that throws while growing would lose the elements of out.
         out.reserve(out.size() + m_solutions.size());
         out.insert(out.end(), m_solutions.begin(), m_solutions.end());
         count = m_count;
@@ -93,25 +93,18 @@ void TCInformationStorage::GetSolutionInformation(unsigned int& count, std::vect
     KURA_INFO("GetSolutionInformation Out");
 }
 
-std::size_t TCInformationStorage::GetSolutionsOfIssue(const std::string& issueCode,
-                                                      std::vector<KURA_Solution>& out) {
-    // The same read as GetSolutionInformation, less the copies that the caller would throw away: the log
-    // shows it as that.
+void TCInformationStorage::GetSolutionsOfIssue(const std::string& issueCode,
+                                               std::vector<KURA_Solution>& out) {
+    // Logged as what it stands for: GetSolutionInformation, less the copies that the caller would throw away.
     KURA_LOG_AS("GetSolutionInformation", DLOG_INFO, "GetSolutionInformation IN");
     std::vector<KURA_Solution> found;
-    std::size_t stored = 0;
     {
         const Lock lock(m_KURAmutex);
-        for (const KURA_Solution& solution : m_solutions) {
-            if (solution.issue_code == issueCode) {
-                found.push_back(solution);
-            }
-        }
-        stored = m_solutions.size();
+        std::copy_if(m_solutions.begin(), m_solutions.end(), std::back_inserter(found),
+                     [&](const KURA_Solution& solution) { return solution.issue_code == issueCode; });
     }
     out.insert(out.end(), std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
     KURA_LOG_AS("GetSolutionInformation", DLOG_INFO, "GetSolutionInformation Out");
-    return stored;
 }
 
 void TCInformationStorage::GetKURAMapInformation(TSCurrentKURAMap& out) {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <climits>
 #include <cstddef>
 #include <exception>
@@ -18,6 +17,8 @@
 #include <utility>
 
 #include "KURA_SolutionMap.h"
+#include "KURA_XMLParser/LowerCase.h"
+#include "base/CancellationHeld.h"
 #include "base/Log.h"
 
 namespace KURA {
@@ -36,7 +37,7 @@ constexpr std::array<const char*, 2> kValueAttributes = {"param_value", "param_t
 constexpr std::size_t kTextPerRecord = sizeof(KURA_Solution);
 constexpr std::size_t kMaxRecordsAhead = 65536;
 
-/// Becomes a string only where the record's constructor takes one, so that no text is moved on its way.
+/// Converts to std::string inside emplace_back: one copy per attribute.
 struct Text {
     std::string_view text;
     operator std::string() const { return std::string(text); }
@@ -48,21 +49,15 @@ struct ParserFree {
 
 using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
 
-/// What Expat carries for one Parse: the callbacks' context, the exception that one of them raised, and where
-/// the text ends in Expat's own memory.
+/// The user data of one XML_Parse: the callbacks' context, and the exception that one of them threw.
 struct ParseRun : TCXMLParser::TSParsingContext {
     XML_Parser expat = nullptr;
     std::exception_ptr failure;
-    const char* textEnd = nullptr;
 };
 
-/// No exception may cross Expat's frames, which are C: it is kept, the parser stopped, and Parse raises it
-/// again.
+/// Keeps an exception for Parse to throw again: none may pass Expat's frames, which are C.
 void XMLCALL OnStartElement(void* userData, const XML_Char* name, const XML_Char** attributes) {
     auto* run = static_cast<ParseRun*>(userData);
-    if (run->failure != nullptr) {
-        return;
-    }
     try {
         TCXMLParser::m_StartXmlElement(static_cast<TCXMLParser::TSParsingContext*>(run), name, attributes);
     } catch (...) {
@@ -71,37 +66,17 @@ void XMLCALL OnStartElement(void* userData, const XML_Char* name, const XML_Char
     }
 }
 
-/// The end of the text as Expat keeps it, for one that was handed over as a whole. Null where Expat does not
-/// tell.
-const char* EndOfText(XML_Parser expat) {
-    int offset = 0;
-    int size = 0;
-    const char* text = XML_GetInputContext(expat, &offset, &size);
-    return text == nullptr ? nullptr : text + size;
-}
-
-/// Takes what is no start tag, and means nothing but that the text may end with it. Expat would then count
-/// the lines of the whole text, a seventh of all its work, for a place in it that nobody asks for. It still
-/// does where a start tag comes last, and where the text is converted for its handlers.
-void XMLCALL OnOtherText(void* userData, const XML_Char* text, int length) {
-    auto* run = static_cast<ParseRun*>(userData);
-    if (run->textEnd == nullptr) {
-        run->textEnd = EndOfText(run->expat);
-    }
-    if (text + length == run->textEnd) {
-        XML_StopParser(run->expat, XML_FALSE);
-    }
-}
-
-/// Whether Expat refuses what it was given, rather than having been stopped.
-bool IsRefused(XML_Parser expat, XML_Status status) {
-    return status == XML_STATUS_ERROR && XML_GetErrorCode(expat) != XML_ERROR_ABORTED;
-}
-
-/// Expat counts in int. It refuses a negative length with an error of its own, which is what a longer text
-/// gets.
+/// Expat takes the length as int, and refuses a negative one with an error: a text longer than INT_MAX gets
+/// that error.
 int LengthForExpat(const std::string& text) {
     return text.size() <= static_cast<std::size_t>(INT_MAX) ? static_cast<int>(text.size()) : -1;
+}
+
+/// Not final: a document that only lacks its end is read for what it holds. A thread that is cancelled ends
+/// after the parse: its unwinding would leave Expat's frames without cleaning up.
+XML_Status ParseText(XML_Parser expat, const std::string& text) {
+    const base::CancellationHeld held;
+    return XML_Parse(expat, text.data(), LengthForExpat(text), 0);
 }
 
 }  // namespace
@@ -152,18 +127,20 @@ bool TCXMLParser::Parse(const std::string& text, KURA_SolutionMap& map) const {
     run.map = &map;
     run.expat = parser.get();
     XML_SetUserData(parser.get(), &run);
-    // Every value stands in an attribute: end tags and text are of no interest.
+    // Every value stands in an attribute, so end tags and text need no handler.
     XML_SetElementHandler(parser.get(), OnStartElement, nullptr);
-    XML_SetDefaultHandlerExpand(parser.get(), OnOtherText);
     KURA_INFO("%s", text.c_str());
 
-    // Not final: a document that only lacks its end is read for what it holds.
-    const XML_Status status = XML_Parse(parser.get(), text.data(), LengthForExpat(text), 0);
+    const XML_Status status = ParseText(parser.get(), text);
+    if (map.solutions.size() < map.solutions.capacity() / 2) {
+        // The text was long for another reason, comments for example.
+        map.solutions.shrink_to_fit();
+    }
     if (run.failure != nullptr) {
         parser.reset();
         std::rethrow_exception(run.failure);
     }
-    if (IsRefused(parser.get(), status)) {
+    if (status == XML_STATUS_ERROR) {
         KURA_ERROR("Error while parsing xml: %s, line: %lu, col: %lu",
                    XML_ErrorString(XML_GetErrorCode(parser.get())),
                    static_cast<unsigned long>(XML_GetCurrentLineNumber(parser.get())),
@@ -185,10 +162,7 @@ void TCXMLParser::m_StartXmlElement(void* context, const char* name, const char*
     }
     std::string element(name);
     for (char& c : element) {
-        // Nearly every letter is in lower case already.
-        if (c < 'a' || c > 'z') {
-            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        }
+        c = Lower(c);
     }
     const auto handler = parsing->parser->m_startTags.find(element);
     if (handler != parsing->parser->m_startTags.end()) {

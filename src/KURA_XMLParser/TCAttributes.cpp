@@ -3,7 +3,7 @@
 // last one wins. Borrowing is what keeps a parse from copying each name and value twice.
 #include "KURA_XMLParser.h"
 
-#include <cctype>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,15 +12,12 @@
 #include <string_view>
 #include <utility>
 
+#include "KURA_XMLParser/LowerCase.h"
 #include "base/Text32.h"
 
 namespace KURA {
 
 namespace {
-
-char Lower(char c) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
 
 bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
     if (left.size() != right.size()) {
@@ -34,29 +31,32 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
     return true;
 }
 
-/// Whether written, once in lower case, is name.
-bool IsNamed(const char* written, std::string_view name) {
-    for (const char c : name) {
-        if (*written != c && (*written == '\0' || Lower(*written) != c)) {
-            return false;
-        }
-        ++written;
-    }
-    return *written == '\0';
+bool HasCapital(const std::string& name) {
+    return std::any_of(name.begin(), name.end(), [](char c) { return Lower(c) != c; });
 }
 
-/// The index of the name that written spells, count for none. Documents keep their attributes in a fixed
-/// order, so the name expected next is tried first.
+/// True when written, lower-cased, equals name, which has no capital.
+bool IsNamed(const char* written, const char* name) {
+    if (std::strcmp(written, name) == 0) {
+        return true;
+    }
+    while (*name != '\0' && Lower(*written) == *name) {
+        ++written;
+        ++name;
+    }
+    return *name == '\0' && *written == '\0';
+}
+
+/// The index of the name that equals written, lower-cased; count for none. Documents keep their attributes in
+/// a fixed order, so the search starts at the name expected next.
 std::size_t IndexOf(const char* written, const char* const* names, std::size_t count, std::size_t expected) {
-    if (expected < count &&
-        (std::strcmp(written, names[expected]) == 0 || IsNamed(written, names[expected]))) {
-        return expected;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t index = (expected + i) % count;
+        if (IsNamed(written, names[index])) {
+            return index;
+        }
     }
-    std::size_t index = 0;
-    while (index < count && !IsNamed(written, names[index])) {
-        ++index;
-    }
-    return index;
+    return count;
 }
 
 }  // namespace
@@ -88,20 +88,25 @@ void TCXMLParser::TCAttributes::Insert(std::string name, const std::string& valu
     m_owned.insert_or_assign(std::move(name), value);
 }
 
-bool TCXMLParser::TCAttributes::m_Find(std::string_view name, std::string_view& value) const {
-    const auto owned = m_owned.find(name);
-    bool found = owned != m_owned.end();
-    if (found) {
-        value = owned->second;
-    }
-    for (const char** pair = m_borrowed; pair != nullptr && pair[0] != nullptr && pair[1] != nullptr;
-         pair += 2) {
-        if (IsNamed(pair[0], name)) {
-            value = pair[1];
-            found = true;
+bool TCXMLParser::TCAttributes::m_Find(const std::string& name, std::string_view& value) const {
+    if (m_borrowed == nullptr) {
+        const auto owned = m_owned.find(name);
+        if (owned == m_owned.end()) {
+            return false;
         }
+        value = owned->second;
+        return true;
     }
-    return found;
+    const char* wanted = name.c_str();
+    std::string_view text;
+    if (!HasCapital(name)) {
+        m_FindAll(&wanted, 1, &text);
+    }
+    if (text.data() == nullptr) {
+        return false;
+    }
+    value = text;
+    return true;
 }
 
 void TCXMLParser::TCAttributes::m_FindAll(const char* const* names, std::size_t count,

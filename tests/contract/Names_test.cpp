@@ -85,12 +85,10 @@ TEST(Names, NeedsNothingThatOlderExpatsLack) {
                                                     "XML_GetCurrentColumnNumber",
                                                     "XML_GetCurrentLineNumber",
                                                     "XML_GetErrorCode",
-                                                    "XML_GetInputContext",
                                                     "XML_Parse",
                                                     "XML_ParserCreate",
                                                     "XML_ParserFree",
                                                     "XML_SetCharacterDataHandler",
-                                                    "XML_SetDefaultHandlerExpand",
                                                     "XML_SetElementHandler",
                                                     "XML_SetUserData",
                                                     "XML_StopParser"};

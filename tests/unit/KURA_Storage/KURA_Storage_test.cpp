@@ -258,7 +258,7 @@ TEST(Storage, FindsTheSolutionsOfOneIssueInDocumentOrder) {
     second.sol_val = {{"a", "b"}};
     Store().SetSolutionInformation(9, {Make("7"), Make("8"), second, Make("07"), Make("7 ")});
     Solutions out = {Make("held")};
-    EXPECT_EQ(Store().GetSolutionsOfIssue("7", out), 5U);
+    Store().GetSolutionsOfIssue("7", out);
     ASSERT_EQ(Codes(out), (Texts{"held", "7", "7"}));
     EXPECT_EQ(AllTexts(out[1]), AllTexts(Make("7")));
     EXPECT_EQ(AllTexts(out[2]), AllTexts(second));
@@ -269,10 +269,10 @@ TEST(Storage, FindsTheSolutionsOfOneIssueInDocumentOrder) {
 
 TEST(Storage, FindsNothingForAnUnknownIssue) {
     Solutions out;
-    EXPECT_EQ(Store().GetSolutionsOfIssue("7", out), 0U);
+    Store().GetSolutionsOfIssue("7", out);
     Store().SetSolutionInformation(1, {Make("7"), Make("")});
-    EXPECT_EQ(Store().GetSolutionsOfIssue("70", out), 2U);
+    Store().GetSolutionsOfIssue("70", out);
     EXPECT_TRUE(out.empty());
-    EXPECT_EQ(Store().GetSolutionsOfIssue("", out), 2U);
+    Store().GetSolutionsOfIssue("", out);
     EXPECT_EQ(Codes(out), Texts{""});
 }

@@ -1,5 +1,6 @@
-// The memory of a parse. This program stands in front of Expat's creation and release of a parser and of
-// operator new, so it can count parsers, give Expat memory of its own, and refuse the n-th piece of either.
+// The memory of a parse. This program stands in front of Expat's creation, stop and release of a parser and
+// of operator new, so it can count parsers and stops, give Expat memory of its own, and refuse the n-th piece
+// of either.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -41,6 +42,7 @@ bool g_hugeFromFile = false;
 void* g_huge = nullptr;
 int g_parsers = 0;
 int g_parsersMade = 0;
+int g_stops = 0;
 int g_expatPieces = 0;
 const char* g_encoding = "none asked for yet";
 
@@ -148,6 +150,12 @@ extern "C" __attribute__((visibility("default"))) void XML_ParserFree(void* pars
     release(parser);
 }
 
+extern "C" __attribute__((visibility("default"))) int XML_StopParser(void* parser, unsigned char resumable) {
+    static auto* stop = NextOf<int(void*, unsigned char)>("XML_StopParser");
+    ++g_stops;
+    return stop(parser, resumable);
+}
+
 TEST(ParseMemory, FreesTheParserOnEveryPath) {
     KURA_SolutionMap map;
     EXPECT_TRUE(TCXMLParser().Parse(kDocument, map));
@@ -221,6 +229,35 @@ TEST(ParseMemory, MakesNoRoomForADeclaredCount) {
     EXPECT_TRUE(parser.Parse("<m><sm cnt='4294967295'/><solution/></m>", map));
     EXPECT_EQ(map.count, 4294967295U);
     EXPECT_LE(map.solutions.capacity(), 2U);
+}
+
+TEST(ParseMemory, KeepsRoomForTheSolutionsAndNotForTheRestOfTheText) {
+    const std::string comment = "<!--" + std::string(5000000, 'x') + "-->";
+    const struct {
+        std::string text;
+        std::size_t solutions;
+    } rows[] = {{"<m>" + comment + "<solution/></m>", 1},
+                {"<m>" + comment + "</m>", 0},
+                {"<m><solution/><solution/>" + comment + "</wrong>", 2}};
+    for (const auto& row : rows) {
+        KURA_SolutionMap map;
+        TCXMLParser().Parse(row.text, map);
+        EXPECT_EQ(map.solutions.size(), row.solutions);
+        EXPECT_LE(map.solutions.capacity(), 2 * row.solutions);
+    }
+    KURA_SolutionMap map;
+    EXPECT_THROW(TCXMLParser().Parse("<m>" + comment + "<sol_val/></m>", map), std::out_of_range);
+    EXPECT_EQ(map.solutions.capacity(), 0U);
+}
+
+TEST(ParseMemory, StopsExpatOnlyForAnException) {
+    KURA_SolutionMap map;
+    EXPECT_TRUE(TCXMLParser().Parse(kDocument, map));
+    EXPECT_TRUE(TCXMLParser().Parse("<m>no end", map));
+    EXPECT_FALSE(TCXMLParser().Parse("<m></wrong>", map));
+    EXPECT_EQ(g_stops, 0);
+    EXPECT_THROW(TCXMLParser().Parse("<m><sol_val/><sol_val/></m>", map), std::out_of_range);
+    EXPECT_EQ(g_stops, 1);
 }
 
 TEST(ParseMemory, RefusesATextLongerThanExpatCanCount) {

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <cstddef>
+
+/// What ParseSolutionMap runs. Returns how many solutions are stored now.
+std::size_t LoadSolutionMap();
