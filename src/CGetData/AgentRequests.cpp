@@ -1,12 +1,12 @@
 #include "CGetData/AgentRequests.h"
 
-#include <sys/stat.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <thread>
-#include <utility>
+
+#include "base/Exists.h"
+#include "base/GuardedFile.h"
 
 namespace KURA::agent {
 
@@ -17,25 +17,8 @@ constexpr std::size_t kAnswerLimit = 4096;
 
 }  // namespace
 
-bool WriteAndClose(base::File file, const std::string& text) {
-    if (file == nullptr) {
-        return false;
-    }
-    const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-    return std::fclose(file.release()) == 0 && written;
-}
-
-bool WriteRequestFile(const std::string& path, const std::string& text) {
-    return WriteAndClose(base::OpenGuarded(path.c_str()), text);
-}
-
-bool Exists(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0;
-}
-
 bool IsAcknowledged(const std::string& path) {
-    return Exists(path) && base::OpenPlainFileForReading(path.c_str()) != nullptr;
+    return base::Exists(path) && base::OpenPlainFileForReading(path.c_str()) != nullptr;
 }
 
 std::optional<std::string> ReadAnswer(const std::string& path) {

@@ -3,22 +3,11 @@
 // may write to the same folders, so the answers are taken like any hostile file.
 #pragma once
 
+#include <cstdio>
 #include <optional>
 #include <string>
 
-#include "base/GuardedFile.h"
-
 namespace KURA::agent {
-
-/// Writes text into a file that was opened for it and closes it. False, errno telling why, when there is no
-/// file or when any of it did not reach the file.
-bool WriteAndClose(base::File file, const std::string& text);
-
-/// The guarded open, then WriteAndClose.
-bool WriteRequestFile(const std::string& path, const std::string& text);
-
-/// Whether anything is found at path.
-bool Exists(const std::string& path);
 
 /// Whether the agent's acknowledgement stands: a regular file, no link to one.
 bool IsAcknowledged(const std::string& path);

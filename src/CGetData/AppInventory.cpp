@@ -1,7 +1,6 @@
 // The list of installed applications. The agent needs seconds for each, so a pool of workers measures them
 // side by side; every worker fills a record of its own, and whatever is not to be shown leaves its record
 // empty.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -20,6 +19,7 @@
 #include "CGetData/AppSizes.h"
 #include "CGetData/PackageClient.h"
 #include "app_list.h"
+#include "base/Exists.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
 #include "base/SetKeys.h"
@@ -37,7 +37,6 @@ constexpr unsigned int kWorkers = 20;
 constexpr int kListKind = 2;
 constexpr int kTermsAccepted = 1;
 constexpr std::chrono::milliseconds kPause{10};
-constexpr std::size_t kIconPathSize = 1024;
 constexpr std::size_t kLineSize = 256;
 
 struct PipeCloser {
@@ -56,22 +55,15 @@ struct Inventory {
     std::atomic<int> result{0};  ///< -1 once a worker could not create a client
 };
 
-bool FileExists(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0;
-}
-
 /// A path that is too long is cut, and the cut one is used.
-std::string IconPath(const char* folder, const char* name) {
-    std::string path(kIconPathSize, '\0');
-    const int length = std::snprintf(path.data(), path.size(), "%s%s", folder, name);
-    path.resize(std::char_traits<char>::length(path.c_str()));
-    return length < 0 ? std::string() : path;
+std::string IconPath(const std::string& folder, const char* name) {
+    constexpr std::size_t kLongest = 1023;
+    return (folder + name).substr(0, kLongest);
 }
 
 std::string ChooseIcon(const char* folder, bool bigIcons) {
     const std::string icon = IconPath(folder, bigIcons ? "448x448.png" : "304x304.png");
-    return FileExists(icon) ? icon : IconPath(folder, "icon.png");
+    return base::Exists(icon) ? icon : IconPath(folder, "icon.png");
 }
 
 bool IsPlainForShell(const std::string& id) {
@@ -132,7 +124,7 @@ AppStorageInfo MakeRecord(const Inventory& inventory, const was_app_entry& entry
         return record;
     }
     const std::string icon = ChooseIcon(base::OrEmpty(entry.icon_dir), inventory.bigIcons);
-    if (!FileExists(icon)) {
+    if (!base::Exists(icon)) {
         KURA_LOG_AS(kOperation, DLOG_INFO, "Icon of the app doesnt exist");
         return record;
     }

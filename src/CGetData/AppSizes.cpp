@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -60,9 +59,7 @@ void ScanSizes(const char* text, long* dataSize, long* cacheSize) {
 /// Reads "%lld": 64 bits on the set as well.
 bool ScanInt64(const char* text, long long& value) {
     char* end = nullptr;
-    const int savedErrno = errno;
     const long long number = std::strtoll(text, &end, 10);
-    errno = savedErrno;
     if (end == text) {
         return false;
     }
@@ -76,12 +73,12 @@ void CGetData::findDataCacheSize(char* packageName, char* appId, long* dataSize,
     const std::string app = base::OrEmpty(appId);
     const std::string line = std::string(base::OrEmpty(packageName)) + "|" + app + "\n";
     const std::string data = base::kCalcSizeDataPrefix + app;
-    if (!agent::IsPartOfFileName(app) || !agent::WriteRequestFile(data, line)) {
+    if (!agent::IsPartOfFileName(app) || !base::WriteGuarded(data, line)) {
         KURA_ERROR("[KELMGR-NATIVE] File creation failed of %s", data.c_str());
         return;
     }
     const std::string trigger = base::kCalcSizeTriggerPrefix + app;
-    if (!agent::WriteRequestFile(trigger, line)) {
+    if (!base::WriteGuarded(trigger, line)) {
         KURA_ERROR("[KELMGR-NATIVE] file creation failed for %s", trigger.c_str());
         return;
     }

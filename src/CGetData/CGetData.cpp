@@ -130,9 +130,9 @@ int CGetData::CheckDeviceState() {
     KURA_INFO("CheckFlashState : %d", state);
     // Kept: the user is never told worse than normal, also when nothing remains.
     const bool good = state != kNothingRemains;
-    std::string item = "DeviceState";
+    char item[] = "DeviceState";
     std::string word = good ? "Good" : "Normal";
-    KURA_KPISender::GetInstance()->SendKurahelpKPI(item.data(), word.data());
+    KURA_KPISender::GetInstance()->SendKurahelpKPI(item, word.data());
     return good ? 1 : 0;
 }
 

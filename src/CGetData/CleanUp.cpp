@@ -1,7 +1,6 @@
 // Actions that free space or memory. All but clearing an application's data are the agent's work, asked for
 // through its request files; a request that is not awaited succeeds as soon as its trigger stands.
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -10,6 +9,7 @@
 #include "CGetData/AgentRequests.h"
 #include "CGetData/PackageClient.h"
 #include "base/AppIds.h"
+#include "base/Exists.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
@@ -23,12 +23,9 @@ constexpr int kDeepCleanAttempts = 10;
 
 constexpr const char* kProtectedApps[] = {base::kPrimeVideoApp, base::kYouTubeApp, base::kNetflixApp};
 
-/// Writes the deep clean's trigger; it is complete before the log says so.
+/// The trigger is complete before the log says so.
 bool RequestDeepClean() {
-    constexpr char kCommand[] = {'C', 'l', 'e', 'a', 'n', 'U', 'p', '\n'};
-    const base::File file = base::OpenGuarded(base::kDeepCleanTrigger);
-    if (file == nullptr || std::fwrite(kCommand, sizeof kCommand, 1, file.get()) != 1 ||
-        std::fflush(file.get()) != 0) {
+    if (!base::WriteGuarded(base::kDeepCleanTrigger, "CleanUp\n")) {
         KURA_LOG_AS("performDeepClean", DLOG_INFO, "File creation failed (%s)", base::kDeepCleanTrigger);
         return false;
     }
@@ -45,7 +42,7 @@ bool Report(const char* function, const char* path, bool created) {
 }
 
 bool WriteReported(const char* function, const char* path, const std::string& text) {
-    return Report(function, path, agent::WriteRequestFile(path, text));
+    return Report(function, path, base::WriteGuarded(path, text));
 }
 
 bool CreateCacheTrigger() {
@@ -54,8 +51,8 @@ bool CreateCacheTrigger() {
     if (!resolved.empty()) {
         KURA_LOG_AS("clearAppCache", DLOG_INFO, "realpath1 is %s", resolved.c_str());
     }
-    return plain && agent::WriteAndClose(
-                        base::OpenPlainFile(base::kClearAppCacheTrigger, base::WriteMode::kWrite), "");
+    return plain &&
+           base::WriteAndClose(base::OpenPlainFile(base::kClearAppCacheTrigger, base::WriteMode::kWrite), "");
 }
 
 }  // namespace
@@ -65,7 +62,7 @@ int CGetData::performDeepClean() {
         return -1;
     }
     for (int attempt = 0; attempt < kDeepCleanAttempts; ++attempt) {
-        if (!agent::Exists(base::kDeepCleanTrigger)) {
+        if (!base::Exists(base::kDeepCleanTrigger)) {
             return 0;
         }
         KURA_INFO("Waiting for another 1 second to complete deep Clean Process");
@@ -76,9 +73,8 @@ int CGetData::performDeepClean() {
 }
 
 int CGetData::performMemBoost() {
-    if (!agent::WriteRequestFile(base::kMemBoostTrigger, "")) {
-        const int error = errno;
-        KURA_INFO("File creation failed (%s) with error number : %d", base::kMemBoostTrigger, error);
+    if (!base::WriteGuarded(base::kMemBoostTrigger, "")) {
+        KURA_INFO("File creation failed (%s) with error number : %d", base::kMemBoostTrigger, errno);
         return -1;
     }
     return 0;

@@ -2,11 +2,9 @@
 // has been saved; the guided one as a small file for the guide application.
 #include <sys/stat.h>
 
-#include <array>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <cerrno>
-#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -38,18 +36,12 @@ enum class PathState {
     kError,  ///< errno tells which
 };
 
-PathState LookAt(const char* path) {
+PathState StateOf(const char* path) {
     struct stat status {};
     if (lstat(path, &status) != 0) {
         return errno == ENOENT ? PathState::kFree : PathState::kError;
     }
     return S_ISLNK(status.st_mode) ? PathState::kLink : PathState::kFree;
-}
-
-void ReportUsage(std::size_t problems) {
-    // The sender copies the text; its signature is older than const.
-    std::array<char, 16> item{"CreateErrorList"};
-    KURA_KPISender::GetInstance()->SendKurahelpKPI(item.data(), static_cast<int>(problems));
 }
 
 }  // namespace
@@ -68,7 +60,8 @@ void KURA_DiagResultManager::CreateErrorList() {
     KURA_INFO("GetInferenceResult Success");
     SaveRemainingProblems();
     vconf_set_bool(base::kDbResetKey, 0);
-    ReportUsage(m_table.size());
+    char item[] = "CreateErrorList";
+    KURA_KPISender::GetInstance()->SendKurahelpKPI(item, static_cast<int>(m_table.size()));
     for (const MapToDBTable& row : m_table) {
         if (CheckSourceType(row.source.c_str()) && CheckViewType(row.view_authority.c_str())) {
             shown.push_back(row);
@@ -85,7 +78,7 @@ void KURA_DiagResultManager::CreateTutorErrList() {
     KURA_INFO("tutor Launched from %s", origin.data());
     std::string path =
         origin == kBackgroundLaunch ? base::kBackgroundGuideResultPath : base::kGuideResultPath;
-    const PathState state = LookAt(path.c_str());
+    const PathState state = StateOf(path.c_str());
     if (state == PathState::kError) {
         KURA_ERROR("lstat error %s %d", path.c_str(), errno);
         return;
@@ -101,8 +94,8 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
     KURA_INFO("open Tutorfor write");
     const Lock lock(m_KDRMmutex);
     const char* target = path == nullptr ? "" : path;
-    // Looked at once more: the folder is open to others, who may have been quick.
-    const PathState state = LookAt(target);
+    // Once more: others may write to the folder, and may have laid a link since.
+    const PathState state = StateOf(target);
     if (state == PathState::kError) {
         KURA_ERROR("lstat error");
         return;
@@ -116,7 +109,7 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
         KURA_ERROR("Unable to open file %s %d", target, errno);
         return;
     }
-    // The table is not cleaned before: a second guided run writes what the first one found, too.
+    // Kept: the table is not cleaned first, so a second guided run also writes what the first one found.
     if (GetInferenceResult() < 1) {
         KURA_ERROR("GetInferenceResult Failed");
         return;

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "KURA_DiagResultManager.h"
-#include "KURA_DiagResultManager/EngineResult.h"
 #include "KURA_DiagResultManager/ResultRow.h"
 #include "KURA_Storage.h"
 #include "base/Log.h"
@@ -24,13 +23,12 @@ constexpr const char kRule[] =
     "@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@";
 static_assert(sizeof kRule == 83 + 1);
 
-constexpr int kUnknownSolutionType = 5;
-
-/// What the engine knows of one issue. It appends to the lists, so every issue starts with new ones.
+/// What the engine knows of one issue. It appends to the lists, so every issue starts with new ones. Issue
+/// code 0 stands for no solution; its type is then 5, which only the log shows.
 struct EngineRecords {
     std::vector<_WMInfDBRecord> appeared;
     std::vector<_WMInfDBRecord> disappeared;
-    _WMSolDBRecord solution{0, 0, kUnknownSolutionType, 0, ""};
+    _WMSolDBRecord solution{0, 0, 5, 0, ""};
 };
 
 bool HasAppeared(int code, EngineRecords& records) {
@@ -84,9 +82,12 @@ void ReadSolution(int code, EngineRecords& records) {
     if (result == kNoMatchingRecord) {
         KURA_LOG_AS(kEvaluation, DLOG_INFO, "No Matching SolutionDB : %u", static_cast<unsigned int>(code));
     } else if (result != 0) {
-        // The inference message on purpose: who reads the log looks for the engine's errors by this one text.
+        // Kept: the message of the inference query. Readers of the log find all errors of the engine by it.
         KURA_LOG_AS(kEvaluation, DLOG_ERROR, "GetInferenceDB API Error : %d", result);
     }
+}
+
+void LogRecords(const EngineRecords& records) {
     const _WMInfDBRecord& first = records.appeared.at(0);
     KURA_LOG_AS(kEvaluation, DLOG_INFO, "First Inf Result : %d %d %d %s %s", first.issue_code, first.tr_type,
                 first.solutionCode, first.registerTime.c_str(), first.lastUpdateTime.c_str());
@@ -124,7 +125,7 @@ int KURA_DiagResultManager::GetInferenceResult() {
     TCInformationStorage::Instance()->GetSolutionInformation(count, solutions);
     KURA_INFO("Solution Map  : %zu", solutions.size());
     int matches = 0;
-    // The count is the document's own claim. One beyond the list is a broken document, and at() says so.
+    // The count is what the document declares. One beyond the list is the document's error: at() throws.
     for (unsigned int index = 0; index < count; ++index) {
         KURA_Solution& solution = solutions.at(index);
         if (solution.is_fg_bg == "bg") {
@@ -138,6 +139,7 @@ int KURA_DiagResultManager::GetInferenceResult() {
             continue;
         }
         ReadSolution(code, records);
+        LogRecords(records);
         if (FindErrorCodeInDB(solution, records.appeared, records.solution) == 1) {
             ++matches;
             KURA_INFO("GetInferenceResult done : %d", matches);

@@ -25,8 +25,8 @@ namespace {
 constexpr int kTunerSource = 0;
 constexpr std::array<int, 3> kTunerChannelTypes{2, 4, 7};
 
-// Two inputs fewer than the list that chooses the signal page: there 46 and 47 count as HDMI, here they do
-// not. The screens rely on both lists as they are.
+// Kept: without 46 and 47, which count as HDMI where the signal page is chosen. The screens rely on both
+// lists.
 constexpr std::array<int, 6> kHdmiSources{13, 14, 15, 16, 38, 39};
 
 template <std::size_t Size>
@@ -53,13 +53,13 @@ boost::recursive_mutex KURA_DiagResultManager::m_KDRMmutex;
 
 KURA_DiagResultManager* KURA_DiagResultManager::GetInstance() {
     // Not under m_KDRMmutex: a screen that only asks for the manager must not wait for an evaluation.
-    static KURA_DiagResultManager* const created = m_pInstance = new KURA_DiagResultManager;
-    return created;
+    [[maybe_unused]] static const auto* const created = m_pInstance = new KURA_DiagResultManager;
+    return m_pInstance;
 }
 
 void KURA_DiagResultManager::CleanDiagResult() {
     KURA_INFO("CleanDiagResult");
-    // sol_name stays: it is not stored, so loaded rows show that of the row built last.
+    // Kept: sol_name stays. The store has no column for it, so loaded rows carry that of the row built last.
     std::string solName = std::move(m_currentRow.sol_name);
     m_currentRow = BlankRow();
     m_currentRow.sol_name = std::move(solName);

@@ -14,8 +14,6 @@
 
 #include "KURA_DBManager.h"
 #include "KURA_DiagResultManager.h"
-#include "KURA_DiagResultManager/EngineResult.h"
-#include "KURA_DiagResultManager/ResultLine.h"
 #include "KURA_DiagResultManager/ResultRow.h"
 #include "base/Log.h"
 #include "base/SetKeys.h"
@@ -146,9 +144,8 @@ void KURA_DiagResultManager::SaveRemainingProblems() {
     OpenDatabase database = OpenRemaining();
     database->m_BeginTransaction();
     for (const MapToDBTable& row : m_table) {
-        const std::list<std::string> values = ColumnValues(row);
         if (CheckSourceType(row.source.c_str()) && CheckViewType(row.view_authority.c_str())) {
-            database->SetDB(kRemainingTable, values);
+            database->SetDB(kRemainingTable, ColumnValues(row));
         }
     }
     database->m_EndTransaction();
@@ -231,7 +228,7 @@ void KURA_DiagResultManager::CompareRemaining() {
         GetRemainingTable(rows);
     }
     for (const MapToDBTable& row : rows) {
-        KURA_INFO("CREATE_ERROR_LIST : " KURA_RESULT_FORMAT, KURA_RESULT_VALUES(row));
+        LogListed(__func__, row);
         // Only the source: it may have changed since the save, the viewer has not.
         if (CheckSourceType(row.source.c_str())) {
             LogSending(__func__, row);

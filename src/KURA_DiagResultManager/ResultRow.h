@@ -1,17 +1,19 @@
-// One row of the result table: how it starts, and how its hand-over to a screen is logged.
+// What the files of the result manager share: the engine's answer for no record, how a row starts, and how
+// the log shows it.
 #pragma once
 
 #include "KURA_MapToDBTable.h"
 
 namespace KURA {
 
+/// What the engine's queries answer when they hold no record of the issue; 0 is success, any other an error.
+constexpr int kNoMatchingRecord = 4;
+
 /// A row that stands for nothing: both numbers -1, every text empty.
-inline MapToDBTable BlankRow() {
-    MapToDBTable row;
-    row.index = -1;
-    row.is_fix = -1;
-    return row;
-}
+MapToDBTable BlankRow();
+
+/// The line of a stored row that is looked at, in the name of operation.
+void LogListed(const char* operation, const MapToDBTable& row);
 
 /// The two lines of a row that goes to a screen, in the name of operation.
 void LogSending(const char* operation, const MapToDBTable& row);

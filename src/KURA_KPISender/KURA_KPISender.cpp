@@ -3,7 +3,6 @@
 // goes out as before.
 #include "KURA_KPISender.h"
 
-#include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <cctype>
@@ -16,7 +15,7 @@
 #include <string>
 #include <type_traits>
 
-#include "ChipId.h"
+#include "base/Exists.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
@@ -49,11 +48,6 @@ OwnedText ReadInfo(int key) {
         return nullptr;
     }
     return OwnedText(text);
-}
-
-bool Exists(const char* path) {
-    struct stat status {};
-    return stat(path, &status) == 0;
 }
 
 /// Guards the fields of a report. Its destructor does nothing, so the engine may report while the process
@@ -108,14 +102,15 @@ void KURA_KPISender::m_getChipID() {
         KURA_INFO("ERROR: failed to open chipID!!");
         return;
     }
-    std::string text(kChipIdTextLimit, '\0');
-    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-    ChipIdNumbers numbers{};
-    if (ScanChipId(text.c_str(), numbers) == 0) {
+    unsigned int numbers[4] = {};
+    if (std::fscanf(file.get(), "0x%x 0x%x 0x%x 0x%x\n", &numbers[0], &numbers[1], &numbers[2], &numbers[3]) <
+        1) {
         KURA_INFO("ERROR: failed to read chipID!!");
         return;
     }
-    m_chipID = FormatChipId(numbers);
+    char text[128];
+    std::snprintf(text, sizeof text, "%08X_%08X_%08X_%08X", numbers[0], numbers[1], numbers[2], numbers[3]);
+    m_chipID = text;
 }
 
 void KURA_KPISender::m_getSerialNumber() {
@@ -145,9 +140,9 @@ void KURA_KPISender::m_getSeries() {
 }
 
 void KURA_KPISender::m_getImageType() {
-    if (Exists(base::kReleaseMarkPath)) {
+    if (base::Exists(base::kReleaseMarkPath)) {
         m_imageType = "release";
-    } else if (Exists(base::kDebugMarkPath)) {
+    } else if (base::Exists(base::kDebugMarkPath)) {
         m_imageType = "debug";
     } else {
         m_imageType = "perf";

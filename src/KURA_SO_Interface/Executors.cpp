@@ -3,16 +3,15 @@
 #include "KURA_SO_Interface.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "CGetData.h"
 #include "KURA_SolutionMap.h"
-#include "app_control.h"
+#include "base/AppControl.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
@@ -29,27 +28,8 @@ namespace {
 using KURA::base::File;
 using KURA::base::OpenGuarded;
 using KURA::base::OrEmpty;
-
-struct AppControlDestroyer {
-    void operator()(app_control_h handle) const { app_control_destroy(handle); }
-};
-
-using AppControl = std::unique_ptr<std::remove_pointer_t<app_control_h>, AppControlDestroyer>;
-
-/// Null when the set refuses.
-AppControl CreateAppControl() {
-    app_control_h handle = nullptr;
-    if (app_control_create(&handle) != 0) {
-        return nullptr;
-    }
-    return AppControl(handle);
-}
-
-bool SendLaunch(app_control_h control, const char* appId) {
-    app_control_set_operation(control, APP_CONTROL_OPERATION_DEFAULT);
-    app_control_set_app_id(control, appId);
-    return app_control_send_launch_request(control, nullptr, nullptr) == 0;
-}
+using KURA::base::WriteAndClose;
+using KURA::base::WriteGuarded;
 
 bool WriteCommand(const char* command) {
     File file = OpenGuarded(KURA::base::kRunCommandData);
@@ -57,13 +37,7 @@ bool WriteCommand(const char* command) {
         return false;
     }
     KURA_LOG_AS("ProcessCMD", DLOG_ERROR, "\nsolution is cmd type : %s\n\n", command);
-    const bool written = std::fprintf(file.get(), "%s\n", command) >= 0;
-    return std::fclose(file.release()) == 0 && written;
-}
-
-bool CreateRequest() {
-    File file = OpenGuarded(KURA::base::kRunCommandTrigger);
-    return file != nullptr && std::fclose(file.release()) == 0;
+    return WriteAndClose(std::move(file), std::string(command) + "\n");
 }
 
 void ResetPicture(const char* firstValue) {
@@ -151,7 +125,7 @@ int ProcessCMD(const char* command) {
         KURA_ERROR("File creation failed (%s)", KURA::base::kRunCommandData);
         return -1;
     }
-    if (!CreateRequest()) {
+    if (!WriteGuarded(KURA::base::kRunCommandTrigger, "")) {
         KURA_ERROR("File creation failed (%s)", KURA::base::kRunCommandTrigger);
         return -1;
     }
@@ -161,8 +135,8 @@ int ProcessCMD(const char* command) {
 
 void ProcessLaunchApp(const char* appId) {
     KURA_INFO("ProcessLaunchApp");
-    const AppControl control = CreateAppControl();
-    if (control == nullptr || !SendLaunch(control.get(), OrEmpty(appId))) {
+    const KURA::base::AppControl launch = KURA::base::NewLaunch(OrEmpty(appId));
+    if (!Send(launch)) {
         KURA_ERROR("Error while executing Menu");
     }
 }

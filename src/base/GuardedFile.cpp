@@ -145,6 +145,18 @@ File OpenGuarded(const char* path) {
     return OpenPlainFile(path, WriteMode::kWrite);
 }
 
+bool WriteAndClose(File file, const std::string& text) {
+    if (file == nullptr) {
+        return false;
+    }
+    const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+    return std::fclose(file.release()) == 0 && written;
+}
+
+bool WriteGuarded(const std::string& path, const std::string& text) {
+    return WriteAndClose(OpenGuarded(path.c_str()), text);
+}
+
 File OpenPlainFileForReading(const char* path) {
     Descriptor descriptor(OpenDescriptor(path, O_RDONLY));
     if (descriptor.Get() < 0 || !IsAcceptable(descriptor.Get(), false)) {

@@ -31,8 +31,15 @@ bool IsPlainPath(const char* path, std::string* resolved = nullptr);
 /// created, written or truncated. Close-on-exec.
 File OpenPlainFile(const char* path, WriteMode mode);
 
-/// IsPlainPath, then OpenPlainFile.
+/// IsPlainPath, then OpenPlainFile for writing.
 File OpenGuarded(const char* path);
+
+/// Writes text and closes the file. False, errno telling why, without a file or when any of it did not
+/// arrive.
+bool WriteAndClose(File file, const std::string& text);
+
+/// OpenGuarded, then WriteAndClose.
+bool WriteGuarded(const std::string& path, const std::string& text);
 
 /// Opens a regular file for reading under the same conditions. Null with errno set otherwise.
 File OpenPlainFileForReading(const char* path);

@@ -1,6 +1,5 @@
 #include "Text32.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <limits>
 
@@ -18,7 +17,7 @@ bool IsBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-Digits ReadDigits(const char* text, int base) {
+Digits ReadDigits(const char* text) {
     Digits result;
     const char* sign = text;
     while (IsBlank(*sign)) {
@@ -31,9 +30,7 @@ Digits ReadDigits(const char* text, int base) {
         return result;  // strtoull would take another sign
     }
     char* end = nullptr;
-    const int savedErrno = errno;
-    result.magnitude = std::strtoull(digits, &end, base);
-    errno = savedErrno;
+    result.magnitude = std::strtoull(digits, &end, 10);
     if (end != digits) {
         result.end = end;
     }
@@ -43,7 +40,7 @@ Digits ReadDigits(const char* text, int base) {
 }  // namespace
 
 std::int32_t ToInt32(const char* text, const char** end) {
-    const Digits digits = ReadDigits(text, 10);
+    const Digits digits = ReadDigits(text);
     if (end != nullptr) {
         *end = digits.end;
     }
@@ -53,8 +50,8 @@ std::int32_t ToInt32(const char* text, const char** end) {
     return static_cast<std::int32_t>(digits.negative ? -magnitude : magnitude);
 }
 
-std::uint32_t ToUInt32(const char* text, const char** end, int base) {
-    const Digits digits = ReadDigits(text, base);
+std::uint32_t ToUInt32(const char* text, const char** end) {
+    const Digits digits = ReadDigits(text);
     if (end != nullptr) {
         *end = digits.end;
     }

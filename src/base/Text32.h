@@ -10,8 +10,8 @@ namespace KURA::base {
 /// digits it is text.
 std::int32_t ToInt32(const char* text, const char** end = nullptr);
 
-/// strtoul(text, end, base): saturates at 4294967295, a minus sign wraps, no digits give 0. Base 10 or 16.
-std::uint32_t ToUInt32(const char* text, const char** end = nullptr, int base = 10);
+/// strtoul(text, end, 10): saturates at 4294967295, a minus sign wraps, no digits give 0.
+std::uint32_t ToUInt32(const char* text, const char** end = nullptr);
 
 /// sscanf "%d" and "%u": false, the output untouched, when there are no digits.
 bool ScanInt32(const char* text, std::int32_t& value);

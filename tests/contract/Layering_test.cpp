@@ -31,7 +31,7 @@ const Layer kLayers[] = {
     {"platform/", {}},
     {"platform/host/", {"include/KURA_MapToDBTable.h"}},
     {"src/", {"src/base/", "include/", "platform/", "platform/host/"}},
-    {"src/base/", {"platform/dlog.h"}},
+    {"src/base/", {"platform/dlog.h", "platform/app_control.h"}},
     {"simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"simulator/sandbox/", {}},
     {"cli/",
@@ -59,8 +59,7 @@ const Layer kLayers[] = {
     {"tests/road/", {}},
     {"tests/scenario/", {"cli/scenario/", "simulator/KuraSet.h"}},
     {"fuzz/",
-     {"fuzz/", "cli/map/", "cli/scenario/", "tests/fakes/", "include/", "platform/", "platform/host/",
-      "src/KURA_KPISender/ChipId.h"}},
+     {"fuzz/", "cli/map/", "cli/scenario/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"bench/", {"bench/", "cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 

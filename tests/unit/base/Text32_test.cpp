@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -95,29 +94,6 @@ TEST(Text32, ReadsUnsignedNumbersLikeA32BitMachine) {
     }
 }
 
-TEST(Text32, ReadsHexadecimalNumbers) {
-    const Unsigned rows[] = {
-        {"0", 0, 1},
-        {"ff", 255, 2},
-        {"FF", 255, 2},
-        {"0xff", 255, 4},
-        {"0XfF", 255, 4},
-        {"0x", 0, 1},
-        {"0xg", 0, 1},
-        {"12g", 18, 2},
-        {"ffffffff", UINT32_MAX, 8},
-        {"100000000", UINT32_MAX, 9},
-        {"-1", UINT32_MAX, 2},
-        {"g", 0, 0},
-        {" 0x1f\n", 31, 5},
-    };
-    for (const Unsigned& row : rows) {
-        const char* end = nullptr;
-        EXPECT_EQ(ToUInt32(row.text, &end, 16), row.value) << "'" << row.text << "'";
-        EXPECT_EQ(end, row.text + row.read) << "'" << row.text << "'";
-    }
-}
-
 TEST(Text32, ScansSignedNumbersAndLeavesTheOutputAloneWithoutDigits) {
     for (const Signed& row : kSigned) {
         std::int32_t value = 77;
@@ -132,11 +108,4 @@ TEST(Text32, ScansUnsignedNumbersAndLeavesTheOutputAloneWithoutDigits) {
         EXPECT_EQ(ScanUInt32(row.text, value), row.read != 0) << "'" << row.text << "'";
         EXPECT_EQ(value, row.read != 0 ? row.value : 77U) << "'" << row.text << "'";
     }
-}
-
-TEST(Text32, LeavesErrnoAlone) {
-    errno = ENOENT;
-    ToInt32("99999999999999999999999999");
-    ToUInt32("99999999999999999999999999");
-    EXPECT_EQ(errno, ENOENT);
 }
