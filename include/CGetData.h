@@ -127,7 +127,7 @@ private:
     std::int32_t m_appsCount = 0;
 
     static CGetData* m_pInstance;
-    static boost::mutex m_KDMmutex;
+    static boost::mutex& m_KDMmutex;  ///< never destroyed
 };
 
 /// The flash part's nominal size: 0 when *total was set, -1 with *total untouched otherwise.

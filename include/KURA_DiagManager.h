@@ -69,7 +69,7 @@ private:
     int m_exitFlag = 0;
 
     static KURA_DiagManager* m_pInstance;
-    static boost::recursive_mutex m_KDMmutex;
+    static boost::recursive_mutex& m_KDMmutex;  ///< never destroyed
 };
 
 }  // namespace KURA

@@ -94,7 +94,7 @@ private:
     MapToDBTable m_currentRow;
 
     static KURA_DiagResultManager* m_pInstance;
-    static boost::recursive_mutex m_KDRMmutex;
+    static boost::recursive_mutex& m_KDRMmutex;  ///< never destroyed
 };
 
 }  // namespace KURA

@@ -54,7 +54,7 @@ private:
     std::string m_remainCount = "0";
 
     static KURA_KPISender* m_pInstance;
-    static boost::recursive_mutex m_KDMmutex;
+    static boost::recursive_mutex& m_KDMmutex;  ///< never destroyed
 };
 
 }  // namespace KURA

@@ -82,7 +82,7 @@ public:
         void m_FindAll(const char* const* names, std::size_t count, std::string_view* values) const;
 
         const char** m_borrowed = nullptr;
-        std::map<std::string, std::string> m_owned;
+        std::map<std::string, std::string, std::less<>> m_owned;
     };
 
     /// Element texts by element name, and the element that is current.

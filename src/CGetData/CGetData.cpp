@@ -12,6 +12,7 @@
 
 #include "KURA_KPISender.h"
 #include "base/Log.h"
+#include "base/NeverDestroyed.h"
 #include "base/OrEmpty.h"
 #include "base/SetKeys.h"
 #include "base/SetPaths.h"
@@ -33,7 +34,8 @@ constexpr int kEnoughRemains = 2;
 }  // namespace
 
 CGetData* CGetData::m_pInstance = nullptr;
-boost::mutex CGetData::m_KDMmutex;
+static base::NeverDestroyed<boost::mutex> classMutex;
+boost::mutex& CGetData::m_KDMmutex = classMutex.object;
 
 CGetData::CGetData() {
     // Kept: the line names the diagnosis manager; whoever reads the log searches for it.

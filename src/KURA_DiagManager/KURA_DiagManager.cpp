@@ -19,6 +19,7 @@
 #include "KURA_DiagResultManager.h"
 #include "base/AppIds.h"
 #include "base/Log.h"
+#include "base/NeverDestroyed.h"
 #include "base/SetKeys.h"
 #include "base/SetPaths.h"
 #include "tv_service_api.h"
@@ -73,7 +74,8 @@ int GetCurrentSourceInfo() {
 }
 
 KURA_DiagManager* KURA_DiagManager::m_pInstance = nullptr;
-boost::recursive_mutex KURA_DiagManager::m_KDMmutex;
+static base::NeverDestroyed<boost::recursive_mutex> classMutex;
+boost::recursive_mutex& KURA_DiagManager::m_KDMmutex = classMutex.object;
 
 KURA_DiagManager* KURA_DiagManager::GetInstance() {
     const Lock lock(m_KDMmutex);

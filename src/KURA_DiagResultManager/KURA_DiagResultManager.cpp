@@ -16,6 +16,7 @@
 #include "KURA_DiagResultManager/ResultRow.h"
 #include "base/LocalTime.h"
 #include "base/Log.h"
+#include "base/NeverDestroyed.h"
 #include "host/CUtils.h"
 
 namespace KURA {
@@ -49,7 +50,8 @@ void AppendTokens(const std::string& line, const Columns& columns) {
 }  // namespace
 
 KURA_DiagResultManager* KURA_DiagResultManager::m_pInstance = nullptr;
-boost::recursive_mutex KURA_DiagResultManager::m_KDRMmutex;
+static base::NeverDestroyed<boost::recursive_mutex> classMutex;
+boost::recursive_mutex& KURA_DiagResultManager::m_KDRMmutex = classMutex.object;
 
 KURA_DiagResultManager* KURA_DiagResultManager::GetInstance() {
     // Not under m_KDRMmutex: a screen that only asks for the manager must not wait for an evaluation.

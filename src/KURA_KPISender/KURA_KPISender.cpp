@@ -18,6 +18,7 @@
 #include "base/Exists.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
+#include "base/NeverDestroyed.h"
 #include "base/OrEmpty.h"
 #include "base/SetKeys.h"
 #include "base/SetPaths.h"
@@ -64,7 +65,8 @@ std::string Mebibytes(std::uint64_t blockBytes, std::uint64_t blocks) {
 }  // namespace
 
 KURA_KPISender* KURA_KPISender::m_pInstance = nullptr;
-boost::recursive_mutex KURA_KPISender::m_KDMmutex;
+static base::NeverDestroyed<boost::recursive_mutex> classMutex;
+boost::recursive_mutex& KURA_KPISender::m_KDMmutex = classMutex.object;
 
 KURA_KPISender* KURA_KPISender::GetInstance() {
     const boost::recursive_mutex::scoped_lock lock(m_KDMmutex);

@@ -4,6 +4,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <iterator>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,7 +14,14 @@
 
 namespace KURA {
 
-boost::mutex m_KURAmutex;
+// An alias of plain storage, so that no destructor runs at exit: the engine's thread may take the lock until
+// the process is gone. It is made through the exported name, since a linked host has the object in its own
+// memory.
+extern "C" {
+alignas(boost::mutex) unsigned char kuraMapMutex[sizeof(boost::mutex)];
+}
+extern boost::mutex m_KURAmutex __attribute__((alias("kuraMapMutex")));
+[[maybe_unused]] static const auto* const kMutexMade = new (&m_KURAmutex) boost::mutex;
 
 namespace {
 
