@@ -54,6 +54,7 @@ const Layer kLayers[] = {
       "tests/unit/KURA_DiagResultManager/", "tests/unit/KURA_KPISender/", "tests/fakes/", "include/",
       "platform/"}},
     {"tests/trust/base/", {"tests/trust/", "tests/unit/base/", "src/base/"}},
+    {"tests/model/", {"tests/trust/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"tests/sandbox/", {"simulator/sandbox/"}},
     {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
     {"tests/road/", {}},
