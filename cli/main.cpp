@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "Answer.h"
-#include "CommandTree.h"
-#include "Inside.h"
-#include "Outcome.h"
-#include "Session.h"
-#include "Verbs.h"
+#include "frame/Answer.h"
+#include "frame/CommandTree.h"
+#include "frame/Outcome.h"
+#include "frame/Session.h"
+#include "host/Inside.h"
+#include "verbs/Verbs.h"
 
 namespace {
 

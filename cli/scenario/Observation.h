@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "KuraSet.h"
 #include "Scenario.h"
+#include "set/KuraSet.h"
 
 namespace scenario {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <regex>
 
-#include "KuraSet.h"
+#include "support/NearestName.h"
 
 namespace scenario {
 
@@ -116,7 +116,7 @@ PatternFault CheckPattern(const Json& pattern, const std::string& pointer) {
             const std::string at = pointer + "/" + PointerStep(key);
             const bool matcher = key.rfind('$', 0) == 0;
             if (matcher && key != kContains && key != kMatches) {
-                return {at, "unknown way to compare" + kuraset::Suggestion(key, {kContains, kMatches})};
+                return {at, "unknown way to compare" + support::Suggestion(key, {kContains, kMatches})};
             }
             if (matcher && pattern.size() != 1) {
                 return {at, "must stand alone in its object"};

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "KuraSet.h"
 #include "Observation.h"
 #include "Scenario.h"
+#include "set/KuraSet.h"
 
 namespace scenario {
 

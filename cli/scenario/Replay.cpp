@@ -8,9 +8,9 @@
 #include <mutex>
 #include <thread>
 
-#include "KuraSet.h"
 #include "Process.h"
 #include "ScenarioError.h"
+#include "set/KuraSet.h"
 
 namespace scenario {
 

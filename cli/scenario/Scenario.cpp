@@ -11,9 +11,10 @@
 #include <optional>
 #include <utility>
 
-#include "KuraSet.h"
 #include "Patterns.h"
 #include "Schema.h"
+#include "set/KuraSet.h"
+#include "support/NearestName.h"
 
 namespace scenario {
 
@@ -304,7 +305,7 @@ private:
             static_cast<void>(unused);
             if (std::find(known.begin(), known.end(), kind) == known.end()) {
                 m_document.Complain(at + "/" + PointerStep(kind),
-                                    "the journal has no such kind" + kuraset::Suggestion(kind, known));
+                                    "the journal has no such kind" + support::Suggestion(kind, known));
             }
         }
     }

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "KuraSet.h"
 #include "SchemaText.h"
+#include "support/NearestName.h"
 
 namespace scenario {
 
@@ -120,7 +120,7 @@ private:
             known.push_back(word.is_string() ? word.get<std::string>() : word.dump());
         }
         m_document.Complain(
-            at, "must be " + OneOf(known) + (value.is_string() ? kuraset::Suggestion(value, known) : ""));
+            at, "must be " + OneOf(known) + (value.is_string() ? support::Suggestion(value, known) : ""));
     }
 
     void Alternatives(const Json& value, const Json& alternatives, const std::string& at) {
@@ -181,7 +181,7 @@ private:
             static_cast<void>(unused);
             if (!known.contains(name)) {
                 m_document.Complain(at + "/" + PointerStep(name),
-                                    "unknown key" + kuraset::Suggestion(name, Names(known)));
+                                    "unknown key" + support::Suggestion(name, Names(known)));
             }
         }
     }

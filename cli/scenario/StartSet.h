@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "KuraSet.h"
 #include "Scenario.h"
+#include "set/KuraSet.h"
 
 namespace scenario {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "Calls.h"
-#include "Outcome.h"
 #include "Screens.h"
+#include "frame/Outcome.h"
 
 namespace cli::serve {
 

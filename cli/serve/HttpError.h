@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Outcome.h"
+#include "frame/Outcome.h"
 
 namespace cli::serve {
 

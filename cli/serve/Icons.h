@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "Outcome.h"
+#include "frame/Outcome.h"
 
 namespace cli::serve {
 

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "Outcome.h"
+#include "frame/Outcome.h"
 
 namespace cli::serve {
 

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <system_error>
 
-#include "Outcome.h"
+#include "frame/Outcome.h"
 
 namespace cli::serve {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Calls.h"
-#include "Outcome.h"
+#include "frame/Outcome.h"
 
 namespace cli::serve {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "KuraSet.h"
-#include "Outcome.h"
+#include "frame/Outcome.h"
+#include "set/KuraSet.h"
 
 namespace cli::serve {
 

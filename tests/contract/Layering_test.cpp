@@ -32,15 +32,28 @@ const Layer kLayers[] = {
     {"platform/host/", {"include/KURA_MapToDBTable.h"}},
     {"src/", {"src/base/", "include/", "platform/", "platform/host/"}},
     {"src/base/", {"platform/dlog.h", "platform/app_control.h"}},
-    {"simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
+    {"support/", {}},
     {"simulator/sandbox/", {}},
-    {"cli/",
-     {"include/", "platform/host/", "simulator/KuraSet.h", "simulator/SetSandbox.h", "simulator/SetUse.h",
-      "simulator/sandbox/Sandbox.h", "cli/map/", "cli/scenario/", "cli/serve/"}},
-    {"cli/map/", {}},
-    {"cli/scenario/", {"simulator/KuraSet.h"}},
-    {"cli/serve/", {"cli/", "simulator/KuraSet.h"}},
-    {"tests/map/", {"cli/map/", "tests/road/"}},
+    {"simulator/set/", {"simulator/sandbox/", "support/"}},
+    {"simulator/services/", {"simulator/set/", "support/"}},
+    {"simulator/services/agent/", {"simulator/set/", "simulator/services/", "support/"}},
+    {"simulator/services/pkgmgr/", {"simulator/set/", "simulator/services/", "support/"}},
+    {"simulator/platform/", {"simulator/set/", "support/", "platform/"}},
+    {"cli/", {"cli/frame/", "cli/host/", "cli/verbs/", "support/"}},
+    {"cli/frame/", {"simulator/set/KuraSet.h", "support/"}},
+    {"cli/host/",
+     {"cli/frame/", "include/", "platform/host/", "simulator/set/KuraSet.h", "simulator/set/SetSandbox.h",
+      "simulator/set/SetUse.h", "simulator/sandbox/Sandbox.h", "support/"}},
+    {"cli/explain/",
+     {"cli/frame/", "cli/host/", "cli/map/Number32.h", "cli/scenario/", "include/", "simulator/set/KuraSet.h",
+      "simulator/set/SetUse.h", "support/"}},
+    {"cli/verbs/",
+     {"cli/frame/", "cli/host/", "cli/explain/", "cli/map/", "cli/scenario/", "cli/serve/", "include/",
+      "simulator/set/KuraSet.h", "simulator/set/SetUse.h", "support/"}},
+    {"cli/map/", {"support/"}},
+    {"cli/scenario/", {"simulator/set/KuraSet.h", "support/"}},
+    {"cli/serve/", {"cli/frame/", "simulator/set/KuraSet.h", "support/"}},
+    {"tests/map/", {"cli/map/", "tests/command/"}},
     {"tests/map/promise/",
      {"cli/map/", "tests/fakes/", "tests/unit/KURA_DiagResultManager/", "include/", "platform/",
       "platform/host/"}},
@@ -56,9 +69,11 @@ const Layer kLayers[] = {
     {"tests/trust/base/", {"tests/trust/", "tests/unit/base/", "src/base/"}},
     {"tests/model/", {"tests/trust/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"tests/sandbox/", {"simulator/sandbox/"}},
-    {"tests/simulator/", {"simulator/", "simulator/sandbox/", "platform/"}},
-    {"tests/road/", {}},
-    {"tests/scenario/", {"cli/scenario/", "simulator/KuraSet.h"}},
+    {"tests/simulator/",
+     {"simulator/platform/", "simulator/set/", "simulator/services/", "simulator/sandbox/", "support/",
+      "platform/"}},
+    {"tests/command/", {}},
+    {"tests/scenario/", {"cli/scenario/", "simulator/set/KuraSet.h"}},
     {"fuzz/",
      {"fuzz/", "cli/map/", "cli/scenario/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
     {"bench/", {"bench/", "cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
@@ -69,11 +84,12 @@ const std::map<std::string, Names> kSearched = {
     {"include", {"include", "platform", "src"}},
     {"platform", {"platform", "include"}},
     {"src", {"src", "include", "platform"}},
-    {"simulator", {"simulator", "simulator/sandbox", "platform", "include", "src"}},
-    {"cli", {"cli", "include", "platform", "simulator", "simulator/sandbox", "src"}},
+    {"support", {"."}},
+    {"simulator", {"simulator", "simulator/sandbox", ".", "platform", "include", "src"}},
+    {"cli", {"cli", "include", "platform", "simulator", "simulator/sandbox", ".", "src"}},
     {"tests",
      {"tests", "tests/fakes", "tests/unit/KURA_DiagResultManager", "include", "platform", "src", "simulator",
-      "simulator/sandbox", "cli", "cli/scenario"}},
+      "simulator/sandbox", "cli", "cli/scenario", "."}},
     {"fuzz", {"fuzz", "tests/fakes", "include", "platform", "src", "cli", "cli/scenario"}},
     {"bench", {"bench", "tests/fakes", "include", "platform", "src", "simulator", "cli"}},
 };
@@ -236,8 +252,8 @@ Names FilesWith(const std::string& pattern) {
 }
 
 TEST(Layering, FoldersSeeOnlyWhatTheyMay) {
-    const std::vector<Include> includes =
-        IncludesBelow({"include", "platform", "src", "simulator", "cli", "tests", "bench", "fuzz"});
+    const std::vector<Include> includes = IncludesBelow(
+        {"include", "platform", "src", "support", "simulator", "cli", "tests", "bench", "fuzz"});
     EXPECT_GT(includes.size(), 300u);
     for (const Include& include : includes) {
         EXPECT_TRUE(include.resolved.empty() || Allowed(include))

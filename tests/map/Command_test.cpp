@@ -11,16 +11,16 @@
 #include <string>
 #include <vector>
 
+#include "command/Kura.h"
 #include "map/Document.h"
 #include "map/Meaning.h"
 #include "map/SolutionMap.h"
-#include "road/Kura.h"
 
 namespace fs = std::filesystem;
 
-using road::Answer;
-using road::ReadFile;
-using road::WriteFile;
+using command::Answer;
+using command::ReadFile;
+using command::WriteFile;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -44,7 +44,7 @@ protected:
     }
 
 private:
-    road::Kura m_kura;
+    command::Kura m_kura;
 };
 
 std::string Entry(const std::string& code, const std::string& more = "") {
@@ -365,7 +365,7 @@ TEST_F(MapCommand, TellsAnAuthorWhatIsWrongInOneSentence) {
 
 /// What editors reject must not pass the tool in silence.
 TEST_F(MapCommand, ReportsWhateverTheSchemaRejects) {
-    const std::string schema = kSource / "cli/schema/solution-map.xsd";
+    const std::string schema = kSource / "schema/solution-map.xsd";
     const auto isValid = [&](const std::string& file) {
         const std::string line = "xmllint --noout --schema '" + schema + "' '" + file + "' 2>/dev/null";
         return std::system(line.c_str()) == 0;

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "KuraSet.h"
 #include "TemporarySet.h"
+#include "set/KuraSet.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "KuraSet.h"
 #include "TemporarySet.h"
 #include "app_control.h"
 #include "app_list.h"
@@ -18,6 +17,7 @@
 #include "kpi_logger.h"
 #include "picture_api.h"
 #include "power_api.h"
+#include "set/KuraSet.h"
 #include "settings_api.h"
 #include "system_info.h"
 #include "tv_service_api.h"

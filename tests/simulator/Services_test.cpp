@@ -13,9 +13,9 @@
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
-#include "KuraSet.h"
 #include "TemporarySet.h"
 #include "pkgmgr_client.h"
+#include "set/KuraSet.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "KuraSet.h"
+#include "set/KuraSet.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

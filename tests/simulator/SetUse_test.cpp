@@ -1,4 +1,4 @@
-#include "SetUse.h"
+#include "set/SetUse.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

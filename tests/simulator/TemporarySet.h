@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "KuraSet.h"
+#include "set/KuraSet.h"
 
 namespace simulator {
 

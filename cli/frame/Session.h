@@ -1,0 +1,41 @@
+// What every verb shares: the options before the verb, and the set that it works on.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "Outcome.h"
+#include "set/KuraSet.h"
+
+namespace cli {
+
+/// True inside the sandbox, where the library's compiled-in paths are the set's.
+bool IsInside();
+
+/// Set in the environment of the program that runs inside.
+constexpr const char* kInsideVariable = "KURA_INSIDE";
+
+class Session {
+public:
+    std::string setOption;  ///< --set; empty: the default set
+    bool json = false;
+    std::string language = "en";
+
+    /// Where --set points, or the default set's place below the user's data directory.
+    std::filesystem::path SetPath() const;
+
+    /// Opens the set. The default set is made from the examples on first use.
+    kuraset::SetDirectory OpenSet() const;
+};
+
+/// The examples that belong to this command: installed beside it or in its build folder. Throws VerbError.
+std::filesystem::path ExamplesFolder();
+
+/// Makes a set from a folder laid out as examples/ is: its map, texts, description, settings and engine
+/// records.
+kuraset::SetDirectory MakeSet(const std::filesystem::path& path, const std::filesystem::path& examples);
+
+/// Reads one JSON document. Throws VerbError naming the file.
+nlohmann::json ReadJsonFile(const std::filesystem::path& path);
+
+}  // namespace cli

@@ -1,0 +1,214 @@
+// The verbs that run the library: they load it inside the sandbox, start a diagnosis, wait until the engine's
+// thread has delivered its completion, and answer with what the host's screens were shown.
+#include <glib.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "KURA_DiagManager.h"
+#include "KURA_DiagResultManager.h"
+#include "KURA_Storage.h"
+#include "Verbs.h"
+#include "host/AgentAnswer.h"
+#include "host/Host.h"
+#include "host/HostSetUp.h"
+#include "host/Rows.h"
+
+namespace cli {
+
+namespace {
+
+struct DiagnosisOptions {
+    bool exitCode = false;
+    int patience = 30;  ///< seconds for the engine
+    bool background = false;
+    std::string target;
+};
+
+/// What the library made of the document on the set.
+Json MapSummary() {
+    KURA::TSCurrentKURAMap map;
+    KURA::TCInformationStorage::Instance()->GetKURAMapInformation(map);
+    if (map.solutions.empty()) {
+        std::cerr << "kura: the solution map holds no solution (see kura log)\n";
+    } else if (map.count != map.solutions.size()) {
+        std::cerr << "kura: the solution map declares " << map.count << " solutions and holds "
+                  << map.solutions.size() << '\n';
+    }
+    return {{"version", static_cast<int>(map.version)},
+            {"declared_count", map.count},
+            {"solutions", map.solutions.size()}};
+}
+
+void AwaitEngine(const DiagnosisOptions& options) {
+    std::string failure;
+    if (!kuraset::WaitForEngine(std::chrono::seconds(options.patience), failure)) {
+        throw VerbError(ExitCode::kNoAnswer, "the diagnosis engine did not answer within " +
+                                                 std::to_string(options.patience) + " s");
+    }
+    if (!failure.empty()) {
+        throw VerbError(ExitCode::kFailed, "the diagnosis ended on the engine's thread: " + failure);
+    }
+}
+
+Outcome ListOutcome(Json document, const DiagnosisOptions& options, const std::string& none) {
+    const bool findings = options.exitCode && !document.at("problems").empty();
+    const auto print = [document, none] { PrintRows(document.at("problems"), none); };
+    return {document, print, findings ? ExitCode::kFindings : ExitCode::kDone};
+}
+
+Json ListDocument(const char* screen, const std::vector<KURA::MapToDBTable>& rows, const Session& session,
+                  const kuraset::SetDirectory& set) {
+    const Texts texts = Texts::Load(set.Path() / "texts", session.language);
+    return {{"screen", screen}, {"map", MapSummary()}, {"problems", RowsToJson(rows, texts)}};
+}
+
+Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {
+    const auto set = session.OpenSet();
+    SetUpHost(set);
+    KURA::KURA_DiagManager::GetInstance()->StartAutoDiagnosis();
+    AwaitEngine(options);
+    const auto rows = TheHost().StartList();
+    if (!rows) {
+        throw VerbError(ExitCode::kNoAnswer, "the start screen received no list");
+    }
+    return ListOutcome(ListDocument("start", *rows, session, set), options, "No problems found.");
+}
+
+Outcome Problems(const Session& session, const DiagnosisOptions& options) {
+    const auto set = session.OpenSet();
+    SetUpHost(set);
+    KURA::KURA_DiagManager::GetInstance()->RemainingProblem();
+    AwaitEngine(options);
+    const auto rows = TheHost().HomeList();
+    if (!rows) {
+        throw VerbError(ExitCode::kNoAnswer, "the home screen received no list");
+    }
+    return ListOutcome(ListDocument("home", *rows, session, set), options, "No problems remain.");
+}
+
+gboolean QuitAfterPatience(gpointer mainLoop) {
+    g_main_loop_quit(static_cast<GMainLoop*>(mainLoop));
+    return G_SOURCE_REMOVE;
+}
+
+/// Runs the host's main loop until the guided diagnosis ends it. The library drops one reference of the loop
+/// before it quits it, so the host holds a second one.
+void RunMainLoop(const std::function<void()>& start, int patience) {
+    const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> own(g_main_loop_new(nullptr, FALSE),
+                                                                       &g_main_loop_unref);
+    loop = g_main_loop_ref(own.get());
+    const guint timer = g_timeout_add_seconds(static_cast<guint>(patience), &QuitAfterPatience, own.get());
+    g_idle_add(
+        [](gpointer task) -> gboolean {
+            (*static_cast<const std::function<void()>*>(task))();
+            return G_SOURCE_REMOVE;
+        },
+        const_cast<std::function<void()>*>(&start));
+    g_main_loop_run(own.get());
+    GSource* pending = g_main_context_find_source_by_id(nullptr, timer);
+    if (pending != nullptr) {
+        g_source_destroy(pending);
+    }
+}
+
+Json ReadGuideFile(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    if (!file) {
+        throw VerbError(ExitCode::kFailed, "the guide application's file was not written: " + path.string());
+    }
+    Json codes = Json::array();
+    for (std::string line; std::getline(file, line);) {
+        codes.push_back(line);
+    }
+    return codes;
+}
+
+Outcome Guide(const Session& session, const DiagnosisOptions& options) {
+    const auto set = session.OpenSet();
+    SetUpHost(set, options.background);
+    const bool background = TheHost().Facts().launchFrom == "bg_inference";
+    const std::filesystem::path path = background ? "/opt/usr/home/owner/content/Documents/inference_result"
+                                                  : "/tmp/tutorlink/inference_result";
+    auto* manager = KURA::KURA_DiagManager::GetInstance();
+    RunMainLoop([manager] { manager->StartTutorDiagnosis(); }, options.patience);
+    AwaitEngine(options);
+    std::vector<KURA::MapToDBTable> rows;
+    KURA::KURA_DiagResultManager::GetInstance()->GetRemainingTable(rows);
+    Json document = ListDocument("guide", rows, session, set);
+    document["file"] = path.string();
+    document["issue_codes"] = ReadGuideFile(path);
+    return ListOutcome(document, options, "No problems found.");
+}
+
+Outcome Page(const Session& session, const DiagnosisOptions& options) {
+    if (options.target != "NetworkSetting" && options.target != "SignalInfo") {
+        throw VerbError(ExitCode::kNoSuchItem,
+                        "no such page: " + options.target + " (NetworkSetting, SignalInfo)");
+    }
+    const auto set = session.OpenSet();
+    SetUpHost(set);
+    std::string target = options.target;
+    const std::string page = KURA::KURA_DiagManager::GetInstance()->StartSelfDiagnosis(target.data());
+    const Json document = {{"target", options.target}, {"page", page}};
+    return {
+        document, [page] {
+            std::cout << (page.empty() ? std::string("launched the network settings") : "host page: " + page)
+                      << '\n';
+        }};
+}
+
+Outcome Optimize(const Session& session) {
+    const auto set = session.OpenSet();
+    SetUpHost(set);
+    const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
+    const int result = KURA::KURA_DiagManager::GetInstance()->OptimizeDevice();
+    if (std::filesystem::exists(kDeepCleanTrigger)) {
+        throw VerbError(ExitCode::kNoAnswer, "the agent did not finish the deep clean within 10 seconds");
+    }
+    if (result != 0) {
+        throw VerbError(ExitCode::kNoAnswer, "the memory boost could not be requested (see kura log)");
+    }
+    AwaitAgent(set, before, "memBoost");
+    return {{{"deep_clean", "done"}, {"memory_boost", "done"}},
+            [] { std::cout << "deep clean and memory boost done\n"; }};
+}
+
+}  // namespace
+
+void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    auto options = std::make_shared<DiagnosisOptions>();
+    using Run = Outcome (*)(const Session&, const DiagnosisOptions&);
+    const auto add = [&](const char* name, const char* help, Run run) {
+        CLI::App* verb = app.add_subcommand(name, help);
+        verb->callback([&session, &selection, options, run] {
+            selection = {Place::kInside, [&session, options, run] { return run(session, *options); }};
+        });
+        return verb;
+    };
+    const auto addList = [&](const char* name, const char* help, Run run) {
+        CLI::App* verb = add(name, help, run);
+        verb->add_flag("--exit-code", options->exitCode, "Exit with 2 when there are problems");
+        verb->add_option("--patience", options->patience, "Seconds to wait for the engine")
+            ->check(CLI::Range(1, 3600))
+            ->capture_default_str();
+        return verb;
+    };
+
+    addList("diagnose", "Automatic diagnosis: the list that the start screen receives", &Diagnose);
+    addList("problems", "What remains unfixed: the list that the home screen receives", &Problems);
+    addList("guide", "Guided diagnosis: writes the guide application's file", &Guide)
+        ->add_flag("--background", options->background, "As launched by the background inference");
+    add("page", "The page that a self-diagnosis opens", &Page)
+        ->add_option("target", options->target, "NetworkSetting or SignalInfo")
+        ->required();
+    app.add_subcommand("optimize", "Deep clean and memory boost")->callback([&session, &selection] {
+        selection = {Place::kInside, [&session] { return Optimize(session); }};
+    });
+}
+
+}  // namespace cli

@@ -1,0 +1,120 @@
+#include <iostream>
+#include <memory>
+
+#include "Verbs.h"
+#include "frame/Table.h"
+
+namespace cli {
+
+namespace {
+
+struct ReportOptions {
+    int code = 0;
+    bool gone = false;
+    bool repaired = false;
+    bool notApplied = false;
+    int solutionCode = 0;
+    int type = 0;
+    std::string time;
+};
+
+Json InferenceToJson(const kuraset::InferenceRecord& record) {
+    return {{"issue_code", record.issueCode},
+            {"transition", record.present},
+            {"solution_code", record.solutionCode},
+            {"register_time", record.registerTime},
+            {"last_update_time", record.lastUpdateTime}};
+}
+
+Json SolutionToJson(const kuraset::SolutionRecord& record) {
+    return {{"issue_code", record.issueCode},
+            {"solution_code", record.solutionCode},
+            {"type", record.type},
+            {"is_apply", record.applied},
+            {"register_time", record.registerTime}};
+}
+
+void PrintRecords(const Json& document) {
+    Table inferences(
+        {{"CODE", Table::Align::kRight}, {"PROBLEM"}, {"SOLUTION", Table::Align::kRight}, {"UPDATED"}});
+    for (const Json& record : document.at("inferences")) {
+        inferences.AddRow({record.at("issue_code").dump(),
+                           record.at("transition").get<bool>() ? "appeared" : "gone",
+                           record.at("solution_code").dump(), record.at("last_update_time")});
+    }
+    std::cout << "Inference records\n";
+    inferences.Print();
+    Table solutions({{"CODE", Table::Align::kRight},
+                     {"SOLUTION", Table::Align::kRight},
+                     {"TYPE", Table::Align::kRight},
+                     {"APPLIED"},
+                     {"RECORDED"}});
+    for (const Json& record : document.at("solutions")) {
+        solutions.AddRow({record.at("issue_code").dump(), record.at("solution_code").dump(),
+                          record.at("type").dump(), record.at("is_apply").get<bool>() ? "yes" : "no",
+                          record.at("register_time")});
+    }
+    std::cout << "\nSolution records\n";
+    solutions.Print();
+}
+
+Outcome ListRecords(const Session& session) {
+    const auto set = session.OpenSet();
+    Json document = {{"inferences", Json::array()}, {"solutions", Json::array()}};
+    for (const auto& record : set.ListInferences()) {
+        document["inferences"].push_back(InferenceToJson(record));
+    }
+    for (const auto& record : set.ListSolutions()) {
+        document["solutions"].push_back(SolutionToJson(record));
+    }
+    return {document, [document] { PrintRecords(document); }};
+}
+
+Outcome Report(const Session& session, const ReportOptions& options) {
+    const auto set = session.OpenSet();
+    const std::string time = options.time.empty() ? set.TimeNow() : options.time;
+    if (options.repaired) {
+        set.ReportSolution(options.code, options.solutionCode, options.type, !options.notApplied, time);
+        const Json document = {{"solution", SolutionToJson({options.code, options.solutionCode, options.type,
+                                                            !options.notApplied, time})}};
+        return {document, [options] { std::cout << "Recorded a repair of issue " << options.code << '\n'; }};
+    }
+    set.ReportInference(options.code, !options.gone, options.solutionCode, time, time);
+    const Json document = {
+        {"inference", InferenceToJson({options.code, !options.gone, options.solutionCode, time, time})}};
+    return {document, [options] {
+                std::cout << "Issue " << options.code << (options.gone ? " is gone\n" : " has appeared\n");
+            }};
+}
+
+}  // namespace
+
+void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    CLI::App* verb = app.add_subcommand("engine", "The diagnosis engine's records");
+    verb->require_subcommand(1);
+
+    verb->add_subcommand("list", "All records, newest first")->callback([&session, &selection] {
+        selection = {Place::kOutside, [&session] { return ListRecords(session); }};
+    });
+
+    CLI::App* report = verb->add_subcommand("report", "Add a record: the issue has appeared");
+    auto options = std::make_shared<ReportOptions>();
+    report->add_option("code", options->code, "Issue code")->required();
+    CLI::Option* gone = report->add_flag("--gone", options->gone, "The issue has gone away");
+    CLI::Option* repaired =
+        report->add_flag("--repaired", options->repaired, "A solution was recorded for it");
+    gone->excludes(repaired);
+    report->add_flag("--not-applied", options->notApplied, "The recorded solution was never applied")
+        ->needs(repaired);
+    report->add_option("--solution", options->solutionCode, "Solution code");
+    report->add_option("--type", options->type, "Solution type code")->needs(repaired);
+    report->add_option("--time", options->time, "Local time, 2026-01-31T23:59:59; the set's now when absent")
+        ->check([](const std::string& text) {
+            return kuraset::IsEngineTime(text) ? std::string() : "must look like 2026-01-31T23:59:59";
+        });
+    report->callback([&session, &selection, options] {
+        selection = {Place::kOutside, [&session, options] { return Report(session, *options); }};
+    });
+}
+
+}  // namespace cli

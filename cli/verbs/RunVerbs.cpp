@@ -1,0 +1,88 @@
+// A host of the user's own on the set: any program, in the sandbox in which the library's paths are the
+// set's, with the agent and the package manager beside it.
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "Verbs.h"
+#include "host/Inside.h"
+
+namespace cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct RunOptions {
+    std::string program;
+    std::vector<std::string> arguments;
+};
+
+/// The exit status of the program, 128 + n after signal n.
+int RunProgram(const std::vector<std::string>& line) {
+    std::vector<char*> pointers;
+    for (const std::string& argument : line) {
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    }
+    pointers.push_back(nullptr);
+    pid_t process = 0;
+    const int error = posix_spawn(&process, pointers[0], nullptr, nullptr, pointers.data(), environ);
+    if (error != 0) {
+        throw VerbError(ExitCode::kFailed, "cannot start " + line.front() + ": " + std::strerror(error));
+    }
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+Outcome Run(const Session& session, const RunOptions& options) {
+    const auto set = session.OpenSet();
+    const auto services = kuraset::SetServices::Start(set);
+    std::vector<std::string> line = {
+        (fs::path(kShownFolder) / fs::path(options.program).filename()).string()};
+    line.insert(line.end(), options.arguments.begin(), options.arguments.end());
+    const int status = RunProgram(line);
+    if (status > 128) {
+        throw VerbError(ExitCode::kFailed,
+                        options.program + " was ended by signal " + std::to_string(status - 128));
+    }
+    if (status != 0) {
+        throw VerbError(ExitCode::kFailed, options.program + " ended with status " + std::to_string(status));
+    }
+    return {{{"program", options.program}, {"status", status}}, [] {}};
+}
+
+/// The folder that the sandbox has to show. Only asked for outside, where the program's path still means it.
+fs::path FolderOf(const std::string& program) {
+    std::error_code error;
+    const fs::path path = fs::absolute(program, error).lexically_normal();
+    if (error || !fs::is_regular_file(path, error)) {
+        throw VerbError(ExitCode::kNoSuchItem, "no such program: " + program);
+    }
+    return path.parent_path();
+}
+
+}  // namespace
+
+void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    auto options = std::make_shared<RunOptions>();
+    CLI::App* verb = app.add_subcommand("run", "Run a host of your own on the set");
+    verb->add_option("program", options->program,
+                     "The program's file; it sees its own folder at /run/kura-host, and what it prints to "
+                     "standard output goes to standard error with --json")
+        ->required();
+    verb->add_option("argument", options->arguments, "Its arguments, behind -- when they begin with a dash");
+    verb->callback([&session, &selection, options] {
+        selection = {Place::kInside, [&session, options] { return Run(session, *options); },
+                     [options] { return FolderOf(options->program); }};
+    });
+}
+
+}  // namespace cli

@@ -1,0 +1,266 @@
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Verbs.h"
+#include "frame/Table.h"
+#include "scenario/Scenario.h"
+#include "scenario/StartSet.h"
+#include "set/SetUse.h"
+
+namespace cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+Json SetDocument(const kuraset::SetDirectory& set) {
+    return {{"set", set.Path().string()},
+            {"description", ToDocument(set.Description())},
+            {"image_type", set.ImageType()},
+            {"settings", set.ListSettings().size()},
+            {"inferences", set.ListInferences().size()},
+            {"solutions", set.ListSolutions().size()}};
+}
+
+void PrintSet(const Json& document) {
+    Table table({{"WHAT"}, {"VALUE"}});
+    table.AddRow({"set", document.at("set")});
+    for (const auto& [key, value] : document.at("description").items()) {
+        if (value.is_array()) {
+            table.AddRow({key, std::to_string(value.size()) + " entries"});
+        } else if (value.is_object()) {
+            for (const auto& [inner, innerValue] : value.items()) {
+                table.AddRow({std::string(key).append(".").append(inner), Shown(innerValue)});
+            }
+        } else {
+            table.AddRow({key, Shown(value)});
+        }
+    }
+    for (const char* key : {"settings", "inferences", "solutions"}) {
+        table.AddRow({key, document.at(key).dump()});
+    }
+    table.Print();
+}
+
+struct NewOptions {
+    std::string from;
+    std::string scenario;
+    bool force = false;
+};
+
+/// Whether there is a set to replace. Anything else that lies there is left alone.
+bool HoldsSet(const fs::path& path) {
+    std::error_code error;
+    if (!fs::exists(path, error) || fs::is_empty(path, error)) {
+        return false;
+    }
+    if (fs::exists(path / "format.json", error) && fs::exists(path / "files", error)) {
+        return true;  // whole, damaged, half made or from another version
+    }
+    try {
+        kuraset::SetDirectory::Open(path);
+    } catch (const kuraset::SetError&) {
+        throw VerbError(ExitCode::kFailed, path.string() + ": this is no set, so it is not replaced");
+    }
+    return true;
+}
+
+/// The new set is whole before the old one goes.
+kuraset::SetDirectory ReplaceSet(const fs::path& path,
+                                 const std::function<kuraset::SetDirectory(const fs::path&)>& make) {
+    const fs::path place = fs::canonical(path);
+    const fs::path fresh = place.string() + ".new-" + std::to_string(getpid());
+    const fs::path old = place.string() + ".old-" + std::to_string(getpid());
+    try {
+        make(fresh);
+        const kuraset::SetUse use(place);
+        fs::rename(place, old);
+        fs::rename(fresh, place);
+    } catch (...) {
+        fs::remove_all(fresh);
+        throw;
+    }
+    fs::remove_all(old);
+    return kuraset::SetDirectory::Open(path);
+}
+
+kuraset::SetDirectory MakeStartOf(const fs::path& file, const fs::path& path) {
+    const auto scenario = scenario::ReadScenario(file);
+    const auto set = MakeSet(path, scenario.base.empty() ? ExamplesFolder() : scenario.base);
+    scenario::Apply(scenario.start, set);
+    return set;
+}
+
+Outcome NewSet(const Session& session, const NewOptions& options) {
+    const fs::path path = session.SetPath();
+    if (!options.scenario.empty()) {
+        scenario::ReadScenario(options.scenario);  // refused before anything is made
+    }
+    const auto make = [&options](const fs::path& place) {
+        if (!options.scenario.empty()) {
+            return MakeStartOf(options.scenario, place);
+        }
+        return MakeSet(place, options.from.empty() ? ExamplesFolder() : fs::path(options.from));
+    };
+    const auto set = options.force && HoldsSet(path) ? ReplaceSet(path, make) : make(path);
+    const Json document = SetDocument(set);
+    return {document, [document] {
+                std::cout << "Made a set at " << document.at("set").get<std::string>() << ": "
+                          << document.at("inferences") << " inference records, " << document.at("solutions")
+                          << " solution records, " << document.at("settings") << " settings keys\n";
+            }};
+}
+
+Outcome ShowSet(const Session& session) {
+    const Json document = SetDocument(session.OpenSet());
+    return {document, [document] { PrintSet(document); }};
+}
+
+/// After an edit of set.json: the new applications' folders, files and icons.
+Outcome LayOut(const Session& session) {
+    const auto set = session.OpenSet();
+    set.LayOutApps();
+    return {SetDocument(set), [] { std::cout << "laid out the applications of the set\n"; }};
+}
+
+/// "faults.agent", "apps.2.skip", "features.a/b\\.c": the steps of a path into set.json. A backslash takes
+/// the special meaning from the character behind it.
+std::vector<std::string> StepsOf(const std::string& key) {
+    std::vector<std::string> steps(1);
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        if (key[i] == '\\' && i + 1 < key.size()) {
+            steps.back() += key[++i];
+        } else if (key[i] == '.') {
+            steps.emplace_back();
+        } else {
+            steps.back() += key[i];
+        }
+    }
+    for (const std::string& step : steps) {
+        if (step.empty()) {
+            throw VerbError(ExitCode::kUsage, "not a path into set.json: \"" + key + "\"");
+        }
+    }
+    return steps;
+}
+
+/// The element of a list that a step names; one behind the last for a new one.
+std::size_t IndexIn(const nlohmann::json& list, const std::string& step, const std::string& key) {
+    const bool digits = step.size() < 9 && step.find_first_not_of("0123456789") == std::string::npos;
+    const std::size_t index = digits ? std::stoul(step) : list.size() + 1;
+    if (index > list.size()) {
+        throw VerbError(ExitCode::kUsage,
+                        key + ": \"" + step + "\" is no element of a list of " + std::to_string(list.size()));
+    }
+    return index;
+}
+
+/// A value at its place; null removes what is there, and then every object on the way that is empty now.
+void PutAt(nlohmann::json& at, const std::vector<std::string>& steps, std::size_t depth,
+           const nlohmann::json& value, const std::string& key) {
+    if (depth == steps.size()) {
+        at = value;
+        return;
+    }
+    const std::string& step = steps[depth];
+    const bool last = depth + 1 == steps.size();
+    if (at.is_array()) {
+        const std::size_t index = IndexIn(at, step, key);
+        if (index == at.size() && value.is_null()) {
+            return;
+        }
+        if (last && value.is_null()) {
+            at.erase(index);
+            return;
+        }
+        if (index == at.size()) {
+            at.push_back(nullptr);
+        }
+        PutAt(at[index], steps, depth + 1, value, key);
+        return;
+    }
+    if (!at.is_object()) {
+        at = nlohmann::json::object();  // "faults.agent.mode" where faults.agent was a text
+    }
+    if (value.is_null() && (last || !at.contains(step))) {
+        at.erase(step);
+        return;
+    }
+    PutAt(at[step], steps, depth + 1, value, key);
+    if (value.is_null() && at[step].is_object() && at[step].empty()) {
+        at.erase(step);
+    }
+}
+
+struct PutOptions {
+    std::string key;
+    std::string value;
+};
+
+Outcome Put(const Session& session, const PutOptions& options) {
+    const auto set = session.OpenSet();
+    nlohmann::json value = nlohmann::json::parse(options.value, nullptr, false);
+    if (value.is_discarded()) {
+        value = options.value;
+    }
+    nlohmann::json description = set.Description();
+    const auto steps = StepsOf(options.key);
+    PutAt(description, steps, 0, value, options.key);
+    set.Describe(description);
+    if (steps.front() == "apps") {
+        set.LayOutApps();
+    }
+    const Json document = {{"key", options.key}, {"value", ToDocument(value)}};
+    return {document, [document] {
+                std::cout << document.at("key").get<std::string>()
+                          << (document.at("value").is_null() ? std::string(" removed")
+                                                             : " = " + Shown(document.at("value")))
+                          << '\n';
+            }};
+}
+
+}  // namespace
+
+void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    CLI::App* verb = app.add_subcommand("set", "The simulated set itself");
+    verb->require_subcommand(1);
+
+    CLI::App* make = verb->add_subcommand("new", "Make a set from the examples");
+    auto options = std::make_shared<NewOptions>();
+    make->add_option("--from", options->from, "A folder laid out as the examples are")
+        ->check(CLI::ExistingDirectory);
+    make->add_option("--scenario", options->scenario, "As it is before the first step of this scenario")
+        ->excludes("--from");
+    make->add_flag("--force", options->force, "Replace the set that is there");
+    make->callback([&session, &selection, options] {
+        selection = {Place::kOutside, [&session, options] { return NewSet(session, *options); }};
+    });
+
+    verb->add_subcommand("lay-out", "Make the files of the applications that set.json names")
+        ->callback([&session, &selection] {
+            selection = {Place::kOutside, [&session] { return LayOut(session); }};
+        });
+
+    CLI::App* put = verb->add_subcommand("put", "Change what set.json says");
+    auto putOptions = std::make_shared<PutOptions>();
+    put->add_option("key", putOptions->key,
+                    "Path into set.json: faults.agent, apps.2.skip; a backslash before a dot that belongs to "
+                    "a name")
+        ->required();
+    put->add_option("value", putOptions->value, "JSON, or else a text; null removes")->required();
+    put->callback([&session, &selection, putOptions] {
+        selection = {Place::kOutside, [&session, putOptions] { return Put(session, *putOptions); }};
+    });
+
+    verb->add_subcommand("show", "What the set is")->callback([&session, &selection] {
+        selection = {Place::kOutside, [&session] { return ShowSet(session); }};
+    });
+}
+
+}  // namespace cli

@@ -1,0 +1,44 @@
+// The verbs, grouped as the files that hold them. Each function declares its verbs; the verb that the command
+// line names leaves in the selection what to run.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <functional>
+
+#include "frame/Outcome.h"
+#include "frame/Session.h"
+
+namespace cli {
+
+/// Where a verb's work is done.
+enum class Place {
+    kOutside,  ///< on the set's files alone
+    kInside,   ///< with the library loaded, in the sandbox
+};
+
+struct Selection {
+    Place place = Place::kOutside;
+    std::function<Outcome()> run;
+    /// For a verb of kInside: a folder of the user's that it needs to see, at kShownFolder (Inside.h).
+    std::function<std::filesystem::path()> show = {};
+    /// For a verb of kInside: the set to run on, where that is not the session's own.
+    std::function<kuraset::SetDirectory()> on = {};
+};
+
+void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddSettingsVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddJournalVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddServeVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddMapVerbs(CLI::App& app, Selection& selection);
+void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);
+
+}  // namespace cli

@@ -1,0 +1,115 @@
+// Why an issue is on a list or not.
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "Verbs.h"
+#include "explain/SetCopy.h"
+#include "explain/Why.h"
+#include "frame/Table.h"
+#include "host/HostSetUp.h"
+#include "scenario/Process.h"
+#include "set/KuraSet.h"
+
+namespace cli {
+
+namespace {
+
+struct WhyOptions {
+    std::string code;
+    std::string list = "start";
+};
+
+void PrintVerdict(const Json& verdict, const std::string& list) {
+    std::cout << "issue " << verdict.at("issue_code").get<std::string>() << " is "
+              << (verdict.at("listed").get<bool>() ? "" : "not ") << "on the " << list << " list\n";
+    for (const Json& test : verdict.at("tests")) {
+        const std::string name = test.at("test").get<std::string>();
+        std::cout << (test.at("passed").get<bool>() ? "  yes  " : "  no   ") << name
+                  << std::string(name.size() < 16 ? 16 - name.size() : 1, ' ')
+                  << test.at("saw").get<std::string>() << '\n';
+    }
+}
+
+void PrintAll(const Json& verdicts) {
+    Table table({{"ISSUE", Table::Align::kRight}, {"LISTED"}, {"DECIDED BY"}, {"WHAT WAS SEEN"}});
+    for (const Json& verdict : verdicts) {
+        table.AddRow({verdict.at("issue_code").get<std::string>(),
+                      verdict.at("listed").get<bool>() ? "yes" : "no",
+                      verdict.at("decided_by").get<std::string>(),
+                      verdict.at("tests").back().at("saw").get<std::string>()});
+    }
+    table.Print();
+}
+
+/// The copy on which the question is asked: asking leaves no trace on the set. A planned cut of power would
+/// end the question instead of a diagnosis.
+class Questioned {
+public:
+    kuraset::SetDirectory Prepare(const kuraset::SetDirectory& set) {
+        try {
+            scenario::EndInGoodOrder();
+            m_copy = std::make_unique<SetCopy>(set);
+        } catch (const scenario::Interrupted&) {
+            throw VerbError(ExitCode::kFailed, "interrupted; the set is as it was");
+        }
+        const auto copy = m_copy->Set();
+        auto description = copy.Description();
+        if (description.contains("faults") && description.at("faults").erase("kill_at") > 0) {
+            copy.Describe(description);
+        }
+        return copy;
+    }
+
+private:
+    std::unique_ptr<SetCopy> m_copy;
+};
+
+/// Why no completion reaches the library, empty when one does.
+std::string EngineFailure(const kuraset::SetDirectory& set) {
+    const auto faults = set.Description().value("/faults/engine"_json_pointer, kuraset::json::object());
+    if (faults.value("silent", false)) {
+        return "the engine takes the subscription and never delivers";
+    }
+    const int result = faults.value("subscribe", 0);
+    return result == 0 ? "" : "the engine refuses the subscription with " + std::to_string(result);
+}
+
+Outcome Why(const Session& session, const WhyOptions& options) {
+    const auto set = session.OpenSet();
+    SetUpHost(set);
+    const ProblemList list = options.list == "home" ? ProblemList::kHome : ProblemList::kStart;
+    const Json document = {{"list", options.list},
+                           {"issues", ToJson(Explain(list, options.code, EngineFailure(set)))}};
+    const bool isOne = !options.code.empty();
+    return {document, [document, isOne] {
+                const Json& verdicts = document.at("issues");
+                if (!isOne) {
+                    PrintAll(verdicts);
+                    return;
+                }
+                for (std::size_t i = 0; i < verdicts.size(); ++i) {
+                    std::cout << (i > 0 ? "\n" : "");
+                    PrintVerdict(verdicts[i], document.at("list").get<std::string>());
+                }
+            }};
+}
+
+}  // namespace
+
+void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection) {
+    auto options = std::make_shared<WhyOptions>();
+    CLI::App* verb = app.add_subcommand(
+        "why", "Why an issue is on a list or not: each test, what it saw, and the last decides");
+    verb->add_option("code", options->code, "Issue code; every issue without it");
+    verb->add_option("--list", options->list, "start: after a diagnosis; home: what remains unfixed")
+        ->check(CLI::IsMember({"start", "home"}))
+        ->capture_default_str();
+    verb->callback([&session, &selection, options] {
+        selection = {Place::kInside, [&session, options] { return Why(session, *options); }};
+        const auto questioned = std::make_shared<Questioned>();
+        selection.on = [&session, questioned] { return questioned->Prepare(session.OpenSet()); };
+    });
+}
+
+}  // namespace cli

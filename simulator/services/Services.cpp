@@ -1,0 +1,311 @@
+// Starting and ending the processes beside the host. Each says that it is ready on a pipe of its own, and
+// each gets a signal from the kernel when the host dies, so that nothing is left behind.
+#include "set/KuraSet.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "set/FileAccess.h"
+
+namespace kuraset {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// The agent finishes what it was asked for, a command of five seconds perhaps.
+constexpr std::chrono::milliseconds kEndPatience{7000};
+
+[[noreturn]] void Refuse(const std::string& text) {
+    throw SetError(SetError::Kind::Io, text);
+}
+
+fs::path OwnFolder() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    if (error) {
+        Refuse("/proc/self/exe: cannot read: " + error.message());
+    }
+    return program.parent_path();
+}
+
+/// What a child says on standard output and error: the bus complains about limits that it cannot raise.
+enum class Chatter { Kept, Dropped };
+
+struct ChildNature {
+    std::string name;
+    Chatter chatter = Chatter::Kept;
+    std::vector<int> inherited;  ///< descriptors that it keeps
+};
+
+/// One child process; ended when the object goes.
+class Child {
+public:
+    Child() = default;
+    Child(const ChildNature& nature, std::vector<std::string> arguments);
+    Child(Child&& other) noexcept
+        : m_name(std::move(other.m_name)), m_process(std::exchange(other.m_process, 0)) {}
+    Child& operator=(Child&& other) noexcept {
+        std::swap(m_name, other.m_name);
+        std::swap(m_process, other.m_process);
+        return *this;
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    ~Child() { End(); }
+
+    pid_t Process() const { return m_process; }
+    void End() noexcept;
+
+private:
+    std::string m_name;
+    pid_t m_process = 0;
+};
+
+Child::Child(const ChildNature& nature, std::vector<std::string> arguments) : m_name(nature.name) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+
+    const pid_t parent = getpid();
+    m_process = fork();
+    if (m_process < 0) {
+        Refuse(m_name + ": cannot start: " + std::strerror(errno));
+    }
+    if (m_process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != parent) {
+            _exit(127);
+        }
+        for (const int descriptor : nature.inherited) {
+            fcntl(descriptor, F_SETFD, 0);
+        }
+        const int nowhere = open("/dev/null", O_RDWR);
+        dup2(nowhere, STDIN_FILENO);
+        if (nature.chatter == Chatter::Dropped) {
+            dup2(nowhere, STDERR_FILENO);
+        }
+        // Standard output belongs to what the host prints.
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        execvp(pointers[0], pointers.data());
+        _exit(127);
+    }
+}
+
+void Child::End() noexcept {
+    if (m_process <= 0) {
+        return;
+    }
+    const pid_t process = std::exchange(m_process, 0);
+    const auto limit = Clock::now() + kEndPatience;
+    kill(process, SIGTERM);
+    while (waitpid(process, nullptr, WNOHANG) == 0) {
+        if (Clock::now() > limit) {
+            kill(process, SIGKILL);
+            waitpid(process, nullptr, 0);
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+struct Pipe {
+    Descriptor readEnd;
+    Descriptor writeEnd;
+
+    Pipe() {
+        std::array<int, 2> ends{};
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            Refuse(std::string("pipe: ") + std::strerror(errno));
+        }
+        readEnd = Descriptor(ends[0]);
+        writeEnd = Descriptor(ends[1]);
+    }
+};
+
+/// The first line that arrives; throws when the writer ends without one or the time is over.
+std::string FirstLine(const Pipe& pipe, const std::string& name, std::chrono::milliseconds patience) {
+    const auto limit = Clock::now() + patience;
+    std::string line;
+    while (true) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now()).count();
+        pollfd watched{pipe.readEnd.Number(), POLLIN, 0};
+        const int found = left <= 0 ? 0 : poll(&watched, 1, static_cast<int>(left));
+        if (found < 0 && errno == EINTR) {
+            continue;
+        }
+        char letter = 0;
+        if (found <= 0) {
+            Refuse(name + ": is not ready after " + std::to_string(patience.count()) + " ms");
+        }
+        if (read(pipe.readEnd.Number(), &letter, 1) != 1) {
+            Refuse(name + ": ended before it was ready");
+        }
+        if (letter == '\n') {
+            return line;
+        }
+        line += letter;
+    }
+}
+
+/// Starts a program with the number of a pipe's end in its arguments ("%ready") and waits for its line.
+Child StartReady(ChildNature nature, std::vector<std::string> arguments, std::chrono::milliseconds patience,
+                 std::string& line) {
+    Pipe pipe;
+    for (std::string& argument : arguments) {
+        const std::size_t at = argument.find("%ready");
+        if (at != std::string::npos) {
+            argument.replace(at, std::strlen("%ready"), std::to_string(pipe.writeEnd.Number()));
+        }
+    }
+    nature.inherited.push_back(pipe.writeEnd.Number());
+    Child child(nature, std::move(arguments));
+    pipe.writeEnd.Reset();
+    line = FirstLine(pipe, nature.name, patience);
+    return child;
+}
+
+/// A bus that admits nobody but this user and knows no service files. Its socket has a name and no file, so
+/// that nothing stays behind however the host ends.
+std::string BusConfiguration(const std::string& name) {
+    return "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+           " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+           "<busconfig>\n  <type>session</type>\n  <listen>unix:abstract=" +
+           name +
+           "</listen>\n"
+           "  <auth>EXTERNAL</auth>\n"
+           "  <policy context=\"default\">\n    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
+           "    <allow eavesdrop=\"true\"/>\n    <allow own=\"*\"/>\n  </policy>\n</busconfig>\n";
+}
+
+/// A file that only this process and its children can see.
+Descriptor HiddenFile(const std::string& text) {
+    Descriptor file(memfd_create("kura-bus", MFD_CLOEXEC));
+    if (!file || !WriteAll(file.Number(), text)) {
+        Refuse(std::string("bus configuration: cannot write: ") + std::strerror(errno));
+    }
+    return file;
+}
+
+std::string FaultMode(const json& description, const char* service) {
+    const json fault = description.value("faults", json::object()).value(service, json());
+    return fault.is_string() ? fault.get<std::string>() : fault.is_object() ? fault.value("mode", "") : "";
+}
+
+}  // namespace
+
+struct SetServices::Impl {
+    bool busNamed = false;  ///< in this process's environment
+    Child bus;
+    Child packageManager;
+    Child agent;
+
+    ~Impl() { Stop(); }
+
+    void Stop() noexcept {
+        agent.End();
+        packageManager.End();
+        bus.End();
+        if (std::exchange(busNamed, false)) {
+            unsetenv(kPackageBusVariable);
+        }
+    }
+
+    void StartBus(const Options& options);
+    void StartPackageManager(const SetDirectory& set, const Options& options, const fs::path& programs);
+    void StartAgent(const SetDirectory& set, const Options& options, const fs::path& programs);
+};
+
+void SetServices::Impl::StartBus(const Options& options) {
+    std::random_device random;
+    const std::string name =
+        "kura-bus-" + std::to_string(getpid()) + "-" + std::to_string(random()) + std::to_string(random());
+    const Descriptor configuration = HiddenFile(BusConfiguration(name));
+    std::string address;
+    bus = StartReady({"dbus-daemon", Chatter::Dropped, {configuration.Number()}},
+                     {"dbus-daemon", "--nofork", "--nopidfile", "--nosyslog", "--print-address=%ready",
+                      "--config-file=/proc/self/fd/" + std::to_string(configuration.Number())},
+                     options.patience, address);
+    setenv(kPackageBusVariable, address.c_str(), 1);
+    busNamed = true;
+}
+
+void SetServices::Impl::StartPackageManager(const SetDirectory& set, const Options& options,
+                                            const fs::path& programs) {
+    std::string line;
+    packageManager = StartReady({"kura-pkgmgrd", Chatter::Kept, {}},
+                                {(programs / "kura-pkgmgrd").string(), "--set", set.Path().string(), "--opt",
+                                 options.opt.string(), "--ready-fd", "%ready"},
+                                options.patience, line);
+}
+
+void SetServices::Impl::StartAgent(const SetDirectory& set, const Options& options,
+                                   const fs::path& programs) {
+    std::string line;
+    agent = StartReady({"kura-agentd", Chatter::Kept, {}},
+                       {(programs / "kura-agentd").string(), "--set", set.Path().string(), "--opt",
+                        options.opt.string(), "--tmp", options.tmp.string(), "--ready-fd", "%ready"},
+                       options.patience, line);
+}
+
+SetServices SetServices::Start(const SetDirectory& set, const Options& options) {
+    const json description = set.Description();
+    const fs::path programs = options.programs.empty() ? OwnFolder() : options.programs;
+    auto impl = std::make_unique<Impl>();
+
+    const std::string packageFault = FaultMode(description, "pkgmgr");
+    if (options.packageManager && packageFault != "absent") {
+        impl->StartBus(options);
+        if (packageFault != "no_service") {
+            impl->StartPackageManager(set, options, programs);
+        }
+    }
+    if (options.agent && FaultMode(description, "agent") != "absent") {
+        impl->StartAgent(set, options, programs);
+    }
+    return SetServices(std::move(impl));
+}
+
+SetServices SetServices::Start(const SetDirectory& set) {
+    return Start(set, Options());
+}
+
+SetServices::SetServices(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
+SetServices::SetServices(SetServices&&) noexcept = default;
+SetServices& SetServices::operator=(SetServices&&) noexcept = default;
+SetServices::~SetServices() = default;
+
+int SetServices::BusProcess() const {
+    return m_impl ? m_impl->bus.Process() : 0;
+}
+int SetServices::PackageManagerProcess() const {
+    return m_impl ? m_impl->packageManager.Process() : 0;
+}
+int SetServices::AgentProcess() const {
+    return m_impl ? m_impl->agent.Process() : 0;
+}
+
+void SetServices::Stop() noexcept {
+    if (m_impl) {
+        m_impl->Stop();
+    }
+}
+
+}  // namespace kuraset

@@ -1,0 +1,77 @@
+#include "FileAccess.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "KuraSet.h"
+
+namespace kuraset {
+
+namespace {
+
+[[noreturn]] void Refuse(const std::filesystem::path& path, const char* step, int error) {
+    throw SetError(SetError::Kind::Io, path.string() + ": cannot " + step + ": " + std::strerror(error));
+}
+
+}  // namespace
+
+std::optional<std::string> ReadWhole(const std::filesystem::path& path) {
+    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file) {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            return std::nullopt;
+        }
+        Refuse(path, "open", errno);
+    }
+
+    std::string text;
+    char chunk[16384];
+    while (true) {
+        const ssize_t count = read(file.Number(), chunk, sizeof chunk);
+        if (count == 0) {
+            return text;
+        }
+        if (count > 0) {
+            text.append(chunk, static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            Refuse(path, "read", errno);
+        }
+    }
+}
+
+void ReplaceWhole(const std::filesystem::path& path, const std::string& text) {
+    static std::atomic<unsigned int> counter{0};
+    const std::filesystem::path fresh =
+        path.string() + "." + std::to_string(getpid()) + "." + std::to_string(counter++) + ".new";
+
+    Descriptor file(open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+    if (!file) {
+        Refuse(path, "write", errno);
+    }
+    if (!WriteAll(file.Number(), text) || fsync(file.Number()) != 0 ||
+        rename(fresh.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        unlink(fresh.c_str());
+        Refuse(path, "write", error);
+    }
+}
+
+FileLock::FileLock(const std::filesystem::path& path)
+    : m_descriptor(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666)) {
+    if (!m_descriptor) {
+        Refuse(path, "lock", errno);
+    }
+    while (flock(m_descriptor.Number(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            Refuse(path, "lock", errno);
+        }
+    }
+}
+
+}  // namespace kuraset

@@ -1,0 +1,197 @@
+// Set-up and inspection of a simulated set, for whoever hosts it (the kura command, tests): the set's
+// directory, its settings, the engine's records, the journal, and the services that run beside the host.
+//
+// Inside the sandbox the directory is bound at kBoundSetDirectory and named by the environment variable
+// kSetDirectoryVariable; every function below works the same inside and outside. Values may be shared between
+// processes: settings are locked and replaced whole, journal lines are appended whole.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace kuraset {
+
+using json = nlohmann::json;
+
+constexpr const char* kSetDirectoryVariable = "KURA_SET_DIR";
+constexpr const char* kBoundSetDirectory = "/run/kura-set";
+/// A standing clock for a set whose description has none, as "2026-01-31T23:59:59".
+constexpr const char* kClockVariable = "KURA_SET_CLOCK";
+constexpr const char* kPackageBusVariable = "KURA_PKGMGR_BUS";
+
+class SetError : public std::runtime_error {
+public:
+    enum class Kind {
+        NotFound,  ///< no set at that path, or no such key
+        Damaged,   ///< a file of the set does not say what it must; the message names file and key
+        Io,  ///< the system refused: permissions, disk full, a busy database, a service that did not start
+    };
+
+    SetError(Kind kind, const std::string& message) : std::runtime_error(message), m_kind(kind) {}
+    Kind kind() const { return m_kind; }
+
+private:
+    Kind m_kind;
+};
+
+/// Checks what set.json would hold: unknown keys, wrong types, numbers out of range. Throws SetError::Damaged
+/// with the place of the first difference, as in "set.json: apps[2].skip: must be a whole number".
+void CheckDescription(const json& description);
+
+/// One row of the engine's inference table.
+struct InferenceRecord {
+    int issueCode = 0;
+    bool present = false;  ///< the problem appeared (true) or went away (false)
+    int solutionCode = 0;
+    std::string registerTime;
+    std::string lastUpdateTime;
+};
+
+/// One row of the engine's solution table.
+struct SolutionRecord {
+    int issueCode = 0;
+    int solutionCode = 0;
+    int type = 0;
+    bool applied = false;
+    std::string registerTime;
+};
+
+/// Local time as the engine writes it: "2026-01-31T23:59:59". Of this process's set, when its clock stands
+/// still; SetDirectory::TimeNow tells it of any set.
+std::string EngineTimeNow();
+bool IsEngineTime(const std::string& text);
+
+/// One set. Copies name the same directory. Every function throws SetError unless it says otherwise.
+class SetDirectory {
+public:
+    /// Makes a new set: the directory (its parents too), set.json, settings.json, files/ with the folders
+    /// that a set has from the factory, the engine's databases and the folders and files of the apps
+    /// (LayOutApps). Io when the directory exists and is not empty. settings: an object of whole numbers,
+    /// booleans and texts. fill adds what else belongs to the set before it counts as made; when anything
+    /// throws, nothing is left of it.
+    static SetDirectory Create(const std::filesystem::path& path, const json& description,
+                               const json& settings = json::object(),
+                               const std::function<void(const SetDirectory&)>& fill = {});
+
+    /// Opens a set and checks its format, set.json and settings.json.
+    static SetDirectory Open(const std::filesystem::path& path);
+
+    /// The set that the environment names; NotFound when it names none.
+    static SetDirectory FromEnvironment();
+
+    const std::filesystem::path& Path() const { return m_path; }
+    std::filesystem::path DescriptionPath() const { return m_path / "set.json"; }
+    std::filesystem::path SettingsPath() const { return m_path / "settings.json"; }
+    std::filesystem::path JournalPath() const { return m_path / "journal.jsonl"; }
+    std::filesystem::path FilesOpt() const { return m_path / "files" / "opt"; }
+    std::filesystem::path FilesHome() const { return m_path / "files" / "home"; }
+    std::filesystem::path FilesTmp() const { return m_path / "files" / "tmp"; }
+
+    // --- What the set is (the keys: docs/simulated-set.md) ---
+
+    /// set.json as it stands, without defaults.
+    json Description() const;
+    /// Checks and replaces set.json. A process that runs on the set sees it from its next call on.
+    void Describe(const json& description) const;
+    /// What the set's clock shows, as EngineTimeNow writes it: "clock" of set.json, or the machine's time.
+    std::string TimeNow() const;
+    /// "release", "debug" or "perf".
+    std::string ImageType() const;
+    /// The file to bind at /proc/vex_chipid_val, brought up to date; none when the set has no chip id.
+    std::optional<std::filesystem::path> ChipIdFile() const;
+    /// "", "read-only" or "full": what the sandbox has to do with /opt.
+    std::string OptFault() const;
+    /// Creates what is missing of the folders, files of the given sizes and icons of every app in set.json.
+    void LayOutApps() const;
+
+    // --- Settings: whole numbers of 32 bits, booleans, texts ---
+
+    std::optional<json> GetSetting(const std::string& key) const;
+    void SetSetting(const std::string& key, const json& value) const;
+    json ListSettings() const;
+    /// False when there was no such key.
+    bool RemoveSetting(const std::string& key) const;
+
+    // --- The engine's records, newest first ---
+
+    /// Appends a row. Empty times mean the set's now; an empty lastUpdateTime means the registerTime.
+    void ReportInference(int issueCode, bool present, int solutionCode = 0,
+                         const std::string& registerTime = "", const std::string& lastUpdateTime = "") const;
+    void ReportSolution(int issueCode, int solutionCode, int type, bool applied,
+                        const std::string& registerTime = "") const;
+    std::vector<InferenceRecord> ListInferences() const;
+    std::vector<SolutionRecord> ListSolutions() const;
+    void ForgetRecords() const;
+
+    // --- The journal: what the library asked of the set ---
+
+    /// Adds "time" in front when the entry has none. False when the line could not be written whole; never
+    /// throws.
+    bool AppendJournal(const json& entry) const noexcept;
+    /// All entries in order, or those of one kind. A line that is not JSON, as a cut of power leaves it,
+    /// comes back as {"kind":"damaged","line":n}.
+    std::vector<json> ReadJournal(const std::string& kind = "") const;
+    void ClearJournal() const;
+
+private:
+    explicit SetDirectory(std::filesystem::path path);
+
+    std::filesystem::path m_path;
+};
+
+/// Waits until every subscription that this process armed has been delivered. True when that happened in time
+/// (also when nothing was armed). failure becomes the text of the first exception that reached the engine's
+/// thread since the last wait, or empty; such an exception does not make the result false. Not from the
+/// engine's thread.
+bool WaitForEngine(std::chrono::milliseconds timeout, std::string& failure);
+
+/// The processes beside the host: the package manager on its private bus and the agent. Start them from
+/// inside the sandbox, on the main thread and before other threads exist (the bus address goes into this
+/// process's environment); they end with the object and with the process.
+class SetServices {
+public:
+    struct Options {
+        bool packageManager = true;
+        bool agent = true;
+        std::filesystem::path
+            programs;  ///< folder of kura-agentd and kura-pkgmgrd; empty: that of this executable
+        std::filesystem::path opt = "/opt";  ///< what the services take for /opt and /tmp
+        std::filesystem::path tmp = "/tmp";
+        std::chrono::milliseconds patience{10000};  ///< how long to wait for each to be ready
+    };
+
+    /// Returns when everything is ready; throws SetError::Io when something does not start. A service that
+    /// the set's faults declare absent is not started, and that is no error.
+    static SetServices Start(const SetDirectory& set, const Options& options);
+    static SetServices Start(const SetDirectory& set);
+
+    SetServices(SetServices&&) noexcept;
+    SetServices& operator=(SetServices&&) noexcept;
+    SetServices(const SetServices&) = delete;
+    SetServices& operator=(const SetServices&) = delete;
+    ~SetServices();
+
+    /// Process numbers, 0 when not running: for a test that takes one away.
+    int BusProcess() const;
+    int PackageManagerProcess() const;
+    int AgentProcess() const;
+
+    void Stop() noexcept;
+
+private:
+    struct Impl;
+    explicit SetServices(std::unique_ptr<Impl> impl);
+
+    std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace kuraset

@@ -1,0 +1,43 @@
+#include "Descriptor.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <utility>
+
+#include <unistd.h>
+
+namespace support {
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+    if (this != &other) {
+        Reset();
+        m_number = other.Release();
+    }
+    return *this;
+}
+
+int Descriptor::Release() {
+    return std::exchange(m_number, -1);
+}
+
+void Descriptor::Reset() {
+    if (m_number >= 0) {
+        close(m_number);
+        m_number = -1;
+    }
+}
+
+bool WriteAll(int descriptor, const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
+        if (count > 0) {
+            done += static_cast<std::size_t>(count);
+        } else if (count == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace support

@@ -1,0 +1,30 @@
+// An open file descriptor that closes itself, and writing to one until everything is written.
+#pragma once
+
+#include <string>
+
+namespace support {
+
+/// Owns a file descriptor. Movable, not copyable; -1 is none.
+class Descriptor {
+public:
+    explicit Descriptor(int number = -1) : m_number(number) {}
+    Descriptor(Descriptor&& other) noexcept : m_number(other.Release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { Reset(); }
+
+    int Number() const { return m_number; }
+    explicit operator bool() const { return m_number >= 0; }
+    int Release();
+    void Reset();
+
+private:
+    int m_number;
+};
+
+/// Writes the whole text. False with errno set when the system refuses; part of the text may then be written.
+bool WriteAll(int descriptor, const std::string& text);
+
+}  // namespace support

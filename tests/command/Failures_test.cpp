@@ -1,0 +1,221 @@
+// Bad documents, a set that misbehaves, and bad command lines: a clear answer, the documented exit code,
+// nothing lost.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Kura.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using command::Answer;
+using command::Codes;
+using command::Kura;
+using nlohmann::json;
+using testing::HasSubstr;
+
+std::string ErrorOf(const Answer& answer) {
+    const json document = answer.Document();
+    return document.is_object() && document.contains("error") ? document["error"].value("message", "") : "";
+}
+
+bool Logged(const Kura& kura, const std::string& message) {
+    const json document = kura.Json({"log"});
+    for (const json& line : document.at("lines")) {
+        if (line.at("message").get<std::string>().find(message) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST(BadDocument, MissingGivesAnEmptyListAndSaysSo) {
+    const Kura kura;
+    fs::remove(kura.Map());
+    const json document = kura.Json({"diagnose"});
+    EXPECT_TRUE(document.at("problems").empty());
+    EXPECT_EQ(document.at("map").at("version"), -1);
+    EXPECT_TRUE(Logged(kura, "Unable to open XML file /opt/usr/share/TVKuraHelp/SolutionMap.xml"));
+    EXPECT_TRUE(Logged(kura, "Parse error!!!!"));
+}
+
+TEST(BadDocument, EmptyGivesAnEmptyMap) {
+    const Kura kura;
+    kura.WriteMap("");
+    EXPECT_TRUE(kura.Json({"diagnose"}).at("problems").empty());
+    EXPECT_FALSE(Logged(kura, "Parse error!!!!"));
+}
+
+TEST(BadDocument, MalformedKeepsWhatWasReadBefore) {
+    const Kura kura;
+    kura.WriteMap("<map><sm cnt=\"1\"/><solution issue_code=\"1001\" view_authority=\"USER\"/>\n<broken <");
+    EXPECT_EQ(Codes(kura.Json({"diagnose"}).at("problems")), std::vector<std::string>{"1001"});
+    EXPECT_TRUE(Logged(kura, "Parsing failed."));
+}
+
+TEST(BadDocument, TruncatedStillDiagnoses) {
+    const Kura kura;
+    const std::string text = command::ReadFile(kura.Map());
+    kura.WriteMap(text.substr(0, text.size() / 2));
+    const Answer answer = kura.Run({"diagnose", "--json"});
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(ErrorOf(answer), HasSubstr("vector::_M_range_check: __n (which is "));
+}
+
+TEST(BadDocument, AValueBeforeEverySolutionIsReported) {
+    const Kura kura;
+    kura.WriteMap("<map><sol_val param_value=\"1\"/></map>");
+    const Answer answer = kura.Run({"diagnose", "--json"});
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_EQ(ErrorOf(answer),
+              "vector::_M_range_check: __n (which is 4294967295) >= this->size() (which is 0)");
+}
+
+TEST(BadDocument, ADeclaredCountTooLargeEndsTheRunOnTheEnginesThread) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    kura.WriteMap("<map><sm cnt=\"3\"/><solution issue_code=\"1001\" view_authority=\"USER\"/></map>");
+    const Answer answer = kura.Run({"diagnose", "--json"});
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(ErrorOf(answer),
+                HasSubstr("vector::_M_range_check: __n (which is 1) >= this->size() (which is 1)"));
+    EXPECT_EQ(kura.Json({"problems"}).at("problems").size(), 11U);
+}
+
+TEST(BadDocument, DeepNestingIsRead) {
+    const Kura kura;
+    std::string text = "<map><sm cnt=\"1\"/>";
+    for (int i = 0; i < 200000; ++i) {
+        text += "<a>";
+    }
+    kura.WriteMap(text + "<solution issue_code=\"1001\" view_authority=\"USER\"/>");
+    EXPECT_EQ(Codes(kura.Json({"diagnose"}).at("problems")), std::vector<std::string>{"1001"});
+}
+
+TEST(BadSet, ADamagedStoreIsAnEmptyListAndTheNextDiagnosisSaysWhy) {
+    const Kura kura;
+    command::WriteFile(kura.Opt("usr/home/owner/share/remaining.db"),
+                       "this is not a database, but it is long enough");
+    EXPECT_TRUE(kura.Json({"problems"}).at("problems").empty());
+    EXPECT_TRUE(Logged(kura, "ERROR: "));
+    EXPECT_EQ(kura.Json({"diagnose"}).at("problems").size(), 11U);
+}
+
+TEST(BadSet, AReadOnlyOptStillShowsTheList) {
+    const Kura kura;
+    json description = kura.Description();
+    description["faults"]["opt"] = "read-only";
+    kura.Describe(description);
+    EXPECT_EQ(kura.Json({"diagnose"}).at("problems").size(), 11U);
+    EXPECT_TRUE(Logged(kura, "ERROR: sql execute is fail!!"));
+    EXPECT_TRUE(kura.Json({"problems"}).at("problems").empty());
+}
+
+TEST(BadSet, EngineErrorsLeaveTheIssueOutAndGoOn) {
+    const Kura kura;
+    json description = kura.Description();
+    description["faults"]["engine"]["inference"]["1001"]["true"] = 7;
+    description["faults"]["engine"]["solution"]["2004"] = 9;
+    kura.Describe(description);
+    const auto codes = Codes(kura.Json({"diagnose"}).at("problems"));
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), "1001"), 0);
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), "2004"), 1);
+    EXPECT_TRUE(Logged(kura, "GetInferenceDB API Error : 7"));
+    EXPECT_TRUE(Logged(kura, "GetInferenceDB API Error : 9"));
+}
+
+TEST(BadSet, AnEngineThatNeverAnswersIsExitCodeFour) {
+    const Kura kura;
+    json description = kura.Description();
+    description["faults"]["engine"]["silent"] = true;
+    kura.Describe(description);
+    const Answer answer = kura.Run({"diagnose", "--json", "--patience", "1"});
+    EXPECT_EQ(answer.status, 4);
+    EXPECT_THAT(ErrorOf(answer), HasSubstr("did not answer"));
+}
+
+TEST(BadSet, APowerCutKeepsWhatWasSaved) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    json description = kura.Description();
+    description["faults"]["kill_at"] = "vconf_set_str:system/watchman/STOperation";
+    kura.Describe(description);
+    const Answer answer = kura.Run({"diagnose", "--json"});
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(ErrorOf(answer), HasSubstr("signal 9"));
+    description["faults"].erase("kill_at");
+    kura.Describe(description);
+    EXPECT_EQ(kura.Json({"problems"}).at("problems").size(), 11U);
+}
+
+TEST(CommandLine, ExitCodesAndErrorDocuments) {
+    const Kura kura;
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+    };
+    const std::vector<Case> cases = {
+        {{"--json"}, 64},
+        {{"nonsense", "--json"}, 64},
+        {{"engine", "report", "x", "--json"}, 64},
+        {{"engine", "report", "1", "--time", "yesterday", "--json"}, 64},
+        {{"settings", "get", "no/such/key", "--json"}, 3},
+        {{"settings", "set", "n", "abc", "--type", "int", "--json"}, 64},
+        {{"page", "Nowhere", "--json"}, 3},
+        {{"set", "new", "--json"}, 1},
+    };
+    for (const Case& one : cases) {
+        const Answer answer = kura.Run(one.arguments);
+        EXPECT_EQ(answer.status, one.status) << answer.out;
+        EXPECT_NE(ErrorOf(answer), "") << answer.out;
+        EXPECT_NE(answer.err, "");
+    }
+}
+
+TEST(CommandLine, AMissingOrDamagedSetIsNamed) {
+    const Kura kura;
+    command::WriteFile(kura.Set() / "set.json", "{\"modle\": 1}");
+    const Answer damaged = kura.Run({"set", "show", "--json"});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_THAT(ErrorOf(damaged), HasSubstr("modle"));
+    fs::remove_all(kura.Set());
+    const Answer missing = kura.Run({"diagnose", "--json"});
+    EXPECT_EQ(missing.status, 3);
+    EXPECT_NE(ErrorOf(missing), "");
+}
+
+TEST(CommandLine, SettingsKeepTheirTypes) {
+    const Kura kura;
+    EXPECT_EQ(kura.Json({"settings", "set", "a/number", "5"}).at("value"), 5);
+    EXPECT_EQ(kura.Json({"settings", "set", "a/text", "five"}).at("value"), "five");
+    EXPECT_EQ(kura.Json({"settings", "set", "a/text", "5"}).at("value"), "5");
+    EXPECT_EQ(kura.Json({"settings", "set", "a/flag", "true"}).at("value"), true);
+    EXPECT_EQ(kura.Json({"settings", "get", "a/text"}).at("value"), "5");
+    const json all = kura.Json({"settings", "list"}).at("settings");
+    EXPECT_EQ(all.at("a/number"), 5);
+    EXPECT_EQ(all.at("a/flag"), true);
+}
+
+TEST(CommandLine, TheJournalCanBeCleared) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    EXPECT_FALSE(kura.Json({"journal", "--clear"}).at("entries").empty());
+    EXPECT_TRUE(kura.Json({"journal"}).at("entries").empty());
+}
+
+TEST(CommandLine, TextIsForPeople) {
+    const Kura kura;
+    const Answer answer = kura.Run({"diagnose"});
+    EXPECT_EQ(answer.status, 0);
+    EXPECT_THAT(answer.out, HasSubstr("1001"));
+    EXPECT_THAT(answer.out, HasSubstr("PROBLEM"));
+    EXPECT_EQ(answer.out.find('\033'), std::string::npos);
+    EXPECT_EQ(answer.err, "");
+}
+
+}  // namespace

@@ -1,0 +1,188 @@
+#!/usr/bin/env python3
+"""Every verb and option, as `kura --help --json` names them, is in the man page, in both completions and in the recorded
+cases. Called with the build folder.
+"""
+import json
+import os
+import re
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+import recorded  # noqa: E402
+
+BUILD = Path(sys.argv.pop(1)).resolve()
+KURA = BUILD / "bin/kura"
+MAN = BUILD / "share/man"
+BASH = BUILD / "share/bash-completion/completions/kura"
+ZSH = BUILD / "share/zsh/vendor-completions/_kura"
+
+
+def output(*command, **more):
+    return subprocess.run(command, check=True, capture_output=True, text=True, **more).stdout
+
+
+def nodes(command, path=()):
+    yield path, command
+    for verb in command["commands"]:
+        yield from nodes(verb, path + (verb["name"],))
+
+
+def names(command):
+    return [name for option in command["options"] for name in option["names"]]
+
+
+TREE = json.loads(output(str(KURA), "--help", "--json"))
+NODES = dict(nodes(TREE))
+LEAVES = {path: verb for path, verb in NODES.items() if not verb["commands"]}
+
+
+def named_verb(words):
+    """The path of the verb that a command line names, its words without the path, and whether they want JSON."""
+    values = {name for verb in NODES.values() for option in verb["options"] if option["value"]
+              for name in option["names"]}
+    path, skip = (), False
+    words = words[:words.index("--")] if "--" in words else words
+    for word in words:
+        if skip:
+            skip = False
+        elif word.startswith("-"):
+            skip = word in values
+        elif path + (word,) in NODES:
+            path += (word,)
+        else:
+            break
+    return path, [word for word in words if word.startswith("-")]
+
+
+def recorded_runs():
+    for case in sorted(recorded.CASES.glob("*.txt")):
+        for line, status in recorded.commands(case):
+            for words in recorded.kura_words(line):
+                yield (*named_verb(words), status)
+
+
+class GoldenCases(unittest.TestCase):
+    runs = list(recorded_runs())
+
+    def test_show_every_verb_succeed_and_fail_with_and_without_json(self):
+        shown = {(path, "--json" in options, status in (0, 2)) for path, options, status in self.runs}
+        for path in LEAVES:
+            for as_json in (False, True):
+                for succeeds in (True, False):
+                    with self.subTest(verb=" ".join(path), json=as_json, succeeds=succeeds):
+                        self.assertTrue((path, as_json, succeeds) in shown, "no recorded case shows it")
+
+    def test_use_every_option(self):
+        used = {(path, option) for path, options, _ in self.runs for option in options}
+        anywhere = {option for _, option in used}
+        for path, verb in NODES.items():
+            for option in verb["options"]:
+                with self.subTest(verb=" ".join(path), option=option["names"]):
+                    self.assertTrue(any(name in anywhere if path == () else (path, name) in used
+                                        for name in option["names"]))
+
+
+class ManPage(unittest.TestCase):
+    text = re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / "man1/kura.1")))
+
+    def section(self, path):
+        """What the page says of a verb: its line and what is indented below it."""
+        found = re.search(rf"^ +{' '.join(path)}(?: .*)?\n(?:(?: {{6,}}.*)?\n)*", self.text, re.MULTILINE)
+        self.assertIsNotNone(found, f"kura(1) has nothing on {' '.join(path)}")
+        return found[0]
+
+    def test_has_every_verb_and_option(self):
+        for path, verb in LEAVES.items():
+            section = self.section(path)
+            for name in names(verb):
+                self.assertRegex(section, rf"\n +(.*, )?{name}\b", path)
+            for argument in verb["arguments"]:
+                self.assertIn(argument["name"].upper(), section)
+        for name in names(TREE):
+            self.assertRegex(self.text, rf"\n +(.*, )?{name}\b")
+
+    def test_is_well_formed(self):
+        for page in MAN.glob("man*/*.[0-9]"):
+            said = subprocess.run(["mandoc", "-Tlint", str(page)], capture_output=True, text=True, check=False)
+            # Whether other pages are installed is not this page's matter.
+            lines = [line for line in (said.stdout + said.stderr).splitlines() if "outdated mandoc.db" not in line
+                     and "referenced manual not found" not in line]
+            self.assertEqual(lines, [])
+
+
+class ScenarioPage(unittest.TestCase):
+    schema = Path(__file__).resolve().parents[2] / "schema/scenario.schema.json"
+
+    def test_has_every_key_of_the_format(self):
+        if not self.schema.exists():
+            self.skipTest("there is no such format")
+        text = re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / "man5/kura-scenario.5")))
+        document = json.loads(self.schema.read_text("utf-8"))
+        shown = ["set", "step", "stepExpectation", "endExpectation", "engine", "faults"]
+        for table in [document] + [document["definitions"][name] for name in shown]:
+            for key in table["properties"]:
+                self.assertRegex(text, rf"(?m)^ +{re.escape(key)} \(")
+
+
+class BashCompletion(unittest.TestCase):
+    def offered(self, *words):
+        script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kura; '
+                  'printf "%s\\n" "${COMPREPLY[@]}"')
+        return set(output("bash", "-c", script, "bash", str(BASH), "kura", *words).split())
+
+    def test_offers_every_verb_and_option(self):
+        for path, verb in NODES.items():
+            for below in verb["commands"]:
+                self.assertIn(below["name"], self.offered(*path, ""))
+            offered = self.offered(*path, "-")
+            self.assertLessEqual(set(names(verb) + names(TREE)), offered, path)
+
+    def test_offers_the_words_that_an_option_takes(self):
+        for path, verb in NODES.items():
+            for option in verb["options"]:
+                if option["choices"]:
+                    self.assertEqual(self.offered(*path, option["names"][-1], ""), set(option["choices"]))
+
+    def test_takes_the_value_of_an_option_for_no_verb(self):
+        self.assertIn("new", self.offered("--set", "engine", "set", ""))
+        self.assertNotIn("list", self.offered("--set", "engine", "set", ""))
+
+
+class ZshCompletion(unittest.TestCase):
+    """The functions are called with stand-ins for zsh's own, which print what they are given."""
+
+    STUBS = """
+        _arguments() { print -rl -- "$@" }
+        _describe() { print -rl -- "${(@P)argv[-1]}" }
+        _files() { }
+        compdef() { }
+    """
+
+    def entries(self, path, state=""):
+        function = "_" + "_".join(("kura",) + path).replace("-", "_")
+        script = f'{self.STUBS}\nwords=(kura)\nstate={state}\nsource <(sed "$ d" {ZSH}); {function}'
+        if state:
+            # The function's own `local state` hides the one that _arguments would have set.
+            script = script.replace("_arguments() {", f"_arguments() {{ state={state};", 1)
+        return output("zsh", "-fc", script).splitlines()
+
+    def test_offers_every_verb_and_option(self):
+        for path, verb in NODES.items():
+            entries = self.entries(path)
+            for name in names(verb) + (names(TREE) if verb is TREE or not verb["commands"] else []):
+                self.assertTrue(any(entry.startswith(name + "[") for entry in entries), (path, name))
+            if verb["commands"]:
+                verbs = self.entries(path, "verb")
+                for below in verb["commands"]:
+                    self.assertTrue(any(line.startswith(below["name"] + ":") for line in verbs), below["name"])
+
+    def test_is_a_script_that_zsh_reads(self):
+        output("zsh", "-fn", str(ZSH))
+
+
+if __name__ == "__main__":
+    os.environ["LC_ALL"] = "C.UTF-8"
+    unittest.main()
