@@ -9,20 +9,20 @@
 
 struct sqlite3;
 
-namespace KURA {
-class KURA_DiagResultManager;
-}
-
 /// The databases, each one file with one table. The numbers index the tables of paths and names.
 enum EDBName : int { EDB_INFERENCE = 0, EDB_SOLUTION, EDB_REMAINING, EDB_TEST };
 
-/// One connection for the process. Not thread-safe: callers serialise OpenDB, the operations, CloseDB.
+/// One connection for the process. Each operation is thread-safe by itself; users who share the connection
+/// serialise their OpenDB, operations and CloseDB, or each meets what the others did to it.
 /// Nothing throws for a database failure: the result is false and the log tells why. Only memory that runs
 /// out throws, std::bad_alloc.
 class KURA_API TCDBManager {
 public:
-    /// Created on the first call, never destroyed.
+    /// Created on the first call, never destroyed. Thread-safe.
     static TCDBManager* GetInstance();
+
+    TCDBManager(const TCDBManager&) = delete;
+    TCDBManager& operator=(const TCDBManager&) = delete;
 
     /// Opens the file of db and creates its table if missing. Always true, also after a failed open; the
     /// operations that follow then fail. A connection still open is abandoned, so close it first.
@@ -44,9 +44,27 @@ public:
     /// Deletes every row; the table stays.
     bool FlushDB(EDBName db);
 
-private:
-    friend class KURA::KURA_DiagResultManager;
+    /// One save or one load as a whole, for the library alone: it does not export this. What it promises
+    /// stands in src/KURA_DBManager/Transaction.cpp.
+    class Transaction {
+    public:
+        enum class Kind { kSave, kLoad };
+        Transaction(TCDBManager& manager, Kind kind);
+        /// Takes back what was not committed.
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
 
+        /// After an operation that failed: whether its own text or row was refused, not the store.
+        bool IsOwnFault() const;
+        void Commit();
+
+    private:
+        TCDBManager& m_manager;
+        bool m_isDurable = false;
+    };
+
+private:
     TCDBManager();
     ~TCDBManager();
 
@@ -62,21 +80,8 @@ private:
     int m_GetLimitForTableCnt(EDBName db);
     std::string m_GetDBPath(EDBName db);
 
-    // Around the rows of one save, or the reads of one load: all of them or none, without a log line. Where
-    // it cannot begin, the statements fail or are taken back.
-    void m_BeginTransaction();
-    bool m_EndTransaction();
-    void m_AbandonTransaction();
-    bool m_IsDropped() const;
-    void m_NoteFlush(bool done);
-    int m_Execute(const char* statement);
-
     char m_tableNames[4][20] = {};
     sqlite3* m_handle = nullptr;
-    bool m_inTransaction = false;
-    bool m_transactionLost = false;
-    bool m_flushFailed = false;
-    std::string m_seenTable;  ///< by the transaction that is open
 
     static TCDBManager* m_pInstance;
 };

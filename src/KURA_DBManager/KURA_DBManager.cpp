@@ -6,15 +6,17 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <memory>
 #include <string>
 #include <utility>
 
+#include "KURA_DBManager/Connection.h"
 #include "base/Log.h"
 #include "base/SetPaths.h"
+
+using KURA::store::Operation;
+using KURA::store::Statement;
 
 namespace {
 
@@ -47,45 +49,41 @@ bool IsDatabase(EDBName db) {
     return db >= EDB_INFERENCE && db <= EDB_TEST;
 }
 
-struct StatementFinalizer {
-    void operator()(sqlite3_stmt* statement) const {
-        sqlite3_reset(statement);
-        sqlite3_finalize(statement);
-    }
-};
-
-using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
-
-/// Null, SQLite keeping the reason, when the query is wrong or the handle is null.
-Statement Prepare(sqlite3* handle, const std::string& query) {
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare(handle, query.c_str(), static_cast<int>(query.size()), &statement, nullptr);
-    return Statement(statement);
-}
-
-std::string IntegerOf(sqlite3_value* value) {
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%d", sqlite3_value_int(value));
-    return text.data();
-}
-
-/// The row's columns in order, without a separator; types other than these have no text, and a text for which
-/// SQLite has no memory is empty.
+/// The row's columns in order, without a separator. Types other than these have no text; a text is null, and
+/// left out, when SQLite is out of memory.
 std::string RowText(sqlite3_stmt* statement, bool withIntegers) {
     std::string row;
     const int columns = sqlite3_column_count(statement);
     for (int column = 0; column < columns; ++column) {
-        // Taken once: each question to the column itself would lock the connection.
-        sqlite3_value* value = sqlite3_column_value(statement, column);
-        const int type = sqlite3_value_type(value);
+        const int type = sqlite3_column_type(statement, column);
         if (type == SQLITE_TEXT) {
-            const unsigned char* text = sqlite3_value_text(value);
+            const unsigned char* text = sqlite3_column_text(statement, column);
             row += text == nullptr ? "" : reinterpret_cast<const char*>(text);
         } else if (type == SQLITE_INTEGER && withIntegers) {
-            row += IntegerOf(value);
+            row += std::to_string(sqlite3_column_int(statement, column));
         }
     }
     return row;
+}
+
+/// Appends the text of every row. After a failure, which is logged, out keeps the rows before it.
+bool Read(const Statement& statement, const std::string& table, bool withIntegers,
+          std::vector<std::string>& out) {
+    int step = SQLITE_ROW;
+    while ((step = sqlite3_step(statement.get())) == SQLITE_ROW) {
+        std::string row = RowText(statement.get(), withIntegers);
+        if (!KURA::store::MayRead(row.size())) {
+            break;
+        }
+        if (withIntegers) {
+            KURA_LOG_AS("m_Select", DLOG_ERROR, "temp : %s", row.c_str());
+        }
+        out.push_back(std::move(row));
+    }
+    if (step != SQLITE_DONE) {
+        KURA_LOG_AS("m_Select", DLOG_ERROR, "ERROR: %s table select is fail!!", table.c_str());
+    }
+    return step == SQLITE_DONE;
 }
 
 }  // namespace
@@ -93,6 +91,7 @@ std::string RowText(sqlite3_stmt* statement, bool withIntegers) {
 TCDBManager* TCDBManager::m_pInstance = nullptr;
 
 TCDBManager* TCDBManager::GetInstance() {
+    const Operation operation;
     if (m_pInstance == nullptr) {
         m_pInstance = new TCDBManager;
     }
@@ -111,10 +110,11 @@ TCDBManager::~TCDBManager() {
 }
 
 bool TCDBManager::OpenDB(EDBName db) {
+    const Operation operation;
     KURA_ERROR("OpenDB : %d", static_cast<int>(db));
     const std::string path = m_GetDBPath(db);
-    m_AbandonTransaction();
-    if (sqlite3_open(path.c_str(), &m_handle) != SQLITE_OK) {
+    KURA::store::RollBack(m_handle);
+    if (KURA::store::Open(path, m_handle) != SQLITE_OK) {
         KURA_ERROR("ERROR: %s open is fail!! ( %s )", path.c_str(), sqlite3_errmsg(m_handle));
         sqlite3_close(m_handle);
         m_handle = nullptr;
@@ -132,13 +132,14 @@ bool TCDBManager::OpenDB(EDBName db) {
 }
 
 bool TCDBManager::CloseDB() {
-    m_AbandonTransaction();
+    const Operation operation;
     const bool closed = sqlite3_close(m_handle) == SQLITE_OK;
     m_handle = nullptr;
     return closed;
 }
 
 bool TCDBManager::GetDB(EDBName db, std::string column, std::vector<std::string>& out) {
+    const Operation operation;
     KURA_ERROR("GetDB");
     const int tables = m_GetLimitForTableCnt(db);
     for (int index = 0; index < tables; ++index) {
@@ -151,6 +152,7 @@ bool TCDBManager::GetDB(EDBName db, std::string column, std::vector<std::string>
 }
 
 bool TCDBManager::SetDB(std::string table, std::list<std::string> values) {
+    const Operation operation;
     KURA_ERROR("SetDB");
     std::string text = "(";
     for (const std::string& value : values) {
@@ -162,6 +164,7 @@ bool TCDBManager::SetDB(std::string table, std::list<std::string> values) {
 }
 
 bool TCDBManager::DeleteDB(std::string issueCode) {
+    const Operation operation;
     KURA_ERROR("DeleteDB");
     const bool done =
         m_SqlExecute(std::string("DELETE FROM ") + kRemainingTable + " WHERE issue_code='" + issueCode + "'");
@@ -172,6 +175,7 @@ bool TCDBManager::DeleteDB(std::string issueCode) {
 }
 
 bool TCDBManager::FlushDB(EDBName db) {
+    const Operation operation;
     KURA_ERROR("FlushDB");
     std::string table;
     const int tables = m_GetLimitForTableCnt(db);
@@ -179,7 +183,6 @@ bool TCDBManager::FlushDB(EDBName db) {
         table = m_GetTableName(db, index);
     }
     const bool done = m_SqlExecute("DELETE FROM " + table);
-    m_NoteFlush(done);
     if (!done) {
         KURA_ERROR("ERROR: %s column delete is fail!!", table.c_str());
     }
@@ -188,7 +191,7 @@ bool TCDBManager::FlushDB(EDBName db) {
 
 bool TCDBManager::m_SqlExecute(std::string query) {
     KURA_ERROR("m_SqlExecute query : %s", query.c_str());
-    if (m_Execute(query.c_str()) == SQLITE_OK) {
+    if (KURA::store::Execute(m_handle, query) == SQLITE_OK) {
         return true;
     }
     KURA_ERROR("ERROR: sql execute is fail!! ( %s )", sqlite3_errmsg(m_handle));
@@ -197,7 +200,6 @@ bool TCDBManager::m_SqlExecute(std::string query) {
 
 bool TCDBManager::m_Drop(std::string table) {
     KURA_ERROR("m_Drop");
-    m_seenTable.clear();
     const bool done = m_SqlExecute("DROP TABLE IF EXISTS " + table + ";");
     if (!done) {
         KURA_ERROR("ERROR: %s table delete is fail!!", table.c_str());
@@ -225,45 +227,27 @@ bool TCDBManager::m_Create(std::string table) {
 
 bool TCDBManager::m_IsTableExist(std::string table) {
     KURA_ERROR("m_IsTableExist");
-    // No other connection can drop a table while the transaction that has seen it is open.
-    if (table == m_seenTable && m_inTransaction && !m_IsDropped()) {
-        return true;
+    if (KURA::store::HasRead(m_handle)) {
+        // Nobody else changes the tables meanwhile, and SQLite knows them.
+        return sqlite3_table_column_metadata(m_handle, "main", table.c_str(), nullptr, nullptr, nullptr,
+                                             nullptr, nullptr, nullptr) == SQLITE_OK;
     }
-    const Statement statement =
-        Prepare(m_handle, "SELECT name FROM sqlite_master WHERE type='table' AND name='" + table + "';");
-    const bool exists = sqlite3_step(statement.get()) == SQLITE_ROW;
-    m_seenTable = exists && m_inTransaction ? table : "";
-    return exists;
+    const Statement statement = KURA::store::Prepare(
+        m_handle, "SELECT name FROM sqlite_master WHERE type='table' AND name='" + table + "';");
+    return sqlite3_step(statement.get()) == SQLITE_ROW;
 }
 
 bool TCDBManager::m_Select(std::string table, std::vector<std::string>& out) {
     KURA_ERROR("m_Select");
-    const Statement statement = Prepare(m_handle, "SELECT * FROM " + table + ";");
-    int step = SQLITE_ROW;
-    while ((step = sqlite3_step(statement.get())) == SQLITE_ROW) {
-        out.push_back(RowText(statement.get(), false));
-    }
-    if (step != SQLITE_DONE) {
-        KURA_ERROR("ERROR: %s table select is fail!!", table.c_str());
-    }
-    return step == SQLITE_DONE;
+    return Read(KURA::store::Prepare(m_handle, "SELECT * FROM " + table + ";"), table, false, out);
 }
 
 bool TCDBManager::m_Select(std::string table, std::string columns, std::vector<std::string>& out) {
     KURA_ERROR("m_Select");
     const std::string query = "SELECT " + columns + " FROM " + table + ";";
-    const Statement statement = Prepare(m_handle, query);
+    const Statement statement = KURA::store::Prepare(m_handle, query);
     KURA_ERROR("QUERY : %s", query.c_str());
-    int step = SQLITE_ROW;
-    while ((step = sqlite3_step(statement.get())) == SQLITE_ROW) {
-        std::string row = RowText(statement.get(), true);
-        KURA_ERROR("temp : %s", row.c_str());
-        out.push_back(std::move(row));
-    }
-    if (step != SQLITE_DONE) {
-        KURA_ERROR("ERROR: %s table select is fail!!", table.c_str());
-    }
-    return step == SQLITE_DONE;
+    return Read(statement, table, true, out);
 }
 
 std::string TCDBManager::m_GetQueryForCreateTable(std::string table) {

@@ -1,81 +1,73 @@
-// One save is one transaction, so that a power cut or a full disk leaves the table as it was before the rows,
-// or with all of them. A row that SQLite refuses for its own text is only left out, as it would be without a
-// transaction; any other failure takes the whole save back, and so does a table that could not be cleared
-// before: the new list must not join the old one. The statements in between run and log as they always do.
-#include <sqlite3.h>
-
+// One save or one load as a whole. Its rules:
+//
+// 1. While it lives, the statements of the manager run in one transaction, and log as they always do.
+// 2. Without Commit nothing of it is stored: its end rolls back.
+// 3. SQLite itself ends a transaction after some errors, of the disk for example. What runs after that would
+// be
+//    stored alone, and is refused.
+// 4. No text of a statement begins or ends a transaction (Execute).
+// 5. A row that is refused for its own text, or by a constraint, is left out and the others may stay. After
+// any other
+//    failure, or when the list before could not be cleared, the owner does not commit: part of a list, or two
+//    lists, would be worse than none.
+// 6. A commit that fails is logged, and nothing is stored.
+// 7. Where another thread opens or closes a database in between, nothing is stored.
 #include "KURA_DBManager.h"
+#include "KURA_DBManager/Connection.h"
 #include "base/Log.h"
+
+namespace store = KURA::store;
 
 namespace {
 
-constexpr int kPrimaryCode = 0xff;
-
-int Run(sqlite3* handle, const char* statement) {
-    return sqlite3_exec(handle, statement, nullptr, nullptr, nullptr);
+int Refuse(void*) {
+    return 1;
 }
 
-/// Whether only the statement is to blame, not the disk, the lock or the file.
-bool IsStatementsOwn(int result) {
-    return result == SQLITE_ERROR || result == SQLITE_TOOBIG;
+void SetCommitHook(sqlite3* handle, int (*hook)(void*)) {
+    if (handle != nullptr) {
+        sqlite3_commit_hook(handle, hook, nullptr);
+    }
 }
 
 }  // namespace
 
-void TCDBManager::m_BeginTransaction() {
-    const bool begun = Run(m_handle, "BEGIN") == SQLITE_OK;
-    m_inTransaction = m_handle != nullptr;
-    m_transactionLost = m_flushFailed || !begun;
-    m_seenTable.clear();
+TCDBManager::Transaction::Transaction(TCDBManager& manager, Kind kind) : m_manager(manager) {
+    const store::Operation operation;
+    sqlite3* handle = m_manager.m_handle;
+    m_isDurable = kind == Kind::kSave && store::PrepareTransaction(handle) == SQLITE_OK;
+    // A read of anything begins the state that a load sees.
+    store::Run(handle, kind == Kind::kSave ? "BEGIN" : "BEGIN; PRAGMA user_version");
+    SetCommitHook(handle, Refuse);
 }
 
-void TCDBManager::m_NoteFlush(bool done) {
-    m_flushFailed = !done && !IsStatementsOwn(sqlite3_errcode(m_handle) & kPrimaryCode);
+TCDBManager::Transaction::~Transaction() {
+    const store::Operation operation;
+    SetCommitHook(m_manager.m_handle, nullptr);
+    store::RollBack(m_manager.m_handle);
 }
 
-int TCDBManager::m_Execute(const char* statement) {
-    if (!m_inTransaction) {
-        return Run(m_handle, statement);
-    }
-    if (m_IsDropped()) {
-        // SQLite takes some failures back by itself, and with them the transaction; what follows must not
-        // stay alone.
-        m_transactionLost = true;
-        const int begun = Run(m_handle, "BEGIN");
-        if (begun != SQLITE_OK) {
-            return begun;
-        }
-    }
-    const int result = Run(m_handle, statement);
-    if (result != SQLITE_OK && !IsStatementsOwn(result)) {
-        m_transactionLost = true;
-    }
-    return result;
-}
-
-bool TCDBManager::m_EndTransaction() {
-    if (!m_inTransaction) {
-        return true;
-    }
-    if (!m_transactionLost && !m_IsDropped()) {
-        if (Run(m_handle, "COMMIT") == SQLITE_OK) {
-            m_inTransaction = false;
+bool TCDBManager::Transaction::IsOwnFault() const {
+    const store::Operation operation;
+    constexpr int kPrimaryCode = 0xff;
+    switch (sqlite3_errcode(m_manager.m_handle) & kPrimaryCode) {
+        case SQLITE_ERROR:
+        case SQLITE_TOOBIG:
+        case SQLITE_CONSTRAINT:
+        case SQLITE_MISMATCH:
+        case SQLITE_AUTH:
             return true;
-        }
+        default:
+            return false;
+    }
+}
+
+void TCDBManager::Transaction::Commit() {
+    const store::Operation operation;
+    sqlite3* handle = m_manager.m_handle;
+    SetCommitHook(handle, nullptr);
+    if (m_isDurable && store::IsInTransaction(handle) && store::Run(handle, "COMMIT") != SQLITE_OK) {
         KURA_LOG_AS("m_SqlExecute", DLOG_ERROR, "ERROR: sql execute is fail!! ( %s )",
-                    sqlite3_errmsg(m_handle));
+                    sqlite3_errmsg(handle));
     }
-    m_AbandonTransaction();
-    return false;
-}
-
-void TCDBManager::m_AbandonTransaction() {
-    if (m_inTransaction && !m_IsDropped()) {
-        Run(m_handle, "ROLLBACK");
-    }
-    m_inTransaction = false;
-}
-
-bool TCDBManager::m_IsDropped() const {
-    return sqlite3_get_autocommit(m_handle) != 0;
 }

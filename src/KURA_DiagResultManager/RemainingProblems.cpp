@@ -63,14 +63,20 @@ struct DatabaseCloser {
     void operator()(TCDBManager* manager) const { manager->CloseDB(); }
 };
 
-/// The manager while it holds the remaining database open; closed on every path out, and a transaction that
-/// was not ended is then taken back.
+/// The manager while it holds the remaining database open; closed on every path out.
 using OpenDatabase = std::unique_ptr<TCDBManager, DatabaseCloser>;
 
 OpenDatabase OpenRemaining() {
     OpenDatabase database(TCDBManager::GetInstance());
     database->OpenDB(EDB_REMAINING);
     return database;
+}
+
+/// Whether the stored problems were all deleted.
+bool Clear(boost::recursive_mutex& mutex) {
+    KURA_LOG_AS("ClearRemainingProblems", DLOG_INFO, "ClearRemainingProblems");
+    const Lock lock(mutex);
+    return OpenRemaining()->FlushDB(EDB_REMAINING);
 }
 
 std::list<std::string> ColumnValues(const MapToDBTable& row) {
@@ -140,16 +146,20 @@ bool HasDisappeared(std::int32_t code, const std::string& lastTime) {
 
 void KURA_DiagResultManager::SaveRemainingProblems() {
     KURA_INFO("SaveRemainingProblems");
-    ClearRemainingProblems();
-    OpenDatabase database = OpenRemaining();
-    database->m_BeginTransaction();
-    for (const MapToDBTable& row : m_table) {
-        if (CheckSourceType(row.source.c_str()) && CheckViewType(row.view_authority.c_str())) {
-            database->SetDB(kRemainingTable, ColumnValues(row));
+    bool isWhole = Clear(m_KDRMmutex);
+    {
+        const OpenDatabase database = OpenRemaining();
+        TCDBManager::Transaction rows(*database, TCDBManager::Transaction::Kind::kSave);
+        for (const MapToDBTable& row : m_table) {
+            if (CheckSourceType(row.source.c_str()) && CheckViewType(row.view_authority.c_str())) {
+                const bool stored = database->SetDB(kRemainingTable, ColumnValues(row));
+                isWhole = isWhole && (stored || rows.IsOwnFault());
+            }
+        }
+        if (isWhole) {
+            rows.Commit();
         }
     }
-    database->m_EndTransaction();
-    database.reset();
     KURA_INFO("Remaining DB is saved");
 }
 
@@ -160,11 +170,10 @@ bool KURA_DiagResultManager::LoadRemainingProblems() {
     {
         // One transaction, so that all columns show the same rows.
         const OpenDatabase database = OpenRemaining();
-        database->m_BeginTransaction();
+        const TCDBManager::Transaction reads(*database, TCDBManager::Transaction::Kind::kLoad);
         for (std::size_t i = 0; i < kColumns.size(); ++i) {
             database->GetDB(EDB_REMAINING, kColumns[i].name, stored[i]);
         }
-        database->m_EndTransaction();
     }
     CleanDiagResult();
     const std::vector<std::string>& indices = stored.front();
@@ -245,9 +254,7 @@ void KURA_DiagResultManager::DeleteRemainingDBColumn(std::string issue_code) {
 }
 
 void KURA_DiagResultManager::ClearRemainingProblems() {
-    KURA_INFO("ClearRemainingProblems");
-    const Lock lock(m_KDRMmutex);
-    OpenRemaining()->FlushDB(EDB_REMAINING);
+    Clear(m_KDRMmutex);
 }
 
 }  // namespace KURA

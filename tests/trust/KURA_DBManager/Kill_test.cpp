@@ -86,7 +86,8 @@ void KillAfter(pid_t process, std::chrono::nanoseconds time) {
     ASSERT_EQ(kill(process, SIGKILL), 0);
     int status = 0;
     ASSERT_EQ(waitpid(process, &status, 0), process);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "it ended by itself";
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL)
+        << "it ended by itself, status " << status;
 }
 
 }  // namespace

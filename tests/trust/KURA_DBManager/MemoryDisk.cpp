@@ -328,7 +328,7 @@ struct MemoryDisk::Remains {
     }
 };
 
-bool MemoryDisk::CutPower(std::size_t moment, Arrived arrived, std::mt19937& random) {
+void MemoryDisk::CutPower(std::size_t moment, Arrived arrived, std::mt19937& random) {
     m_recording = false;
     Remains remains;
     remains.folder = m_before;
@@ -348,5 +348,4 @@ bool MemoryDisk::CutPower(std::size_t moment, Arrived arrived, std::mt19937& ran
     for (const auto& [name, node] : remains.folder) {
         m_names[name] = std::make_shared<Node>(Node{remains.arrived[node.get()], true});
     }
-    return arriving == entries;
 }

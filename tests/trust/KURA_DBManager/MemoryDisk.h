@@ -40,8 +40,8 @@ public:
     enum class Arrived { kNothing, kEverything, kSomething };
 
     /// Ends the recording; the disk is then as a cut after so many moments leaves it. May be repeated with
-    /// other moments. Whether the folder was complete.
-    bool CutPower(std::size_t moment, Arrived arrived, std::mt19937& random);
+    /// other moments.
+    void CutPower(std::size_t moment, Arrived arrived, std::mt19937& random);
 
     /// Whether the folder has the name.
     bool Has(const std::string& name) const { return m_names.count(name) != 0; }

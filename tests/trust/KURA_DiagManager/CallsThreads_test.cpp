@@ -17,6 +17,7 @@
 
 #include "CGetData.h"
 #include "Fakes.h"
+#include "KURA_DBManager.h"
 #include "KURA_DiagManager.h"
 #include "KURA_DiagResultManager.h"
 #include "KURA_KPISender.h"
@@ -160,6 +161,7 @@ void NameLocks() {
     EXPECT_TRUE(lockgraph::Name(kOrder[2], [] { TCInformationStorage::Instance(); }));
     EXPECT_TRUE(lockgraph::Name("the device's", [] { KURA::CGetData::GetInstance(); }));
     EXPECT_TRUE(lockgraph::Name("the sender's", [] { KURA::KURA_KPISender::GetInstance(); }));
+    EXPECT_TRUE(lockgraph::Name("the store's", [] { TCDBManager::GetInstance(); }));
     KURA::KURA_KPISender* const sender = KURA::KURA_KPISender::GetInstance();
     std::string item = "item";
     EXPECT_TRUE(lockgraph::Name("the report's", [&] { sender->SendKurahelpKPI(item.data()); }));
@@ -211,7 +213,8 @@ TEST(LocksThreads, NestInOneOrder) {
     }
     EXPECT_THAT(seen, testing::IsSupersetOf({std::pair(1, 2), std::pair(1, 3), std::pair(2, 3)}))
         << "the nestings that there must be were looked at";
-    EXPECT_THAT(lockgraph::Taken(), testing::SizeIs(6)) << "two creations, a report, and the three";
+    EXPECT_THAT(lockgraph::Taken(), testing::SizeIs(7))
+        << "two creations, a report, the store, and the three";
     trust::Report("Lock order",
                   "the library's " + std::to_string(lockgraph::Taken().size()) + " locks, " +
                       std::to_string(seen.size()) + " nestings seen",

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@ using database::Value;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using Transaction = TCDBManager::Transaction;
 
 namespace {
 
@@ -64,24 +66,26 @@ TEST_F(DBManagerInternals, DropsATableWhetherItIsThereOrNot) {
     EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
 }
 
-TEST_F(DBManagerInternals, LooksATableUpOnceATransaction) {
-    Manager().m_BeginTransaction();
-    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
-    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
-    EXPECT_FALSE(Manager().m_IsTableExist("testTBL"));
-    EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
-    EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
-    EXPECT_TRUE(Manager().m_EndTransaction());
-
-    EXPECT_TRUE(Manager().m_Create("remainingTBL"));
-    Manager().m_BeginTransaction();
-    EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
-    EXPECT_TRUE(Manager().m_EndTransaction());
+TEST_F(DBManagerInternals, KnowsTheTablesOfATransactionThatHasRead) {
+    {
+        const Transaction load(Manager(), Transaction::Kind::kLoad);
+        EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
+        EXPECT_FALSE(Manager().m_IsTableExist("testTBL"));
+        EXPECT_FALSE(Manager().m_IsTableExist(""));
+    }
     database::Query(database::kRemaining, "DROP TABLE remainingTBL");
     EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
-    Manager().m_BeginTransaction();
-    EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
-    EXPECT_TRUE(Manager().m_EndTransaction());
+    {
+        const Transaction load(Manager(), Transaction::Kind::kLoad);
+        EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
+    }
+    {
+        const Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_TRUE(Manager().m_Create("remainingTBL"));
+        EXPECT_TRUE(Manager().m_IsTableExist("remainingTBL"));
+        EXPECT_TRUE(Manager().m_Drop("remainingTBL"));
+        EXPECT_FALSE(Manager().m_IsTableExist("remainingTBL"));
+    }
 }
 
 TEST_F(DBManagerInternals, LogsADropThatFails) {
@@ -106,8 +110,10 @@ TEST_F(DBManagerInternals, SelectsTheTextsOfAllColumnsGluedTogether) {
 }
 
 TEST_F(DBManagerInternals, KeepsTheRowsBeforeASelectOfAllColumnsFails) {
-    Manager().m_SqlExecute(
-        "CREATE VIEW halves AS SELECT abs(column1), 'row' FROM (VALUES (1), (-9223372036854775808));");
+    Manager().m_SqlExecute("CREATE TABLE halves(name, number);");
+    Manager().m_SqlExecute("INSERT INTO halves VALUES ('row', 1), ('last', -9223372036854775808);");
+    // Overflows in the second row.
+    Manager().m_SqlExecute("ALTER TABLE halves ADD COLUMN size AS (abs(number));");
     TakeLog();
     std::vector<std::string> rows;
     EXPECT_FALSE(Manager().m_Select("halves", rows));
@@ -171,28 +177,78 @@ TEST_F(DBManagerInternals, LogsItsDestruction) {
     EXPECT_THAT(TakeLog(), ElementsAre("6 TCDBManager: TCDBManager()", "6 ~TCDBManager: ~TCDBManager()"));
 }
 
-TEST_F(DBManagerInternals, KeepsWhatATransactionInsertedWhenItEnds) {
-    Manager().m_BeginTransaction();
+TEST_F(DBManagerInternals, StoresWhatATransactionCommits) {
+    {
+        Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_THAT(TakeLog(), IsEmpty());
+        EXPECT_TRUE(Insert("E2"));
+        EXPECT_TRUE(Insert("E3"));
+        EXPECT_EQ(CountRows(), "1");
+        TakeLog();
+        save.Commit();
+        EXPECT_EQ(CountRows(), "3");
+    }
     EXPECT_THAT(TakeLog(), IsEmpty());
-    EXPECT_TRUE(Insert("E2"));
-    EXPECT_TRUE(Insert("E3"));
-    EXPECT_EQ(CountRows(), "1");
-    TakeLog();
-    EXPECT_TRUE(Manager().m_EndTransaction());
-    EXPECT_THAT(TakeLog(), IsEmpty());
-    EXPECT_EQ(CountRows(), "3");
     EXPECT_TRUE(Insert("E4"));
     EXPECT_EQ(CountRows(), "4");
 }
 
-TEST_F(DBManagerInternals, TakesAnOpenTransactionBackOnClose) {
-    Manager().m_BeginTransaction();
-    EXPECT_TRUE(Insert("E2"));
-    TakeLog();
-    EXPECT_TRUE(Manager().CloseDB());
+TEST_F(DBManagerInternals, TakesBackWhatATransactionDoesNotCommit) {
+    {
+        const Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_TRUE(Insert("E2"));
+        TakeLog();
+    }
     EXPECT_THAT(TakeLog(), IsEmpty());
     EXPECT_EQ(CountRows(), "1");
-    EXPECT_TRUE(Manager().m_EndTransaction());
+    EXPECT_TRUE(Insert("E3"));
+    EXPECT_EQ(CountRows(), "2");
+}
+
+TEST_F(DBManagerInternals, StoresNothingOfALoad) {
+    Transaction load(Manager(), Transaction::Kind::kLoad);
+    EXPECT_TRUE(Insert("E2"));
+    load.Commit();
+    EXPECT_EQ(CountRows(), "1");
+}
+
+// Of the statements in a text, those before the forbidden word have run.
+TEST_F(DBManagerInternals, RefusesATextThatEndsOrBeginsATransaction) {
+    for (const char* word : {"COMMIT", "END", "ROLLBACK", "BEGIN", "SAVEPOINT a", "RELEASE a",
+                             "ROLLBACK TO a", "ATTACH '/opt/other.db' AS other"}) {
+        SCOPED_TRACE(word);
+        Manager().FlushDB(EDB_REMAINING);
+        Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_TRUE(Insert("E2"));
+        TakeLog();
+        EXPECT_FALSE(Manager().DeleteDB(std::string("E2'; ") + word + "; --"));
+        EXPECT_TRUE(save.IsOwnFault());
+        EXPECT_THAT(
+            TakeLog(),
+            ElementsAre("6 DeleteDB: DeleteDB",
+                        std::string("6 m_SqlExecute: m_SqlExecute query : DELETE FROM remainingTBL WHERE "
+                                    "issue_code='E2'; ") +
+                            word + "; --'",
+                        "6 m_SqlExecute: ERROR: sql execute is fail!! ( not authorized )",
+                        "6 DeleteDB: ERROR: remainingTBL column delete is fail!!"));
+        EXPECT_TRUE(Insert("E3"));
+        save.Commit();
+        EXPECT_EQ(Value(database::kRemaining, "SELECT issue_code FROM remainingTBL"), "E3");
+    }
+    EXPECT_FALSE(std::filesystem::exists("/opt/other.db"));
+}
+
+TEST_F(DBManagerInternals, TakesAnOpenTransactionBackOnClose) {
+    {
+        Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_TRUE(Insert("E2"));
+        TakeLog();
+        EXPECT_TRUE(Manager().CloseDB());
+        EXPECT_THAT(TakeLog(), IsEmpty());
+        EXPECT_EQ(CountRows(), "1");
+        EXPECT_FALSE(save.IsOwnFault());
+        save.Commit();
+    }
     Manager().OpenDB(EDB_REMAINING);
     EXPECT_TRUE(Insert("E3"));
     EXPECT_EQ(CountRows(), "2");
@@ -200,32 +256,56 @@ TEST_F(DBManagerInternals, TakesAnOpenTransactionBackOnClose) {
 
 TEST_F(DBManagerInternals, TakesAnOpenTransactionBackWhenAnotherDatabaseIsOpened) {
     sqlite3* first = Manager().m_handle;
-    Manager().m_BeginTransaction();
-    EXPECT_TRUE(Insert("E2"));
-    Manager().OpenDB(EDB_TEST);
-    EXPECT_TRUE(Manager().SetDB("testTBL", {"t0", "t1", "1000", "1", "7"}));
-    EXPECT_EQ(Value(database::kTest, "SELECT count(*) FROM testTBL"), "1");
-    EXPECT_EQ(CountRows(), "1");
+    {
+        Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_TRUE(Insert("E2"));
+        Manager().OpenDB(EDB_TEST);
+        EXPECT_TRUE(Manager().SetDB("testTBL", {"t0", "t1", "1000", "1", "7"}));
+        EXPECT_EQ(Value(database::kTest, "SELECT count(*) FROM testTBL"), "1");
+        // Another connection can write, although the first one is still open.
+        database::Query(database::kRemaining, "INSERT INTO remainingTBL(issue_code) VALUES ('other')");
+        save.Commit();
+    }
+    EXPECT_EQ(CountRows(), "2");
     sqlite3_close(first);
 }
 
-TEST_F(DBManagerInternals, LosesEverythingWhenSqliteDropsTheTransaction) {
-    Manager().m_BeginTransaction();
+TEST_F(DBManagerInternals, StoresNothingOnceSqliteHasDroppedTheTransaction) {
+    {
+        Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_TRUE(Insert("E2"));
+        // As after some failures of the disk.
+        sqlite3_exec(Manager().m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
+        EXPECT_FALSE(Insert("E3"));
+        EXPECT_EQ(CountRows(), "1");
+        TakeLog();
+        save.Commit();
+        EXPECT_THAT(TakeLog(), IsEmpty());
+        EXPECT_EQ(CountRows(), "1");
+    }
+    EXPECT_TRUE(Insert("E4"));
+    EXPECT_EQ(CountRows(), "2");
+}
+
+// The end of such a transaction would not be durable.
+TEST_F(DBManagerInternals, StoresNothingOfATransactionThatBeganWhileTheFileWasHeld) {
+    Manager().CloseDB();
+    database::Connection other(database::kRemaining);
+    other.Query("BEGIN EXCLUSIVE");
+    Manager().OpenDB(EDB_REMAINING);
+    Transaction save(Manager(), Transaction::Kind::kSave);
+    other.Query("ROLLBACK");
     EXPECT_TRUE(Insert("E2"));
-    // As after some failures of the disk.
-    sqlite3_exec(Manager().m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
-    EXPECT_TRUE(Insert("E3"));
-    EXPECT_EQ(CountRows(), "1");
-    TakeLog();
-    Manager().m_EndTransaction();
-    EXPECT_THAT(TakeLog(), IsEmpty());
+    save.Commit();
     EXPECT_EQ(CountRows(), "1");
 }
 
 TEST_F(DBManagerInternals, DoesNotBeginOnAClosedConnection) {
     Manager().CloseDB();
-    Manager().m_BeginTransaction();
-    EXPECT_FALSE(Insert("E2"));
-    EXPECT_TRUE(Manager().m_EndTransaction());
+    {
+        Transaction save(Manager(), Transaction::Kind::kSave);
+        EXPECT_FALSE(Insert("E2"));
+        save.Commit();
+    }
     EXPECT_THAT(TakeLog(), Contains("6 m_Insert: ERROR: remainingTBL table insert is fail!!"));
 }

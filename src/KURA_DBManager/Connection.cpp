@@ -1,0 +1,147 @@
+#include "KURA_DBManager/Connection.h"
+
+#include <chrono>
+#include <ctime>
+#include <thread>
+#include <type_traits>
+
+namespace KURA::store {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr Clock::duration kLongestWait = std::chrono::seconds(1);
+constexpr long long kMostProcessorTime = 500000000;  // nanoseconds
+constexpr int kStepsBetweenLooks = 100;
+constexpr int kMostText = 16 << 20;
+
+// A completion may come while the process ends, so the mutex is never destroyed. It guards what follows, too.
+std::mutex g_mutex;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
+Clock::duration g_waited{};  ///< for readers, by this transaction
+std::size_t g_read = 0;      ///< bytes, by this transaction
+long long g_deadline = 1;    ///< of this statement; 0 once one took too long, until the next open
+
+long long ProcessorTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return time.tv_sec * 1000000000LL + time.tv_nsec;
+}
+
+/// Before every statement.
+void Allow(sqlite3* handle) {
+    if (!IsInTransaction(handle)) {
+        g_waited = {};
+        g_read = 0;
+    }
+    g_deadline = g_deadline == 0 ? 0 : ProcessorTime() + kMostProcessorTime;
+}
+
+int IsTooSlow(void*) {
+    g_deadline = ProcessorTime() < g_deadline ? g_deadline : 0;
+    return g_deadline == 0 ? 1 : 0;
+}
+
+/// A commit waits for those who still read; SQLite lets no new ones in meanwhile. Nothing else waits.
+int WaitForReaders(void* handle, int) {
+    const bool commits = sqlite3_txn_state(static_cast<sqlite3*>(handle), nullptr) == SQLITE_TXN_WRITE;
+    if (!commits || g_waited >= kLongestWait) {
+        return 0;
+    }
+    const Clock::time_point before = Clock::now();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    g_waited += Clock::now() - before;
+    return 1;
+}
+
+int RefuseTransactions(void*, int action, const char*, const char*, const char*, const char*) {
+    // A text that attaches a database writes to a file of its choice.
+    return action == SQLITE_TRANSACTION || action == SQLITE_SAVEPOINT || action == SQLITE_ATTACH ? SQLITE_DENY
+                                                                                                 : SQLITE_OK;
+}
+
+void RefuseFunction(sqlite3_context* context, int, sqlite3_value**) {
+    sqlite3_result_error(context, "not available", -1);
+}
+
+void Distrust(sqlite3* handle) {
+    for (const int feature :
+         {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA}) {
+        sqlite3_db_config(handle, feature, 0, nullptr);
+    }
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kMostText);
+    sqlite3_limit(handle, SQLITE_LIMIT_SQL_LENGTH, kMostText);
+    sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 1000);
+    sqlite3_limit(handle, SQLITE_LIMIT_VDBE_OP, 500);
+    // Those that make a long text of a short one, or take the square of its length, cannot be interrupted.
+    for (const char* name : {"format", "hex", "instr", "ltrim", "printf", "quote", "randomblob", "replace",
+                             "rtrim", "trim", "zeroblob"}) {
+        sqlite3_create_function(handle, name, -1, SQLITE_UTF8, nullptr, RefuseFunction, nullptr, nullptr);
+    }
+}
+
+}  // namespace
+
+Operation::Operation() : m_lock(g_mutex) {}
+
+int Open(const std::string& path, sqlite3*& handle) {
+    const int result = sqlite3_open_v2(
+        path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (result == SQLITE_OK) {
+        Distrust(handle);
+        sqlite3_busy_handler(handle, WaitForReaders, handle);
+        sqlite3_progress_handler(handle, kStepsBetweenLooks, IsTooSlow, nullptr);
+        g_deadline = 1;
+    }
+    return result;
+}
+
+Statement Prepare(sqlite3* handle, const std::string& query) {
+    Allow(handle);
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare(handle, query.c_str(), static_cast<int>(query.size()), &statement, nullptr);
+    return Statement(statement);
+}
+
+bool MayRead(std::size_t length) {
+    g_read += length;
+    return g_read <= kMostText;
+}
+
+int Execute(sqlite3* handle, const std::string& statement) {
+    const int ready = IsInTransaction(handle) ? SQLITE_OK : PrepareTransaction(handle);
+    if (ready != SQLITE_OK) {
+        return ready;
+    }
+    sqlite3_set_authorizer(handle, RefuseTransactions, nullptr);
+    const int result = Run(handle, statement.c_str());
+    sqlite3_set_authorizer(handle, nullptr, nullptr);
+    return result;
+}
+
+int PrepareTransaction(sqlite3* handle) {
+    return Run(handle, "PRAGMA synchronous=EXTRA");
+}
+
+int Run(sqlite3* handle, const char* statement) {
+    Allow(handle);
+    return sqlite3_exec(handle, statement, nullptr, nullptr, nullptr);
+}
+
+void RollBack(sqlite3* handle) {
+    if (IsInTransaction(handle)) {
+        Run(handle, "ROLLBACK");
+    }
+}
+
+bool IsInTransaction(sqlite3* handle) {
+    return handle != nullptr && sqlite3_get_autocommit(handle) == 0;
+}
+
+bool HasRead(sqlite3* handle) {
+    return handle != nullptr && sqlite3_txn_state(handle, "main") != SQLITE_TXN_NONE;
+}
+
+}  // namespace KURA::store
