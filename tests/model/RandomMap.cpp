@@ -6,10 +6,10 @@
 namespace model {
 
 const std::vector<std::string> kCodes = {
-    "1",        "2",         "3",           "123",          "0123",       "10000000",   "12345678",
-    "19999999", "20000000",  "9999999",     "7x",           "abc",        "",           " 7",
-    "-5",       "+2",        "99999999999", "-99999999999", "4294967295", "2147483648", "2147483647",
-    "0",        "15000000 ", "12345678",    "it's"};
+    "1",          "2",          "12345678",   "10000000", "19999999",    "123",
+    "0123",       "3",          "20000000",   "9999999",  "7x",          "abc",
+    "",           " 7",         "-5",         "+2",       "99999999999", "-99999999999",
+    "4294967295", "2147483648", "2147483647", "0",        "15000000 ",   "it's"};
 
 const std::vector<std::string> kTimes = {"2026-03-04T05:06:07",
                                          "2026-03-04T05:06:08",
@@ -119,11 +119,11 @@ std::string Solution(Dice& dice, std::string& name) {
                              : dice.Percent(50) ? "bg"
                              : dice.Percent(50) ? "BG"
                                                 : "bg ";
-    const std::string source = dice.Pick<std::string>({"", "DTV", "HDMI", "ALL", "hdmi", "DTV"});
+    const std::string source = dice.Pick<std::string>({"", "", "", "DTV", "HDMI", "ALL", "hdmi"});
     const std::string viewer =
-        dice.Percent(80) ? "USER" : dice.Pick<std::string>({"user", "USER ", "", "SVC"});
+        dice.Percent(90) ? "USER" : dice.Pick<std::string>({"user", "USER ", "", "SVC"});
     name = OddlyCased(dice, "solution");
-    const Attributes attributes = {{"issue_code", dice.Pick(kCodes)},
+    const Attributes attributes = {{"issue_code", RandomCode(dice)},
                                    {"sol_code", dice.Percent(70) ? "70" : dice.Pick(kCodes)},
                                    {"sol_type", type},
                                    {"sol_name", NameFor(dice, type)},
@@ -193,6 +193,11 @@ void Damage(Dice& dice, std::string& text) {
 }
 
 }  // namespace
+
+const std::string& RandomCode(Dice& dice) {
+    constexpr std::size_t kCommon = 6;
+    return dice.Percent(70) ? kCodes[dice.Below(kCommon)] : dice.Pick(kCodes);
+}
 
 std::string RandomText(Dice& dice) {
     static const std::vector<std::string> odd = {"USER",        "a \"quoted\" word",

@@ -8,8 +8,11 @@
 
 namespace model {
 
-/// Issue codes: plain ones, both ends of the on-demand range, junk, and numbers that 32 bits do not hold.
+/// Issue codes: plain ones first, then both ends of the on-demand range, junk, and numbers that 32 bits do
+/// not hold.
 extern const std::vector<std::string> kCodes;
+/// One of them, by preference one of a few.
+const std::string& RandomCode(Dice& dice);
 /// Times of the engine, and texts that only order like times.
 extern const std::vector<std::string> kTimes;
 

@@ -15,8 +15,8 @@ HostText Given(Dice& dice, const std::string& text) {
 
 std::string SomeCode(Driver& driver) {
     const auto& solutions = driver.model.solutions;
-    return solutions.empty() || driver.dice.Percent(20)
-               ? driver.dice.Pick(kCodes)
+    return solutions.empty() || driver.dice.Percent(50)
+               ? RandomCode(driver.dice)
                : solutions[driver.dice.Below(solutions.size())].issue_code;
 }
 

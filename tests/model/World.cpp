@@ -69,7 +69,7 @@ void ChangeEngine(Driver& driver) {
         }
         return;
     }
-    const std::string& code = driver.dice.Pick(kCodes);
+    const std::string& code = RandomCode(driver.dice);
     driver.Tell("the engine's records of \"" + code + "\"");
     ChangeRecords(driver, code);
 }
@@ -220,7 +220,7 @@ std::string ForeignValue(Dice& dice, const std::string& column) {
         return "'1'";
     }
     if (column == "issue_code" && dice.Percent(90)) {
-        return Quoted(dice.Pick(kCodes));
+        return Quoted(RandomCode(dice));
     }
     if (column == "last_time" && dice.Percent(90)) {
         return Quoted(dice.Pick(kTimes));
@@ -344,16 +344,16 @@ void Install(Driver& driver) {
 }
 
 void Change(Driver& driver) {
-    const std::size_t throwOf = driver.dice.Below(100);
-    if (throwOf < 30) {
+    const std::size_t kind = driver.dice.Below(100);
+    if (kind < 40) {
         ChangeEngine(driver);
-    } else if (throwOf < 50) {
+    } else if (kind < 52) {
         ChangeDocument(driver);
-    } else if (throwOf < 70) {
+    } else if (kind < 72) {
         ChangeAnswer(driver);
-    } else if (throwOf < 82) {
+    } else if (kind < 82) {
         ChangeFiles(driver);
-    } else if (throwOf < 92) {
+    } else if (kind < 94) {
         ChangeRows(driver);
     } else {
         SpoilStore(driver);
