@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Longer than the longest repair: a deep clean that nobody answers.
-constexpr std::chrono::seconds kPatience{120};
+constexpr std::chrono::seconds kPreviewPatience{120};
 
 constexpr const char* kCommandFile = "/tmp/vardo/runCmdNativeApps";
 constexpr const char* kCommandTrigger = "/tmp/vardo/req/runCmdNativeApps";
@@ -234,7 +234,7 @@ Json PreviewSteps(const kuraset::SetDirectory& set, const std::string& code, boo
             command.emplace_back("--background");
         }
         command.insert(command.end(), {"--", code});
-        const auto result = scenario::RunProcess(command, trial.Scratch(), kPatience);
+        const auto result = scenario::RunProcess(command, trial.Scratch(), kPreviewPatience);
         const Json answer = Json::parse(result.out, nullptr, false);
         Steps steps(ToDocument(set.ListSettings()));
         for (const auto& entry : copy.ReadJournal()) {

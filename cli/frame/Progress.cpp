@@ -10,7 +10,7 @@ namespace cli {
 
 namespace {
 
-constexpr std::chrono::milliseconds kStep{200};
+constexpr std::chrono::milliseconds kShowEvery{200};
 constexpr const char* kClearLine = "\r\033[K";
 
 }  // namespace
@@ -36,7 +36,7 @@ Progress::~Progress() {
 
 void Progress::Run() {
     std::unique_lock lock(m_mutex);
-    while (!m_changed.wait_for(lock, kStep, [this] { return m_done; })) {
+    while (!m_changed.wait_for(lock, kShowEvery, [this] { return m_done; })) {
         std::cerr << kClearLine << m_text() << std::flush;
     }
 }

@@ -7,8 +7,8 @@ namespace cli {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{5};
-constexpr std::chrono::milliseconds kStep{20};
+constexpr std::chrono::seconds kAnswerPatience{5};
+constexpr std::chrono::milliseconds kAnswerStep{20};
 
 /// Null when the agent has not said anything of the request.
 nlohmann::json FindAnswer(const kuraset::SetDirectory& set, std::size_t before, const std::string& request) {
@@ -25,10 +25,10 @@ nlohmann::json FindAnswer(const kuraset::SetDirectory& set, std::size_t before, 
 }  // namespace
 
 Json AwaitAgent(const kuraset::SetDirectory& set, std::size_t before, const std::string& request) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
+    const auto end = std::chrono::steady_clock::now() + kAnswerPatience;
     auto answer = FindAnswer(set, before, request);
     while (answer.is_null() && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(kStep);
+        std::this_thread::sleep_for(kAnswerStep);
         answer = FindAnswer(set, before, request);
     }
     if (answer.is_null()) {

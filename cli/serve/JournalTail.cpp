@@ -12,7 +12,7 @@ namespace cli::serve {
 namespace {
 
 constexpr std::size_t kShownAtFirst = 256 * 1024;  ///< bytes
-constexpr std::size_t kStep = 256 * 1024;
+constexpr std::size_t kMostAtOnce = 256 * 1024;
 constexpr std::size_t kLongestLine = 64 * 1024;
 
 class File {
@@ -60,7 +60,7 @@ JournalTail::News JournalTail::Next() {
         m_file = status.st_ino;
         Restart(size);
     }
-    std::string bytes(static_cast<std::size_t>(std::min<std::uintmax_t>(size - m_offset, kStep)), '\0');
+    std::string bytes(static_cast<std::size_t>(std::min<std::uintmax_t>(size - m_offset, kMostAtOnce)), '\0');
     const ssize_t count = pread(file.Number(), bytes.data(), bytes.size(), static_cast<off_t>(m_offset));
     if (count > 0) {
         bytes.resize(static_cast<std::size_t>(count));

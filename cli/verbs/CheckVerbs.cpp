@@ -16,13 +16,13 @@ struct CheckOptions {
     std::string model;
 };
 
-struct Check {
+struct NamedCheck {
     const char* name;
     const char* question;
     Json (*answer)(KURA::CGetData& data, const CheckOptions& options);
 };
 
-const std::array<Check, 5> kChecks = {{
+const std::array<NamedCheck, 5> kChecks = {{
     {"terms", "the stored consent to the content terms",
      [](KURA::CGetData& data, const CheckOptions&) { return Json(data.m_CheckTermsCond()); }},
     {"network", "whether the default gateway is reachable",
@@ -38,7 +38,7 @@ const std::array<Check, 5> kChecks = {{
 }};
 
 Outcome RunCheck(const Session& session, const CheckOptions& options) {
-    for (const Check& check : kChecks) {
+    for (const NamedCheck& check : kChecks) {
         if (options.name != check.name) {
             continue;
         }
@@ -56,7 +56,7 @@ void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection) 
     auto options = std::make_shared<CheckOptions>();
     CLI::App* verb = app.add_subcommand("check", "An environment check");
     std::string names;
-    for (const Check& check : kChecks) {
+    for (const NamedCheck& check : kChecks) {
         names += std::string(names.empty() ? "" : "\n") + check.name + ": " + check.question;
     }
     verb->add_option("name", options->name, names)->required();

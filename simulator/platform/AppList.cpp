@@ -13,8 +13,7 @@ namespace {
 using kuraset::CurrentSet;
 using kuraset::Entry;
 using kuraset::json;
-
-constexpr int kFailed = -1;
+using kuraset::kFailed;
 
 /// The list last handed out, with the texts to which its entries point.
 struct HandedOut {
@@ -46,11 +45,11 @@ void Fill(const json& apps, HandedOut& list) {
     }
 }
 
-void Note(const char* function, std::size_t count, int result) {
+void NoteList(const char* function, std::size_t count, int result) {
     Entry entry{{"kind", "apps"}, {"op", function}};
     entry["count"] = count;
     entry["result"] = result;
-    CurrentSet::Get().Note(function, entry);
+    CurrentSet::Get().NoteAndMaybeDie(function, entry);
 }
 
 }  // namespace
@@ -60,7 +59,7 @@ extern "C" {
 int was_get_app_count(void) {
     try {
         const std::size_t count = CurrentSet::Get().Description()->value("apps", json::array()).size();
-        Note(__func__, count, 0);
+        NoteList(__func__, count, 0);
         return static_cast<int>(count);
     } catch (...) {
         return 0;
@@ -81,7 +80,7 @@ int was_get_app_list(int, was_app_entry** list, int* count) {
             *list = List().entries.data();
             *count = static_cast<int>(List().entries.size());
         }
-        Note(__func__, result == 0 ? static_cast<std::size_t>(*count) : 0, result);
+        NoteList(__func__, result == 0 ? static_cast<std::size_t>(*count) : 0, result);
         return result;
     } catch (...) {
         return kFailed;

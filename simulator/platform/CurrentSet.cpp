@@ -173,7 +173,7 @@ bool CurrentSet::PutSetting(const std::string& key, const json& value) noexcept 
     return false;
 }
 
-void CurrentSet::Note(const std::string& step, const Entry& entry, bool escape) noexcept {
+void CurrentSet::NoteAndMaybeDie(const std::string& step, const Entry& entry, bool escape) noexcept {
     const int savedErrno = errno;
     if (m_journal) {
         m_journal->Append(entry, escape);

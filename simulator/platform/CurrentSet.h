@@ -21,6 +21,9 @@ inline std::string TextOrEmpty(const char* text) {
     return text == nullptr ? std::string() : std::string(text);
 }
 
+/// What most services answer when they refuse or cannot do what was asked.
+constexpr int kFailed = -1;
+
 class CurrentSet {
 public:
     /// Created at the first call and kept until the process is gone, also while it exits.
@@ -51,7 +54,7 @@ public:
     bool PutSetting(const std::string& key, const json& value) noexcept;
 
     /// Journals the entry; then, when the set's "kill_at" names this step, the power is cut: SIGKILL.
-    void Note(const std::string& step, const Entry& entry, bool escape = false) noexcept;
+    void NoteAndMaybeDie(const std::string& step, const Entry& entry, bool escape = false) noexcept;
 
 private:
     struct Snapshot {

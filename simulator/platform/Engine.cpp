@@ -24,7 +24,7 @@ constexpr std::chrono::hours kNever{24 * 365};
 
 int Finish(const std::string& step, Entry entry, int result) {
     entry["result"] = result;
-    CurrentSet::Get().Note(step, entry);
+    CurrentSet::Get().NoteAndMaybeDie(step, entry);
     return result;
 }
 

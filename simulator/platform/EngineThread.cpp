@@ -16,12 +16,12 @@ namespace {
 /// How long an exit waits for a callback that is running.
 constexpr std::chrono::seconds kExitPatience{2};
 
-void Note(const char* operation, const char* step, const std::string& text = {}) {
+void NoteDelivery(const char* operation, const char* step, const std::string& text = {}) {
     Entry entry{{"kind", "engine"}, {"op", operation}};
     if (!text.empty()) {
         entry["text"] = Legible(text);
     }
-    CurrentSet::Get().Note(step, entry);
+    CurrentSet::Get().NoteAndMaybeDie(step, entry);
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ void EngineThread::Run() {
 
 void EngineThread::Deliver(const Subscription& subscription) {
     std::string failure;
-    Note("callback", "callback");
+    NoteDelivery("callback", "callback");
     try {
         subscription.callback(static_cast<unsigned int>(subscription.period), WMSignalData{});
     } catch (const std::exception& error) {
@@ -84,11 +84,11 @@ void EngineThread::Deliver(const Subscription& subscription) {
         failure = "an exception of unknown type";
     }
     if (failure.empty()) {
-        Note("callback-done", "callback-done");
+        NoteDelivery("callback-done", "callback-done");
         return;
     }
 
-    Note("exception", "exception", failure);
+    NoteDelivery("exception", "exception", failure);
     std::fprintf(stderr, "simulated engine: an exception reached the engine's thread: %s\n", failure.c_str());
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_failure.empty()) {

@@ -16,7 +16,8 @@ struct app_control_s {
 
 namespace {
 
-constexpr int kInvalid = -1;
+using kuraset::kFailed;
+
 constexpr int kRefused = -2;
 
 int Launch(const app_control_s& request) {
@@ -32,19 +33,19 @@ int Launch(const app_control_s& request) {
     entry["operation"] = request.operation;
     entry["extras"] = extras;
     entry["result"] = result;
-    set.Note("app_control_send_launch_request:" + request.appId, entry);
+    set.NoteAndMaybeDie("app_control_send_launch_request:" + request.appId, entry);
     return result;
 }
 
 int Assign(std::string app_control_s::*member, app_control_h handle, const char* text) {
     if (handle == nullptr || text == nullptr) {
-        return kInvalid;
+        return kFailed;
     }
     try {
         handle->*member = text;
         return 0;
     } catch (...) {
-        return kInvalid;
+        return kFailed;
     }
 }
 
@@ -54,10 +55,10 @@ extern "C" {
 
 int app_control_create(app_control_h* handle) {
     if (handle == nullptr) {
-        return kInvalid;
+        return kFailed;
     }
     *handle = new (std::nothrow) app_control_s;
-    return *handle == nullptr ? kInvalid : 0;
+    return *handle == nullptr ? kFailed : 0;
 }
 
 int app_control_set_operation(app_control_h handle, const char* operation) {
@@ -70,29 +71,29 @@ int app_control_set_app_id(app_control_h handle, const char* app_id) {
 
 int app_control_add_extra_data(app_control_h handle, const char* key, const char* value) {
     if (handle == nullptr || key == nullptr || value == nullptr) {
-        return kInvalid;
+        return kFailed;
     }
     try {
         handle->extras.emplace_back(key, value);
         return 0;
     } catch (...) {
-        return kInvalid;
+        return kFailed;
     }
 }
 
 int app_control_send_launch_request(app_control_h handle, app_control_reply_cb, void*) {
     if (handle == nullptr) {
-        return kInvalid;
+        return kFailed;
     }
     try {
         return Launch(*handle);
     } catch (...) {
-        return kInvalid;
+        return kFailed;
     }
 }
 
 int app_control_destroy(app_control_h handle) {
     delete handle;
-    return handle == nullptr ? kInvalid : 0;
+    return handle == nullptr ? kFailed : 0;
 }
 }

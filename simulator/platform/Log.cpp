@@ -58,7 +58,7 @@ void Journal(int priority, const char* tag, const std::string& text, std::size_t
         entry["cut"] = true;
         entry["length"] = messageLength;
     }
-    kuraset::CurrentSet::Get().Note("log:" + message, entry);
+    kuraset::CurrentSet::Get().NoteAndMaybeDie("log:" + message, entry);
 }
 
 }  // namespace

@@ -13,14 +13,14 @@ namespace {
 using kuraset::CurrentSet;
 using kuraset::Entry;
 using kuraset::json;
-
-constexpr int kFailed = -1;
+using kuraset::kFailed;
 
 int Finish(const char* function, const std::string& detail, Entry entry, int result) {
     Entry whole{{"kind", "package"}, {"op", function}};
     whole.update(entry);
     whole["result"] = result;
-    CurrentSet::Get().Note(detail.empty() ? function : std::string(function) + ":" + detail, whole);
+    CurrentSet::Get().NoteAndMaybeDie(detail.empty() ? function : std::string(function) + ":" + detail,
+                                      whole);
     return result;
 }
 

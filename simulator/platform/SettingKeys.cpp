@@ -10,15 +10,14 @@ namespace {
 using kuraset::CurrentSet;
 using kuraset::Entry;
 using kuraset::json;
+using kuraset::kFailed;
 
-constexpr int kRefused = -1;
-
-void Note(const char* function, const char* operation, const std::string& key, const Entry& value,
-          int result) {
+void NoteSetting(const char* function, const char* operation, const std::string& key, const Entry& value,
+                 int result) {
     Entry entry{{"kind", "setting"}, {"op", operation}, {"key", kuraset::Legible(key)}};
     entry["value"] = value;
     entry["result"] = result;
-    CurrentSet::Get().Note(std::string(function) + ":" + key, entry);
+    CurrentSet::Get().NoteAndMaybeDie(std::string(function) + ":" + key, entry);
 }
 
 std::optional<json> Fetch(const char* key) {
@@ -33,11 +32,11 @@ int Store(const char* function, const char* operation, const char* key, const js
     try {
         CurrentSet& set = CurrentSet::Get();
         const bool refused = key == nullptr || set.Lists("/faults/settings/refuse_writes", key);
-        const int result = !refused && set.PutSetting(key, value) ? 0 : kRefused;
-        Note(function, operation, kuraset::TextOrEmpty(key), Entry(value), result);
+        const int result = !refused && set.PutSetting(key, value) ? 0 : kFailed;
+        NoteSetting(function, operation, kuraset::TextOrEmpty(key), Entry(value), result);
         return result;
     } catch (...) {
-        return kRefused;
+        return kFailed;
     }
 }
 
@@ -52,11 +51,11 @@ int vconf_get_int(const char* key, int* value) {
         if (found) {
             *value = held->get<int>();
         }
-        const int result = found ? 0 : kRefused;
-        Note(__func__, "get_int", kuraset::TextOrEmpty(key), found ? Entry(*held) : Entry(), result);
+        const int result = found ? 0 : kFailed;
+        NoteSetting(__func__, "get_int", kuraset::TextOrEmpty(key), found ? Entry(*held) : Entry(), result);
         return result;
     } catch (...) {
-        return kRefused;
+        return kFailed;
     }
 }
 
@@ -64,8 +63,8 @@ char* vconf_get_str(const char* key) {
     try {
         const std::optional<json> held = Fetch(key);
         const bool found = held && held->is_string();
-        Note(__func__, "get_str", kuraset::TextOrEmpty(key), found ? Entry(*held) : Entry(),
-             found ? 0 : kRefused);
+        NoteSetting(__func__, "get_str", kuraset::TextOrEmpty(key), found ? Entry(*held) : Entry(),
+                    found ? 0 : kFailed);
         return found ? strdup(held->get_ref<const std::string&>().c_str()) : nullptr;
     } catch (...) {
         return nullptr;
@@ -81,6 +80,6 @@ int vconf_set_bool(const char* key, int value) {
 }
 
 int vconf_set_str(const char* key, const char* value) {
-    return value == nullptr ? kRefused : Store(__func__, "set_str", key, kuraset::Legible(value));
+    return value == nullptr ? kFailed : Store(__func__, "set_str", key, kuraset::Legible(value));
 }
 }

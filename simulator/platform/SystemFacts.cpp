@@ -12,8 +12,8 @@ namespace {
 using kuraset::CurrentSet;
 using kuraset::Entry;
 using kuraset::json;
+using kuraset::kFailed;
 
-constexpr int kFailed = -1;
 constexpr int kSeries = 0;
 constexpr int kSerialNumber = 187;
 
@@ -56,11 +56,12 @@ json Fact(int key) {
     return nullptr;
 }
 
-void Note(const char* kind, const char* function, const std::string& what, const Entry& value, int result) {
+void NoteFact(const char* kind, const char* function, const std::string& what, const Entry& value,
+              int result) {
     Entry entry{{"kind", kind}, {"op", function}, {"key", what}};
     entry["value"] = value;
     entry["result"] = result;
-    CurrentSet::Get().Note(what.empty() ? function : std::string(function) + ":" + what, entry);
+    CurrentSet::Get().NoteAndMaybeDie(what.empty() ? function : std::string(function) + ":" + what, entry);
 }
 
 template <typename Value>
@@ -72,7 +73,7 @@ int AnswerFeature(const char* function, const char* key, Value* value, bool (jso
             *value = feature.get<Value>();
         }
         const int result = known ? 0 : kFailed;
-        Note("system", function, kuraset::TextOrEmpty(key), Entry(feature), result);
+        NoteFact("system", function, kuraset::TextOrEmpty(key), Entry(feature), result);
         return result;
     } catch (...) {
         return kFailed;
@@ -93,7 +94,7 @@ int system_info_get_value_string(int key, char** value) {
         } else {
             std::free(text);
         }
-        Note("system", __func__, std::to_string(key), Entry(fact), result);
+        NoteFact("system", __func__, std::to_string(key), Entry(fact), result);
         return result;
     } catch (...) {
         return kFailed;
@@ -116,7 +117,7 @@ int connection_create(connection_h* handle) {
     if (result == 0) {
         *handle = std::malloc(1);
     }
-    Note("network", __func__, "", nullptr, result);
+    NoteFact("network", __func__, "", nullptr, result);
     return result;
 }
 
@@ -127,13 +128,13 @@ int connection_profile_check_default_gateway(bool* connected) {
     if (result == 0) {
         *connected = reachable;
     }
-    Note("network", __func__, "", reachable, result);
+    NoteFact("network", __func__, "", reachable, result);
     return result;
 }
 
 int connection_destroy(connection_h handle) {
     std::free(handle);
-    Note("network", __func__, "", nullptr, handle == nullptr ? kFailed : 0);
+    NoteFact("network", __func__, "", nullptr, handle == nullptr ? kFailed : 0);
     return handle == nullptr ? kFailed : 0;
 }
 }
@@ -148,6 +149,6 @@ bool CHomeDataControlAPI::IsDisclaimerItemExist(std::string item, std::string de
     const bool exists = set.Lists("/terms", item);
     Entry entry{{"kind", "consent"}, {"item", kuraset::Legible(item)}, {"device", kuraset::Legible(device)}};
     entry["exists"] = exists;
-    set.Note("IsDisclaimerItemExist:" + item, entry);
+    set.NoteAndMaybeDie("IsDisclaimerItemExist:" + item, entry);
     return exists;
 }

@@ -13,14 +13,13 @@ namespace {
 
 using kuraset::CurrentSet;
 using kuraset::Entry;
-
-constexpr int kFailed = -1;
+using kuraset::kFailed;
 
 int Finish(const char* kind, const char* function, Entry entry, int result) {
     Entry whole{{"kind", kind}, {"op", function}};
     whole.update(entry);
     whole["result"] = result;
-    CurrentSet::Get().Note(function, whole);
+    CurrentSet::Get().NoteAndMaybeDie(function, whole);
     return result;
 }
 

@@ -40,7 +40,7 @@ int CLogger::AddEventLogSync(const std::string& serviceCode, const std::string& 
         entry["user_time"] = character;
     }
     entry["result"] = result;
-    set.Note("AddEventLogSync", entry, true);
+    set.NoteAndMaybeDie("AddEventLogSync", entry, true);
     return result;
 }
 
