@@ -14,6 +14,11 @@ add_library(kura_options INTERFACE)
 target_compile_options(kura_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2)
 target_link_options(kura_options INTERFACE -Wl,--as-needed -Wl,-z,relro,-z,now,-z,noexecstack)
+# Files and inode numbers of any size and dates after 2038. 64-bit machines have them already; there the definitions
+# would only give other names to the functions that a host or a test may stand in front of.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    target_compile_definitions(kura_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
 
 if(KURA_SANITIZE)
     target_compile_options(kura_options INTERFACE

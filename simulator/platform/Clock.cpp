@@ -64,7 +64,8 @@ extern "C" __attribute__((visibility("default"))) time_t time(time_t* seconds) n
     std::time_t now = kuraset::StandingClock();
     if (now == -1) {
         using Function = time_t (*)(time_t*);
-        const auto original = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "time"));
+        const auto original =
+            reinterpret_cast<Function>(dlsym(RTLD_NEXT, sizeof(time_t) > sizeof(long) ? "__time64" : "time"));
         return original(seconds);
     }
     if (seconds != nullptr) {

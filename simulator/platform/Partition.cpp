@@ -43,6 +43,7 @@ extern "C" __attribute__((visibility("default"))) int statvfs(const char* path,
         return 0;
     }
     using Function = int (*)(const char*, struct statvfs*);
-    const auto original = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "statvfs"));
+    const auto original = reinterpret_cast<Function>(
+        dlsym(RTLD_NEXT, sizeof(fsblkcnt_t) > sizeof(long) ? "statvfs64" : "statvfs"));
     return original(path, figures);
 }

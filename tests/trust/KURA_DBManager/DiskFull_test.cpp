@@ -2,7 +2,6 @@
 // inode for the journal; and one that is mounted read-only. Each is a file system of its own, in a mount
 // namespace of its own.
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -13,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 
@@ -22,6 +20,7 @@
 #include "KURA_DiagResultManager.h"
 #include "Operations.h"
 #include "RemainingList.h"
+#include "trust/Namespace.h"
 #include "trust/Trust.h"
 
 using remaining::Codes;
@@ -35,23 +34,6 @@ constexpr std::size_t kPage = 4096;
 constexpr int kNoNamespace = 77;
 
 const Codes kOld = {"O1", "O2", "O3"};
-
-void WriteLine(const char* path, const std::string& text) {
-    std::ofstream(path) << text;
-}
-
-/// A user who may mount, in a place where that is seen by nobody else.
-bool EnterNamespace() {
-    const std::string user = std::to_string(getuid());
-    const std::string group = std::to_string(getgid());
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-        return false;
-    }
-    WriteLine("/proc/self/setgroups", "deny");
-    WriteLine("/proc/self/uid_map", "0 " + user + " 1");
-    WriteLine("/proc/self/gid_map", "0 " + group + " 1");
-    return true;
-}
 
 void Mount(unsigned long flags, const std::string& options) {
     ASSERT_EQ(mount("tmpfs", kPartition, "tmpfs", flags, options.c_str()), 0) << std::strerror(errno);
@@ -74,7 +56,7 @@ std::size_t UsedInodes() {
 bool OnAPartition(const std::function<void()>& check) {
     const pid_t process = fork();
     if (process == 0) {
-        if (!EnterNamespace()) {
+        if (!trust::EnterMountNamespace()) {
             _exit(kNoNamespace);
         }
         Mount(0, "size=64m,nr_inodes=1000");

@@ -2,12 +2,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -312,9 +315,6 @@ INSTANTIATE_TEST_SUITE_P(
     NameOf<FlashCase>);
 
 TEST_F(KPISender, SendsTheLowBitsOfAHugePartition) {
-    if (sizeof(fsblkcnt_t) == 4) {
-        GTEST_SKIP() << "the figures of this machine cannot be that large";
-    }
     // 2^32 + 5 MiB and 2^32 MiB
     machine::g_partition = machine::Partition{1048576, 4294967301U, 4294967296U, 0};
     Send("item");
@@ -442,3 +442,22 @@ TEST_F(KPISender, IsMadeAnewAfterItsMakingFailed) {
     Send("item");
     EXPECT_EQ(fakes::Set().usageEvents.size(), 1U);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// The sanitizers reserve more than any limit.
+TEST_F(KPISender, ReportsAgainAfterItRanOutOfMemory) {
+    KURA_KPISender* sender = KURA_KPISender::GetInstance();
+    std::string item(std::size_t{64} << 20, 'x');
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const rlimit little{pages * pageSize + (std::size_t{32} << 20), before.rlim_max};
+    setrlimit(RLIMIT_AS, &little);
+    EXPECT_THROW(sender->SendKurahelpKPI(item.data()), std::bad_alloc);
+    setrlimit(RLIMIT_AS, &before);
+    Send("item");
+    EXPECT_EQ(Field("select_item"), "item");
+}
+#endif

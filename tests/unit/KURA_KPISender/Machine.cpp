@@ -22,7 +22,8 @@ extern "C" {
 
 int clock_gettime(clockid_t clock, std::timespec* time) noexcept {
     using Function = int(clockid_t, std::timespec*);
-    static auto* const next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "clock_gettime"));
+    static auto* const next = reinterpret_cast<Function*>(
+        dlsym(RTLD_NEXT, sizeof(std::time_t) > sizeof(long) ? "__clock_gettime64" : "clock_gettime"));
     if (clock != CLOCK_MONOTONIC) {
         return next(clock, time);
     }
@@ -40,7 +41,8 @@ int clock_gettime(clockid_t clock, std::timespec* time) noexcept {
 
 int statvfs(const char* path, struct statvfs* figures) noexcept {
     using Function = int(const char*, struct statvfs*);
-    static auto* const next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "statvfs"));
+    static auto* const next = reinterpret_cast<Function*>(
+        dlsym(RTLD_NEXT, sizeof(fsblkcnt_t) > sizeof(long) ? "statvfs64" : "statvfs"));
     if (std::strcmp(path, "/opt") != 0) {
         return next(path, figures);
     }
