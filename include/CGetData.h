@@ -43,10 +43,10 @@ public:
     void sendFlashSize();
     long long m_GetUsedSize();
     long long m_GetTotalOptSize();
-    /// The flash part's size less "/opt"; negative while the former is unknown.
+    /// The flash part's nominal size less that of "/opt"; negative before m_CalculateTotalSizeOfSystem.
     long long m_GetSystemUsedSize();
     void m_CalculateTotalSizeOfSystem();
-    /// 0 = nothing remains, 1 = less than 70 MiB remain, 2 = more.
+    /// 0 = nothing remains, 1 = less than 70 MiB remain, 2 = 70 MiB or more.
     int CheckFlashFreespaceState();
     /// 1 ("Good") or 0 ("Normal"); also sends a usage event.
     int CheckDeviceState();

@@ -1,11 +1,12 @@
 #include "CGetData/AgentRequests.h"
 
+#include <sys/stat.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <thread>
 
-#include "base/Exists.h"
 #include "base/GuardedFile.h"
 
 namespace KURA::agent {
@@ -18,7 +19,8 @@ constexpr std::size_t kAnswerLimit = 4096;
 }  // namespace
 
 bool IsAcknowledged(const std::string& path) {
-    return base::Exists(path) && base::OpenPlainFileForReading(path.c_str()) != nullptr;
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 std::optional<std::string> ReadAnswer(const std::string& path) {

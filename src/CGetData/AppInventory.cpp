@@ -1,14 +1,15 @@
-// The list of installed applications. The agent needs seconds for each, so a pool of workers measures them
-// side by side; every worker fills a record of its own, and whatever is not to be shown leaves its record
-// empty.
+// The list of installed applications. The agent needs seconds for each, so a pool of workers measures several
+// at a time. Each worker fills its own record; a record that stays empty is not listed.
+#include <cxxabi.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <string>
 #include <thread>
@@ -37,7 +38,6 @@ constexpr unsigned int kWorkers = 20;
 constexpr int kListKind = 2;
 constexpr int kTermsAccepted = 1;
 constexpr std::chrono::milliseconds kPause{10};
-constexpr std::size_t kLineSize = 256;
 
 struct PipeCloser {
     void operator()(std::FILE* pipe) const { pclose(pipe); }
@@ -80,7 +80,7 @@ std::string QuoteForShell(const std::string& text) {
     return quoted + "'";
 }
 
-/// 0 when there is no cache: du then says so, and that is no number.
+/// 0 when there is no cache: du then prints an error, which is no number.
 std::int32_t WebCacheSize(CGetData& device, const std::string& appId) {
     const std::string path = base::kWebAppsCachePrefix + appId;
     const std::string command = "du -bs " + (IsPlainForShell(appId) ? path : QuoteForShell(path));
@@ -160,24 +160,46 @@ int MeasureEntry(Inventory& inventory, std::size_t index) {
     return inventory.result;
 }
 
-/// What a worker throws would end the host's pool, and the host with it.
-int RunWorker(Inventory& inventory, std::size_t index) noexcept {
+/// An exception that leaves a worker would end the host. The unwinding of a cancelled thread must pass.
+int RunWorker(Inventory& inventory, std::size_t index) {
     try {
         return MeasureEntry(inventory, index);
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (const std::exception& error) {
+        KURA_LOG_AS(kOperation, DLOG_ERROR, "%s", error.what());
     } catch (...) {
-        KURA_LOG_AS(kOperation, DLOG_ERROR, "out of memory");
-        inventory.result = -1;
-        return -1;
+        KURA_LOG_AS(kOperation, DLOG_ERROR, "unknown exception");
     }
+    inventory.result = -1;
+    return -1;
 }
 
-/// Returns when every record is done: the pool waits at its end.
+/// Returns when every record is done: the pool's destructor waits.
 void MeasureAll(Inventory& inventory) {
     TCThreadPool pool(kWorkers);
     for (std::size_t index = 0; index < inventory.records.size(); ++index) {
         inventory.records[index].hasIcon = false;
         pool.Post([&inventory, index] { return RunWorker(inventory, index); });
     }
+}
+
+/// The first line with its line feed, at most 255 characters. A signal that interrupts a read does not end
+/// it.
+std::string ReadLine(std::FILE* pipe) {
+    constexpr std::size_t kLongest = 255;
+    std::string line;
+    while (line.size() < kLongest && (line.empty() || line.back() != '\n')) {
+        const int character = std::getc(pipe);
+        if (character != EOF) {
+            line += static_cast<char>(character);
+        } else if (std::ferror(pipe) != 0 && errno == EINTR) {
+            std::clearerr(pipe);
+        } else {
+            break;
+        }
+    }
+    return line;
 }
 
 std::string FirstWord(const std::string& line) {
@@ -229,17 +251,17 @@ int CGetData::m_GetAppsCount() {
 std::string CGetData::GetStdoutFromCommand(std::string command) {
     command += " 2>&1";
     const Pipe pipe(popen(command.c_str(), "re"));
-    std::array<char, kLineSize> line{};
-    if (pipe == nullptr || std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) == nullptr) {
+    const std::string line = pipe == nullptr ? "" : ReadLine(pipe.get());
+    if (line.empty()) {
         return "";
     }
-    KURA_INFO("Buffer1 is : %s", line.data());
-    std::string word = FirstWord(line.data());
+    KURA_INFO("Buffer1 is : %s", line.c_str());
+    std::string word = FirstWord(line.c_str());
     KURA_INFO("Buffer2 is : %s", word.c_str());
     return word;
 }
 
-// --- Kept for the host's event-loop threads, which take these by name ---
+// --- Kept: the host's event-loop threads find these by name ---
 
 void CGetData::EcoreToSendAppList() {}
 

@@ -1,5 +1,5 @@
-// The space that one application takes. The package manager knows the package with its data and cache, the
-// agent alone can look into data and cache, and for YouTube it keeps a size of its own in a file.
+// The space that one application takes. The package manager knows the package with its data and cache. Only
+// the agent can look into data and cache; for YouTube it keeps another size in a file.
 #include "CGetData/AppSizes.h"
 
 #include <unistd.h>
@@ -93,9 +93,9 @@ void CGetData::findDataCacheSize(char* packageName, char* appId, long* dataSize,
         return;
     }
     ScanSizes(answer->c_str(), dataSize, cacheSize);
-    // The acknowledgement goes first: while it stands, the result must.
-    unlink(ack.c_str());
-    unlink(result.c_str());
+    // In this order: an acknowledgement promises a result.
+    base::RemoveFile(ack);
+    base::RemoveFile(result);
 }
 
 long long getAppSizeForYoutube() {
@@ -107,8 +107,7 @@ long long getAppSizeForYoutube() {
     }
     long long size = 0;
     if (!ScanInt64(agent::ReadStart(file.get()).c_str(), size)) {
-        // Kept: as on every set so far, a file without a number is not closed; the stream and its descriptor
-        // are given up here.
+        // Kept: without a number the FILE is leaked.
         static_cast<void>(file.release());
     }
     file.reset();

@@ -14,8 +14,8 @@ struct AppSizes {
     long long webCache = 0;
 };
 
-/// The size shown: the package without the data that the package manager counts, but with what the agent and
-/// the web cache hold. Modulo 2^32, as the set's integers have it.
+/// The size shown, modulo 2^32: the package manager's total less its data, plus what the agent and the web
+/// cache hold.
 inline std::int32_t CombinedSize(const AppSizes& sizes) {
     const auto wide = [](long long size) { return static_cast<std::uint64_t>(size); };
     return static_cast<std::int32_t>(wide(sizes.agentData) + wide(sizes.agentCache) +
@@ -23,7 +23,7 @@ inline std::int32_t CombinedSize(const AppSizes& sizes) {
                                      wide(sizes.packageData));
 }
 
-/// A sum of two sizes that may lie at the limits.
+/// The sum modulo 2^64: both sizes come from outside and may lie at the limits.
 inline long long AddSizes(long long left, long long right) {
     return static_cast<long long>(static_cast<std::uint64_t>(left) + static_cast<std::uint64_t>(right));
 }

@@ -1,5 +1,7 @@
-// Actions that free space or memory. All but clearing an application's data are the agent's work, asked for
-// through its request files; a request that is not awaited succeeds as soon as its trigger stands.
+// Actions that free space or memory. The agent does all of them but clearing an application's data; it is
+// asked through request files. A request that is not awaited succeeds once its trigger is written.
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
 #include <sstream>
@@ -9,7 +11,6 @@
 #include "CGetData/AgentRequests.h"
 #include "CGetData/PackageClient.h"
 #include "base/AppIds.h"
-#include "base/Exists.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
@@ -55,6 +56,12 @@ bool CreateCacheTrigger() {
            base::WriteAndClose(base::OpenPlainFile(base::kClearAppCacheTrigger, base::WriteMode::kWrite), "");
 }
 
+/// Whether the agent is done. Only "no such file" says so; a path that cannot be looked at says nothing.
+bool IsGone(const char* path) {
+    struct stat status {};
+    return stat(path, &status) != 0 && errno == ENOENT;
+}
+
 }  // namespace
 
 int CGetData::performDeepClean() {
@@ -62,7 +69,7 @@ int CGetData::performDeepClean() {
         return -1;
     }
     for (int attempt = 0; attempt < kDeepCleanAttempts; ++attempt) {
-        if (!base::Exists(base::kDeepCleanTrigger)) {
+        if (IsGone(base::kDeepCleanTrigger)) {
             return 0;
         }
         KURA_INFO("Waiting for another 1 second to complete deep Clean Process");
@@ -114,7 +121,7 @@ int CGetData::clearAppData(char* packageName) {
         return 1;
     }
     constexpr int kClearMode = 1;
-    // A missing client is not looked for: the call below refuses it, and that is the failure reported.
+    // A null client is passed on: the call refuses it, and its result is what is logged.
     const PackageClient client = NewPackageClient();
     const int result =
         pkgmgr_client_clear_user_data(client.get(), nullptr, base::OrEmpty(packageName), kClearMode);
@@ -123,7 +130,7 @@ int CGetData::clearAppData(char* packageName) {
 }
 
 void sendUninstallProgress(int progress) {
-    // Kept: the text goes nowhere. The host tracks the progress itself and only needs the call to link.
+    // Kept: the text is discarded. The host tracks the progress itself and only needs the call to link.
     std::ostringstream text;
     text << progress;
 }

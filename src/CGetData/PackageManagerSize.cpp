@@ -1,6 +1,8 @@
-// Sizes from the package manager, over D-Bus. It may be starting or busy when it is asked, so a call is tried
-// several times; only denied access is final.
+// Sizes from the package manager, over D-Bus. It may be starting or busy, so a call is tried several times;
+// only denied access is final.
 #include <gio/gio.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
@@ -45,9 +47,37 @@ using Variant = std::unique_ptr<GVariant, VariantUnref>;
 using Proxy = std::unique_ptr<GDBusProxy, ObjectUnref>;
 using Error = std::unique_ptr<GError, ErrorFree>;
 
-/// Whether GIO takes the call; it treats anything else, a closed connection too, as a mistake in the program.
+/// A context of the calling thread's own. Without it what a proxy leaves to its context when it ends would
+/// stay for ever with a host that runs no main loop.
+class OwnContext {
+public:
+    OwnContext() : m_context(g_main_context_new()) { g_main_context_push_thread_default(m_context); }
+    OwnContext(const OwnContext&) = delete;
+    OwnContext& operator=(const OwnContext&) = delete;
+    ~OwnContext() {
+        while (g_main_context_iteration(m_context, FALSE) != FALSE) {
+        }
+        g_main_context_pop_thread_default(m_context);
+        g_main_context_unref(m_context);
+    }
+
+private:
+    GMainContext* m_context;
+};
+
+/// GLib ends the process where it gets no descriptor for a context. A call needs two.
+bool HasDescriptors() {
+    const int first = eventfd(0, EFD_CLOEXEC);
+    const int second = eventfd(0, EFD_CLOEXEC);
+    close(first);
+    close(second);
+    return first >= 0 && second >= 0;
+}
+
+/// Whether GIO takes the call. It treats anything else, also a closed connection, as a mistake in the
+/// program.
 bool IsCallable(const pkgmgr_client* client, const char* method, GVariant* params) {
-    return client != nullptr && G_IS_DBUS_CONNECTION(client->connection) &&
+    return client != nullptr && HasDescriptors() && G_IS_DBUS_CONNECTION(client->connection) &&
            g_dbus_connection_is_closed(client->connection) == FALSE &&
            g_dbus_is_member_name(method) != FALSE &&
            (params == nullptr || g_variant_is_of_type(params, G_VARIANT_TYPE_TUPLE) != FALSE);
@@ -59,6 +89,7 @@ std::pair<Variant, Error> Call(GDBusConnection* connection, const char* method, 
     constexpr auto kProxyFlags = static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES |
                                                               G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS);
     constexpr int kDefaultTimeout = -1;
+    const OwnContext context;
     GError* error = nullptr;
     const Proxy proxy(g_dbus_proxy_new_sync(connection, kProxyFlags, nullptr, kBusName, kObjectPath,
                                             kInterface, nullptr, &error));
@@ -105,7 +136,7 @@ int CGetData::pkgmgr_client_connection_send_request(pkgmgr_client* client, const
 
 int CGetData::getAppSize(pkgmgr_client* client, const char* packageId, unsigned uid, pkgmgr_getsize_type type,
                          pkgmgr_getsize_cb, void*) {
-    // An id that is no UTF-8 cannot travel over the bus.
+    // D-Bus carries UTF-8 only.
     if (client == nullptr || packageId == nullptr || g_utf8_validate(packageId, -1, nullptr) == FALSE) {
         KURA_ERROR("invalid parameter");
         return kInvalidParameter;

@@ -1,5 +1,5 @@
-// How a diagnosis reaches the user: the automatic one as a list for the start screen, after what is unsolved
-// has been saved; the guided one as a small file for the guide application.
+// Publishes a diagnosis. The automatic one saves the unsolved problems and hands a list to the start screen;
+// the guided one writes a small file for the guide application.
 #include <sys/stat.h>
 
 #include <boost/thread/lock_guard.hpp>
@@ -104,7 +104,7 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
         std::fputs("symbolic link is detected\n", stderr);
         return;
     }
-    const base::File file = base::OpenPlainFile(target, base::WriteMode::kReadWrite);
+    base::File file = base::OpenPlainFile(target, base::WriteMode::kReadWrite);
     if (file == nullptr) {
         KURA_ERROR("Unable to open file %s %d", target, errno);
         return;
@@ -116,8 +116,13 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
     }
     KURA_INFO("GetInferenceResult Success");
     KURA_INFO("m_table Size is %zu", m_table.size());
+    std::string codes;
     for (const MapToDBTable& row : m_table) {
-        std::fprintf(file.get(), "%s\n", row.issue_code.c_str());
+        codes.append(row.issue_code.c_str()).append("\n");
+    }
+    if (!base::WriteAndClose(std::move(file), codes)) {
+        // Opening truncates: the guide must not take a part of the list for all of it.
+        base::OpenPlainFile(target, base::WriteMode::kReadWrite);
     }
 }
 

@@ -30,7 +30,7 @@ using Lock = boost::lock_guard<boost::recursive_mutex>;
 
 constexpr const char* kRemainingTable = "remainingTBL";
 
-/// One column and the member that it keeps, a number or a text. sol_name has none: it is not stored.
+/// One column and the member that it stores, a number or a text. sol_name is not stored.
 struct Column {
     const char* name;
     const char* label;  ///< in the log of a load
@@ -38,7 +38,7 @@ struct Column {
     std::string MapToDBTable::*text;
 };
 
-// sol_type is logged as a second last_time: the label is a slip that log readers have come to expect.
+// Kept: sol_type is logged under the label last_time, as log readers expect.
 constexpr std::array<Column, 14> kColumns{{
     {"idx", "index", &MapToDBTable::index, nullptr},
     {"issue_code", "issue_code", nullptr, &MapToDBTable::issue_code},
@@ -87,7 +87,7 @@ std::list<std::string> ColumnValues(const MapToDBTable& row) {
     return values;
 }
 
-/// Takes the texts out of the columns; the number of the first is known already.
+/// Moves the texts out of the columns. The first column, the index, is converted already.
 void FillRow(StoredColumns& stored, std::size_t k, std::int32_t index, MapToDBTable& row) {
     row.index = index;
     for (std::size_t i = 1; i < kColumns.size(); ++i) {
@@ -238,7 +238,7 @@ void KURA_DiagResultManager::CompareRemaining() {
     }
     for (const MapToDBTable& row : rows) {
         LogListed(__func__, row);
-        // Only the source: it may have changed since the save, the viewer has not.
+        // Not the viewer: the rows were saved for the same one. The source may have changed since.
         if (CheckSourceType(row.source.c_str())) {
             LogSending(__func__, row);
             shown.push_back(row);

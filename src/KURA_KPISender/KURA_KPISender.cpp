@@ -1,6 +1,5 @@
-// The facts about the device are read once, when the sender is made; a report adds what its caller knows.
-// Fields live on from report to report, and the receiving statistics count on it: what a report does not set
-// goes out as before.
+// Device facts are read once, when the sender is made. A report sets its own fields; all others keep their
+// values, and the receiving statistics rely on that.
 #include "KURA_KPISender.h"
 
 #include <sys/statvfs.h>
@@ -51,12 +50,11 @@ OwnedText ReadInfo(int key) {
     return OwnedText(text);
 }
 
-/// Guards the fields of a report. Its destructor does nothing, so the engine may report while the process
-/// ends.
+/// Guards the fields of a report. It is never destroyed: the engine may report while the process ends.
 std::mutex g_fieldsMutex;
 static_assert(std::is_trivially_destructible_v<std::mutex>);
 
-/// MiB in so many blocks. Blocks count in whole KiB, and the set has 32 bits for the result.
+/// The size of so many blocks in MiB. A block counts in whole KiB; the result has 32 bits.
 std::string Mebibytes(std::uint64_t blockBytes, std::uint64_t blocks) {
     constexpr std::uint64_t kKibi = 1024;
     return std::to_string(static_cast<std::uint32_t>(blockBytes / kKibi * blocks / kKibi));
@@ -132,7 +130,7 @@ void KURA_KPISender::m_getSeries() {
         m_series = kUnknown;
         return;
     }
-    // Kept: the series goes behind the field's first value ("NULLQN9"); the statistics are keyed on that.
+    // Kept: the series is appended to the initial "NULL" ("NULLQN9"); the statistics are keyed on that.
     for (const char* character = text.get(); *character != '\0'; ++character) {
         m_series += *character;
         if (std::isdigit(static_cast<unsigned char>(*character)) != 0) {

@@ -1,10 +1,13 @@
 #include "GuardedFile.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#if __has_include(<linux/openat2.h>)
+#include <linux/openat2.h>
+#endif
 
 #include <cerrno>
 #include <climits>
@@ -19,6 +22,7 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;
 constexpr int kSafeFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// An open descriptor, closed on every path out; closing keeps errno.
 class Descriptor {
@@ -50,18 +54,22 @@ private:
 };
 
 /// -1 with ENOSYS or EPERM where the kernel, or a filter in front of it, does not offer the call.
-int OpenWithoutLinks(const char* path, int flags) {
+int OpenWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] int flags) {
+#ifdef RESOLVE_NO_SYMLINKS
     open_how how{};
     how.flags = static_cast<__u64>(flags);
     how.mode = (flags & O_CREAT) != 0 ? kNewFileMode : 0;
     how.resolve = RESOLVE_NO_SYMLINKS;
     return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
+#else
+    errno = ENOSYS;
+    return -1;
+#endif
 }
 
-/// The older way: from the root, or from here, one folder after the other is held open, and none of the steps
-/// follows a link.
+/// For older kernels: opens one folder after the other, from the root or from here, and follows a link in
+/// none of the steps.
 int OpenStepByStep(const char* path, int flags) {
-    constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     Descriptor folder(open(*path == '/' ? "/" : ".", kFolderFlags));
     const char* part = path + std::strspn(path, "/");
     while (const char* slash = std::strchr(part, '/')) {
@@ -76,11 +84,11 @@ int OpenStepByStep(const char* path, int flags) {
 }
 
 int OpenDescriptor(const char* path, int flags) {
-    const int fd = OpenWithoutLinks(path, flags | kSafeFlags);
+    const int fd = OpenWithoutLinks(path, flags);
     if (fd >= 0 || (errno != ENOSYS && errno != EPERM)) {
         return fd;
     }
-    return OpenStepByStep(path, flags | kSafeFlags);
+    return OpenStepByStep(path, flags);
 }
 
 /// Refuses all but regular files; for writing also those that have a second name elsewhere.
@@ -130,7 +138,7 @@ bool IsPlainPath(const char* path, std::string* resolved) {
 
 File OpenPlainFile(const char* path, WriteMode mode) {
     const bool readWrite = mode == WriteMode::kReadWrite;
-    Descriptor descriptor(OpenDescriptor(path, (readWrite ? O_RDWR : O_WRONLY) | O_CREAT));
+    Descriptor descriptor(OpenDescriptor(path, (readWrite ? O_RDWR : O_WRONLY) | O_CREAT | kSafeFlags));
     if (descriptor.Get() < 0 || !IsAcceptable(descriptor.Get(), true) ||
         ftruncate(descriptor.Get(), 0) != 0) {
         return nullptr;
@@ -157,8 +165,16 @@ bool WriteGuarded(const std::string& path, const std::string& text) {
     return WriteAndClose(OpenGuarded(path.c_str()), text);
 }
 
+void RemoveFile(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const Descriptor folder(OpenDescriptor(path.substr(0, slash).c_str(), kFolderFlags));
+    if (folder.Get() >= 0) {
+        unlinkat(folder.Get(), path.c_str() + slash + 1, 0);
+    }
+}
+
 File OpenPlainFileForReading(const char* path) {
-    Descriptor descriptor(OpenDescriptor(path, O_RDONLY));
+    Descriptor descriptor(OpenDescriptor(path, O_RDONLY | kSafeFlags));
     if (descriptor.Get() < 0 || !IsAcceptable(descriptor.Get(), false)) {
         return nullptr;
     }

@@ -1,6 +1,6 @@
-// Opening files that others may tamper with. Anyone may write to the agent's folders, so a path could become
-// a link, a FIFO or a device between a check and the open: the open itself follows nothing and never blocks,
-// and what was opened must be a plain file of one name before it is truncated.
+// Files that others may tamper with. Anyone may write to the agent's folders, so a path could become a link,
+// a FIFO or a device between a check and the open: the open itself follows no link and never blocks, and what
+// was opened must be a regular file with one name before it is truncated.
 #pragma once
 
 #include <cstdio>
@@ -40,6 +40,9 @@ bool WriteAndClose(File file, const std::string& text);
 
 /// OpenGuarded, then WriteAndClose.
 bool WriteGuarded(const std::string& path, const std::string& text);
+
+/// Removes the file of an absolute path, unless a folder on the way is a link. A failure is ignored.
+void RemoveFile(const std::string& path);
 
 /// Opens a regular file for reading under the same conditions. Null with errno set otherwise.
 File OpenPlainFileForReading(const char* path);

@@ -219,8 +219,8 @@ bool IsStandard(const std::string& name) {
 
 bool IsSystems(const std::string& name) {
     static const std::set<std::string> kSystem = {
-        "dirent.h",  "errno.h", "fcntl.h",  "poll.h",  "pthread.h", "signal.h",   "stdlib.h", "string.h",
-        "strings.h", "time.h",  "unistd.h", "spawn.h", "limits.h",  "inttypes.h", "wordexp.h"};
+        "cxxabi.h", "dirent.h",  "errno.h", "fcntl.h",  "poll.h",  "pthread.h", "signal.h",   "stdlib.h",
+        "string.h", "strings.h", "time.h",  "unistd.h", "spawn.h", "limits.h",  "inttypes.h", "wordexp.h"};
     return kSystem.count(name) != 0 || StartsWith(name, "sys/") || StartsWith(name, "linux/");
 }
 

@@ -50,7 +50,7 @@ std::string RandomId(std::mt19937& random) {
 
 /// What the library asks the shell to run for these ids, in order.
 std::vector<std::string> CommandsFor(const std::deque<std::string>& ids) {
-    interposed::ForgetCommands();
+    interposed::Forget();
     Set().apps.clear();
     for (const std::string& id : ids) {
         Set().apps.push_back({"", "HelpBook", "/opt/icons/", id.c_str(), "package", 0, 0, 0, 0});

@@ -1,7 +1,11 @@
 // The agent's folders and files, as the tests of the device object lay them out and read them.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -91,6 +95,25 @@ public:
 
 private:
     rlimit m_before{};
+};
+
+/// As long as it lives the rights of files hold for root, too.
+class Unprivileged {
+public:
+    Unprivileged() {
+        syscall(SYS_capget, &m_header, m_before);
+        __user_cap_data_struct none[2] = {m_before[0], m_before[1]};
+        none[0].effective = 0;
+        none[1].effective = 0;
+        EXPECT_EQ(syscall(SYS_capset, &m_header, none), 0);
+    }
+    Unprivileged(const Unprivileged&) = delete;
+    Unprivileged& operator=(const Unprivileged&) = delete;
+    ~Unprivileged() { syscall(SYS_capset, &m_header, m_before); }
+
+private:
+    __user_cap_header_struct m_header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct m_before[2]{};
 };
 
 /// A text that the host hands over as char*.

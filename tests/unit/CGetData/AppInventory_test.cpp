@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
@@ -17,6 +18,7 @@
 #include "Interposed.h"
 #include "Inventory.h"
 #include "PackageBus.h"
+#include "Signals.h"
 
 using fakes::Set;
 using KURA::AppStorageInfo;
@@ -309,7 +311,21 @@ TEST_F(AppInventory, KeepsAWorkersExceptionInside) {
     };
     EXPECT_THAT(List(), SizeIs(1));
     Set().onCall = nullptr;
-    EXPECT_THAT(agent::Log(), Contains("6 sendAppList: out of memory"));
+    EXPECT_THAT(agent::Log(), Contains("6 sendAppList: a service that throws"));
+}
+
+TEST_F(AppInventory, LetsACancelledWorkerEnd) {
+    m_inventory.Add("One");
+    m_inventory.Add("Two");
+    std::atomic<int> clients{0};
+    Set().onCall = [&clients](const std::string& call) {
+        if (call == "pkgmgr_client_new(0)" && ++clients == 1) {
+            pthread_cancel(pthread_self());
+            pthread_testcancel();
+        }
+    };
+    EXPECT_THAT(List(), SizeIs(1));
+    Set().onCall = nullptr;
 }
 
 TEST_F(AppInventory, ReadsNullTextsAsEmpty) {
@@ -370,6 +386,11 @@ TEST_F(AppInventory, MeasuresTheFolderOfAnUnusualId) {
     entry.app_id = id.c_str();
     agent::Answer(id, "0|0");
     EXPECT_GE(ListOne().totalSize, 6000 + 700);
+}
+
+TEST(CommandOutput, IsReadOnAfterASignal) {
+    const signals::Timer timer(5000);
+    EXPECT_EQ(CGetData::GetInstance()->GetStdoutFromCommand("printf wo; sleep 0.2; echo rd"), "word");
 }
 
 TEST(CommandOutput, IsTheFirstWordOfTheFirstLine) {

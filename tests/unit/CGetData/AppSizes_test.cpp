@@ -184,6 +184,33 @@ TEST(AppSizes, RemovesTheAcknowledgementBeforeTheResult) {
     EXPECT_THAT(interposed::Removed(), ElementsAre(kAck, kResult));
 }
 
+TEST(AppSizes, NeedsNoRightToReadTheAcknowledgement) {
+    Device();
+    agent::Answer("app", "20|7");
+    fs::permissions(kAck, fs::perms::none);
+    const agent::Unprivileged unprivileged;
+    EXPECT_EQ(Find(), (Found{20, 7}));
+    EXPECT_THAT(interposed::Waits(), IsEmpty());
+    EXPECT_FALSE(Stands(kAck));
+}
+
+TEST(AppSizes, RemovesNothingBelowAFolderThatBecameALink) {
+    Device();
+    agent::Answer("app", "1|2");
+    fs::create_directories("/home/ack");
+    agent::Write("/home/ack/appDataCacheSize_app", "kept");
+    agent::Write("/home/appDataCacheSize_app", "kept");
+    interposed::BeforeRemoval([] {
+        fs::rename(kFolder, "/tmp/moved");
+        fs::create_symlink("/home", kFolder);
+    });
+    EXPECT_EQ(Find(), (Found{1, 2}));
+    EXPECT_EQ(Read("/home/ack/appDataCacheSize_app"), "kept");
+    EXPECT_EQ(Read("/home/appDataCacheSize_app"), "kept");
+    EXPECT_FALSE(Stands("/tmp/moved/ack/appDataCacheSize_app")) << "the folder was open already";
+    EXPECT_TRUE(Stands("/tmp/moved/appDataCacheSize_app"));
+}
+
 TEST(AppSizes, ClosesTheDataFileBeforeTheTriggerStands) {
     Device();
     agent::Answer("app", "1|2");

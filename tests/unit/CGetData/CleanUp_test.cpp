@@ -99,6 +99,23 @@ TEST(CleanUp, GivesADeepCleanUpAfterTenWaits) {
                           "returning failure..."}));
 }
 
+TEST(CleanUp, WaitsForADeepCleanThatCannotBeLookedAt) {
+    CGetData* device = Device();
+    const agent::Unprivileged unprivileged;
+    interposed::OnStat(kCleanAll, [](int number) {
+        if (number == 1) {
+            fs::permissions(kRequests, fs::perms::none);
+        }
+        if (number == 4) {
+            fs::permissions(kRequests, fs::perms::owner_all);
+            fs::remove(kCleanAll);
+        }
+    });
+    EXPECT_EQ(device->performDeepClean(), 0);
+    EXPECT_EQ(interposed::StatCount(), 4);
+    EXPECT_EQ(agent::Log(), DeepCleanLog(3));
+}
+
 TEST(CleanUp, GivesADeepCleanUpThatVanishesDuringTheLastWait) {
     CGetData* device = Device();
     interposed::OnWait([](int number) {

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -10,8 +11,10 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -26,6 +29,7 @@ struct State {
     std::string resolvedPath;
     std::function<void()> afterRealpath;
     std::vector<std::string> removed;
+    std::function<void()> beforeRemoval;
     std::optional<struct statvfs> partition;
     bool failStatvfs = false;
     std::string measuredPath;
@@ -61,6 +65,26 @@ void ActAfterRealpath(const char* path) {
     const std::function<void()> action = std::exchange(state.afterRealpath, nullptr);
     action();
     errno = savedErrno;
+}
+
+void NoteLook(const char* path) {
+    State& state = Get();
+    if (state.watchedPath.empty() || state.watchedPath != path) {
+        return;
+    }
+    ++state.statCount;
+    if (state.onStat) {
+        state.onStat(state.statCount);
+    }
+}
+
+/// The folder that a descriptor leads to, with a slash behind it; nothing for the current one.
+std::string FolderOf(int folder) {
+    if (folder == AT_FDCWD) {
+        return "";
+    }
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder), error).string() + "/";
 }
 
 template <typename Function>
@@ -100,6 +124,10 @@ std::vector<std::string> Removed() {
     return Get().removed;
 }
 
+void BeforeRemoval(std::function<void()> action) {
+    Get().beforeRemoval = std::move(action);
+}
+
 void SetPartition(const struct statvfs& status) {
     Get().partition = status;
 }
@@ -125,9 +153,11 @@ void AnswerCommands(const std::string& text) {
     Get().commandAnswer = text;
 }
 
-void ForgetCommands() {
+void Forget() {
     const std::lock_guard<std::mutex> lock(Get().mutex);
-    Get().commands.clear();
+    Get().waits = {};
+    Get().removed = {};
+    Get().commands = {};
 }
 
 }  // namespace interposed
@@ -154,21 +184,27 @@ int usleep(useconds_t microseconds) {
 }
 
 int stat(const char* path, struct stat* status) noexcept {
-    State& state = Get();
-    if (!state.watchedPath.empty() && state.watchedPath == path) {
-        ++state.statCount;
-        if (state.onStat) {
-            state.onStat(state.statCount);
-        }
-    }
+    NoteLook(path);
     return fstatat(AT_FDCWD, path, status, 0);
 }
 
-int unlink(const char* path) noexcept {
+int lstat(const char* path, struct stat* status) noexcept {
+    NoteLook(path);
+    return fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
+}
+
+int unlinkat(int folder, const char* name, int flags) noexcept {
     {
         const std::lock_guard<std::mutex> lock(Get().mutex);
-        Get().removed.emplace_back(path);
+        Get().removed.push_back(FolderOf(folder) + name);
     }
+    if (const auto action = std::exchange(Get().beforeRemoval, nullptr)) {
+        action();
+    }
+    return static_cast<int>(syscall(SYS_unlinkat, folder, name, flags));
+}
+
+int unlink(const char* path) noexcept {
     return unlinkat(AT_FDCWD, path, 0);
 }
 
@@ -195,7 +231,8 @@ int statvfs(const char* path, struct statvfs* status) noexcept {
         *status = *state.partition;
         return 0;
     }
-    static auto* next = Next<int(const char*, struct statvfs*)>("statvfs");
+    constexpr bool kIsWide = sizeof(fsblkcnt_t) > sizeof(long);
+    static auto* next = Next<int(const char*, struct statvfs*)>(kIsWide ? "statvfs64" : "statvfs");
     return next(path, status);
 }
 

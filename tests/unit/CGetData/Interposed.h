@@ -17,7 +17,7 @@ std::vector<std::chrono::nanoseconds> Waits();
 /// Runs in place of each wait, with the wait's number from 1. Set it while nothing waits.
 void OnWait(std::function<void(int number)> action);
 
-/// Runs before each stat of the path given, with the number of the test from 1.
+/// Runs before each stat or lstat of the path given, with the number of the look from 1.
 void OnStat(const std::string& path, std::function<void(int number)> action);
 int StatCount();
 
@@ -26,6 +26,8 @@ void AfterRealpath(const std::string& path, std::function<void()> action);
 
 /// The paths that were unlinked, in order.
 std::vector<std::string> Removed();
+/// Runs once, in front of the next unlink.
+void BeforeRemoval(std::function<void()> action);
 
 /// What statvfs answers from now on; by default the real answer.
 void SetPartition(const struct statvfs& status);
@@ -38,6 +40,7 @@ std::vector<std::string> Commands();
 void FailPopen();
 /// No command runs from now on; each prints this text.
 void AnswerCommands(const std::string& text);
-void ForgetCommands();
+/// Waits, removals and commands so far, and the memory that they took.
+void Forget();
 
 }  // namespace interposed

@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -438,6 +440,39 @@ TEST(OpenTutorForWrite, ReleasesFileAndLockWhenTheDocumentIsBroken) {
     EXPECT_EQ(OpenFiles(), before);
     EXPECT_EQ(Read(kGuideFile), "");
     EXPECT_TRUE(IsUnlocked());
+}
+
+TEST(OpenTutorForWrite, LeavesNoPartOfAListThatTheDiskHasNoRoomFor) {
+    MakeGuideFolders();
+    Present({Solution("12345"), Solution("67890")});
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{8, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &small);
+    Manager().CreateTutorErrList();
+    EXPECT_EQ(Read(kGuideFile), "");
+    const rlimit enough{12, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &enough);
+    Manager().CleanDiagResult();
+    Manager().CreateTutorErrList();
+    EXPECT_EQ(Read(kGuideFile), "12345\n67890\n");
+    const rlimit all{RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &all);
+}
+
+TEST(OpenTutorForWrite, TellsThatTheProcessMayOpenNothingMore) {
+    MakeGuideFolders();
+    Write(kGuideFile, "old content\n");
+    const int next = dup(STDIN_FILENO);
+    close(next);
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{static_cast<rlim_t>(next), before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    Manager().CreateTutorErrList();
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(
+        Set().Logged(6, std::string("Unable to open file ") + kGuideFile + " " + std::to_string(EMFILE)));
+    EXPECT_EQ(Read(kGuideFile), "old content\n");
 }
 
 TEST(OpenTutorForWrite, ClosesItsFile) {

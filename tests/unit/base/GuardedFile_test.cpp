@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Kernel.h"
+#include "base/Exists.h"
 
 using namespace KURA::base;
 namespace fs = std::filesystem;
@@ -196,4 +197,37 @@ TEST_P(GuardedFile, TellsAPlainPathFromOneThatLeadsElsewhere) {
     errno = 0;
     EXPECT_FALSE(IsPlainPath(Path("link").c_str()));
     EXPECT_EQ(errno, ELOOP);
+}
+
+TEST_P(GuardedFile, OpensFilesOfAnySize) {
+    Write(Path("file"), "");
+    fs::resize_file(Path("file"), 3221225472);
+    EXPECT_TRUE(Exists(Path("file")));
+    EXPECT_NE(OpenPlainFileForReading(Path("file").c_str()), nullptr);
+    EXPECT_NE(OpenGuarded(Path("file").c_str()), nullptr);
+    EXPECT_EQ(fs::file_size(Path("file")), 0U);
+}
+
+TEST_P(GuardedFile, WritesAllOrSaysNo) {
+    EXPECT_TRUE(WriteGuarded(Path("file"), "text"));
+    EXPECT_EQ(Read(Path("file")), "text");
+    EXPECT_FALSE(WriteGuarded(Path("nowhere/file"), "text"));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(WriteAndClose(File(std::fopen("/dev/full", "w")), "text"));
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_FALSE(WriteAndClose(nullptr, ""));
+}
+
+TEST_P(GuardedFile, RemovesTheNameItself) {
+    Write(Path("file"), "");
+    RemoveFile(Path("file"));
+    EXPECT_FALSE(fs::exists(Path("file")));
+    Obstacles();
+    RemoveFile(Path("link"));
+    EXPECT_FALSE(fs::exists(Path("link")));
+    RemoveFile(Path("linked-folder/file"));
+    RemoveFile(Path("linked-folder/sub/file"));
+    RemoveFile(Path("folder"));
+    RemoveFile(Path("nowhere/file"));
+    ExpectNothingTouched();
 }
