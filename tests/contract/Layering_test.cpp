@@ -1,5 +1,6 @@
-// Who may include whom. A folder has a list of what its files may see; a header of another project has one
-// owner in the library; the library's units stand in an order and see only what is below them.
+// Who may include whom. docs/architecture.md lists for each folder what its files may see; a header of
+// another project has one owner in the library; the library's units stand in an order and see only what is
+// below them.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +8,7 @@
 #include <map>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,61 +24,8 @@ const fs::path kSource = KURA_SOURCE;
 using Names = std::vector<std::string>;
 
 struct Layer {
-    std::string folder;  ///< the last that a file's path starts with rules
+    std::string folder;  ///< the longest that a file's path starts with rules
     Names mayInclude;    ///< folders and files; a file's own folder is always open
-};
-
-const Layer kLayers[] = {
-    {"include/", {"platform/"}},
-    {"platform/", {}},
-    {"platform/host/", {"include/KURA_MapToDBTable.h"}},
-    {"src/", {"src/base/", "include/", "platform/", "platform/host/"}},
-    {"src/base/", {"platform/dlog.h", "platform/app_control.h"}},
-    {"support/", {}},
-    {"simulator/sandbox/", {}},
-    {"simulator/set/", {"simulator/sandbox/", "support/"}},
-    {"simulator/services/", {"simulator/set/", "support/"}},
-    {"simulator/services/agent/", {"simulator/set/", "simulator/services/", "support/"}},
-    {"simulator/services/pkgmgr/", {"simulator/set/", "simulator/services/", "support/"}},
-    {"simulator/platform/", {"simulator/set/", "support/", "platform/"}},
-    {"cli/", {"cli/frame/", "cli/host/", "cli/verbs/", "support/"}},
-    {"cli/frame/", {"simulator/set/KuraSet.h", "support/"}},
-    {"cli/host/",
-     {"cli/frame/", "include/", "platform/host/", "simulator/set/KuraSet.h", "simulator/set/SetSandbox.h",
-      "simulator/set/SetUse.h", "simulator/sandbox/Sandbox.h", "support/"}},
-    {"cli/explain/",
-     {"cli/frame/", "cli/host/", "cli/map/Number32.h", "cli/scenario/", "include/", "simulator/set/KuraSet.h",
-      "simulator/set/SetUse.h", "support/"}},
-    {"cli/verbs/",
-     {"cli/frame/", "cli/host/", "cli/explain/", "cli/map/", "cli/scenario/", "cli/serve/", "include/",
-      "simulator/set/KuraSet.h", "simulator/set/SetUse.h", "support/"}},
-    {"cli/map/", {"support/"}},
-    {"cli/scenario/", {"simulator/set/KuraSet.h", "support/"}},
-    {"cli/serve/", {"cli/frame/", "simulator/set/KuraSet.h", "support/"}},
-    {"tests/map/", {"cli/map/", "tests/command/"}},
-    {"tests/map/promise/",
-     {"cli/map/", "tests/fakes/", "tests/unit/KURA_DiagResultManager/", "include/", "platform/",
-      "platform/host/"}},
-    {"tests/fakes/", {"include/", "platform/", "platform/host/"}},
-    {"tests/contract/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
-    {"tests/unit/", {"tests/fakes/", "include/", "platform/", "platform/host/"}},
-    {"tests/unit/base/", {"tests/fakes/", "include/", "platform/", "src/base/"}},
-    {"tests/unit/KURA_DBManager/internals/", {"tests/unit/KURA_DBManager/", "tests/fakes/", "include/"}},
-    {"tests/trust/",
-     {"tests/trust/", "tests/unit/CGetData/", "tests/unit/KURA_DBManager/", "tests/unit/KURA_DiagManager/",
-      "tests/unit/KURA_DiagResultManager/", "tests/unit/KURA_KPISender/", "tests/fakes/", "include/",
-      "platform/"}},
-    {"tests/trust/base/", {"tests/trust/", "tests/unit/base/", "src/base/"}},
-    {"tests/model/", {"tests/trust/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
-    {"tests/sandbox/", {"simulator/sandbox/"}},
-    {"tests/simulator/",
-     {"simulator/platform/", "simulator/set/", "simulator/services/", "simulator/sandbox/", "support/",
-      "platform/"}},
-    {"tests/command/", {}},
-    {"tests/scenario/", {"cli/scenario/", "simulator/set/KuraSet.h"}},
-    {"fuzz/",
-     {"fuzz/", "cli/map/", "cli/scenario/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
-    {"bench/", {"bench/", "cli/map/", "tests/fakes/", "include/", "platform/", "platform/host/"}},
 };
 
 /// Where a quoted name is looked up after the file's own folder, by the first folder of the file.
@@ -162,6 +111,35 @@ std::string Resolve(const std::string& file, const std::string& name) {
     return "?" + name;
 }
 
+/// The names between backticks.
+Names QuotedNames(const std::string& text) {
+    static const std::regex kName("`([^`]+)`");
+    Names names;
+    for (std::sregex_iterator match(text.begin(), text.end(), kName), end; match != end; ++match) {
+        names.push_back((*match)[1]);
+    }
+    return names;
+}
+
+/// The table in docs/architecture.md: a folder, and behind it what its files may include.
+const std::vector<Layer>& Layers() {
+    static const std::vector<Layer> kLayers = [] {
+        std::vector<Layer> layers;
+        std::istringstream lines(TextOf("docs/architecture.md"));
+        std::string line;
+        while (std::getline(lines, line) && line != "## Who may include whom") {
+        }
+        while (std::getline(lines, line) && !StartsWith(line, "## ")) {
+            const Names names = QuotedNames(line);
+            if (StartsWith(line, "| `")) {
+                layers.push_back({names.front(), {names.begin() + 1, names.end()}});
+            }
+        }
+        return layers;
+    }();
+    return kLayers;
+}
+
 std::vector<Include> IncludesOf(const std::string& file) {
     static const std::regex kLine(R"(^[ \t]*#[ \t]*include[ \t]*([<"])([^>"]+)[>"])",
                                   std::regex::ECMAScript | std::regex::multiline);
@@ -188,13 +166,14 @@ std::vector<Include> IncludesBelow(const Names& folders) {
 
 const Layer& LayerOf(const std::string& file) {
     const Layer* found = nullptr;
-    for (const Layer& layer : kLayers) {
-        if (StartsWith(file, layer.folder)) {
+    for (const Layer& layer : Layers()) {
+        if (StartsWith(file, layer.folder) &&
+            (found == nullptr || layer.folder.size() > found->folder.size())) {
             found = &layer;
         }
     }
     if (found == nullptr) {
-        throw std::runtime_error("no layer for " + file);
+        throw std::runtime_error("no row for " + file + " in the table of docs/architecture.md");
     }
     return *found;
 }
@@ -249,6 +228,16 @@ Names FilesWith(const std::string& pattern) {
         }
     }
     return files;
+}
+
+TEST(Layering, TheTableNamesWhatIsThere) {
+    EXPECT_GT(Layers().size(), 30u);
+    for (const Layer& layer : Layers()) {
+        EXPECT_TRUE(fs::is_directory(kSource / layer.folder)) << layer.folder;
+        for (const std::string& name : layer.mayInclude) {
+            EXPECT_TRUE(fs::exists(kSource / name)) << layer.folder << " may include " << name;
+        }
+    }
 }
 
 TEST(Layering, FoldersSeeOnlyWhatTheyMay) {

@@ -1,4 +1,5 @@
-// The database files as somebody else sees them: a connection of the test's own, beside the library's.
+// What tests of the databases share: the files, a connection of the test's own beside the library's, a row to
+// save, and the close of a connection that the library left open.
 #pragma once
 
 #include <sqlite3.h>
