@@ -74,7 +74,7 @@ void Distrust(sqlite3* handle) {
     sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kMostText);
     sqlite3_limit(handle, SQLITE_LIMIT_SQL_LENGTH, kMostText);
     sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 1000);
-    sqlite3_limit(handle, SQLITE_LIMIT_VDBE_OP, 500);
+    sqlite3_limit(handle, SQLITE_LIMIT_VDBE_OP, 1000);
     // Those that make a long text of a short one, or take the square of its length, cannot be interrupted.
     for (const char* name : {"format", "hex", "instr", "ltrim", "printf", "quote", "randomblob", "replace",
                              "rtrim", "trim", "zeroblob"}) {

@@ -18,6 +18,14 @@ bool g_struck = false;
 bool g_readOnly = false;
 std::size_t g_calls = 0;
 std::atomic<std::size_t> g_syncs{0};
+std::atomic<void (*)()> g_onSync{nullptr};
+
+void NoteSync() {
+    ++g_syncs;
+    if (auto* const function = g_onSync.load()) {
+        function();
+    }
+}
 
 /// Whether this call has to fail, errno being set.
 bool Strikes(disk::Operation operation) {
@@ -84,6 +92,10 @@ std::size_t SyncCount() {
     return g_syncs;
 }
 
+void OnSync(void (*function)()) {
+    g_onSync = function;
+}
+
 }  // namespace disk
 
 extern "C" {
@@ -108,13 +120,13 @@ ssize_t pwrite64(int fd, const void* buffer, size_t size, off64_t offset) {
 
 int fsync(int fd) {
     static auto* const next = NEXT(fsync);
-    ++g_syncs;
+    NoteSync();
     return Strikes(disk::Operation::kSync) ? -1 : next(fd);
 }
 
 int fdatasync(int fd) {
     static auto* const next = NEXT(fdatasync);
-    ++g_syncs;
+    NoteSync();
     return Strikes(disk::Operation::kSync) ? -1 : next(fd);
 }
 

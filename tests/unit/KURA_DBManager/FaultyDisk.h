@@ -37,4 +37,7 @@ public:
 /// fsync and fdatasync so far.
 std::size_t SyncCount();
 
+/// Runs at each of them, on its thread; null for nothing.
+void OnSync(void (*function)());
+
 }  // namespace disk

@@ -62,6 +62,14 @@ std::size_t Count(const std::string& prefix) {
 const Codes kOld = {"O1", "O2", "O3"};
 const Codes kNew = {"N1", "N2", "N3", "N4"};
 
+bool CanRead() {
+    sqlite3* handle = nullptr;
+    sqlite3_open(database::kRemaining, &handle);
+    const int result = sqlite3_exec(handle, "SELECT count(*) FROM remainingTBL", nullptr, nullptr, nullptr);
+    sqlite3_close(handle);
+    return result == SQLITE_OK;
+}
+
 /// The old list is stored.
 class Transaction : public testing::Test {
 protected:
@@ -184,6 +192,22 @@ TEST_F(Transaction, KeepsTheOldListWhenAReaderBlocksTheDeletion) {
     reader.Query("COMMIT");
     EXPECT_EQ(Stored(), kOld);
     Save(kNew);
+    EXPECT_EQ(Stored(), kNew);
+}
+
+// While a commit waits nobody else begins to read.
+TEST_F(Transaction, WaitsForThoseWhoStillRead) {
+    database::Connection reader(database::kRemaining);
+    reader.Query("BEGIN");
+    EXPECT_EQ(reader.Value("SELECT count(*) FROM remainingTBL"), "3");
+    std::thread otherProcess([&] {
+        while (CanRead()) {
+        }
+        reader.Query("COMMIT");
+    });
+    Save(kNew);
+    otherProcess.join();
+    EXPECT_THAT(SqlErrors(), IsEmpty());
     EXPECT_EQ(Stored(), kNew);
 }
 
