@@ -2,17 +2,18 @@
 // the agent can look into data and cache; for YouTube it keeps another size in a file.
 #include "CGetData/AppSizes.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string>
+#include <thread>
 
 #include "CGetData.h"
-#include "CGetData/AgentRequests.h"
 #include "CGetData/PackageClient.h"
 #include "base/AppIds.h"
 #include "base/GuardedFile.h"
@@ -32,12 +33,18 @@ long Narrow(long long size) {
     return static_cast<std::int32_t>(size);
 }
 
+/// A regular file, no link. It need not be readable.
+bool IsAcknowledged(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool WaitForAcknowledgement(const std::string& ack) {
     for (int test = 0; test < kAckTests; ++test) {
-        if (agent::IsAcknowledged(ack)) {
+        if (IsAcknowledged(ack)) {
             return true;
         }
-        agent::WaitOneSecond();
+        std::this_thread::sleep_for(std::chrono::seconds(1));
     }
     return false;
 }
@@ -56,15 +63,11 @@ void ScanSizes(const char* text, long* dataSize, long* cacheSize) {
     }
 }
 
-/// Reads "%lld": 64 bits on the set as well.
-bool ScanInt64(const char* text, long long& value) {
-    char* end = nullptr;
-    const long long number = std::strtoll(text, &end, 10);
-    if (end == text) {
-        return false;
-    }
-    value = number;
-    return true;
+/// An answer is one number or two; what stands behind this many bytes is no part of one.
+std::string ReadAnswer(std::FILE* file) {
+    std::string text(4096, '\0');
+    text.resize(std::fread(text.data(), 1, text.size(), file));
+    return text;
 }
 
 }  // namespace
@@ -73,7 +76,8 @@ void CGetData::findDataCacheSize(char* packageName, char* appId, long* dataSize,
     const std::string app = base::OrEmpty(appId);
     const std::string line = std::string(base::OrEmpty(packageName)) + "|" + app + "\n";
     const std::string data = base::kCalcSizeDataPrefix + app;
-    if (!agent::IsPartOfFileName(app) || !base::WriteGuarded(data, line)) {
+    // With a slash the id would lead to another folder.
+    if (app.find('/') != std::string::npos || !base::WriteGuarded(data, line)) {
         KURA_ERROR("[KELMGR-NATIVE] File creation failed of %s", data.c_str());
         return;
     }
@@ -87,12 +91,13 @@ void CGetData::findDataCacheSize(char* packageName, char* appId, long* dataSize,
         return;
     }
     const std::string result = base::kSizeResultPrefix + app;
-    const std::optional<std::string> answer = agent::ReadAnswer(result);
-    if (!answer) {
+    base::File answer = base::OpenPlainFileForReading(result.c_str());
+    if (answer == nullptr) {
         KURA_ERROR("[VARDO-NATIVE] Unable to open file %s", result.c_str());
         return;
     }
-    ScanSizes(answer->c_str(), dataSize, cacheSize);
+    ScanSizes(ReadAnswer(answer.get()).c_str(), dataSize, cacheSize);
+    answer.reset();
     // In this order: an acknowledgement promises a result.
     base::RemoveFile(ack);
     base::RemoveFile(result);
@@ -105,8 +110,10 @@ long long getAppSizeForYoutube() {
         KURA_ERROR("[VARDO-NATIVE] Unable to open file %s", base::kCobaltSizePath);
         return 0;
     }
-    long long size = 0;
-    if (!ScanInt64(agent::ReadStart(file.get()).c_str(), size)) {
+    const std::string text = ReadAnswer(file.get());
+    char* end = nullptr;
+    const long long size = std::strtoll(text.c_str(), &end, 10);
+    if (end == text.c_str()) {
         // Kept: without a number the FILE is leaked.
         static_cast<void>(file.release());
     }

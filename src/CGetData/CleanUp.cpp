@@ -3,12 +3,13 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "CGetData.h"
-#include "CGetData/AgentRequests.h"
 #include "CGetData/PackageClient.h"
 #include "base/AppIds.h"
 #include "base/GuardedFile.h"
@@ -73,7 +74,7 @@ int CGetData::performDeepClean() {
             return 0;
         }
         KURA_INFO("Waiting for another 1 second to complete deep Clean Process");
-        agent::WaitOneSecond();
+        std::this_thread::sleep_for(std::chrono::seconds(1));
     }
     KURA_ERROR("Deep Clean Process unable to complete in 10 seconds.. so returning failure...");
     return -1;

@@ -43,27 +43,21 @@ struct ErrorFree {
     void operator()(GError* error) const { g_error_free(error); }
 };
 
+/// What a proxy leaves behind stays with its context until that is iterated, and not every host runs a main
+/// loop.
+struct ContextEnd {
+    void operator()(GMainContext* context) const {
+        while (g_main_context_iteration(context, FALSE) != FALSE) {
+        }
+        g_main_context_pop_thread_default(context);
+        g_main_context_unref(context);
+    }
+};
+
+using Context = std::unique_ptr<GMainContext, ContextEnd>;
 using Variant = std::unique_ptr<GVariant, VariantUnref>;
 using Proxy = std::unique_ptr<GDBusProxy, ObjectUnref>;
 using Error = std::unique_ptr<GError, ErrorFree>;
-
-/// A context of the calling thread's own. Without it what a proxy leaves to its context when it ends would
-/// stay for ever with a host that runs no main loop.
-class OwnContext {
-public:
-    OwnContext() : m_context(g_main_context_new()) { g_main_context_push_thread_default(m_context); }
-    OwnContext(const OwnContext&) = delete;
-    OwnContext& operator=(const OwnContext&) = delete;
-    ~OwnContext() {
-        while (g_main_context_iteration(m_context, FALSE) != FALSE) {
-        }
-        g_main_context_pop_thread_default(m_context);
-        g_main_context_unref(m_context);
-    }
-
-private:
-    GMainContext* m_context;
-};
 
 /// GLib ends the process where it gets no descriptor for a context. A call needs two.
 bool HasDescriptors() {
@@ -89,7 +83,8 @@ std::pair<Variant, Error> Call(GDBusConnection* connection, const char* method, 
     constexpr auto kProxyFlags = static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES |
                                                               G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS);
     constexpr int kDefaultTimeout = -1;
-    const OwnContext context;
+    const Context context(g_main_context_new());
+    g_main_context_push_thread_default(context.get());
     GError* error = nullptr;
     const Proxy proxy(g_dbus_proxy_new_sync(connection, kProxyFlags, nullptr, kBusName, kObjectPath,
                                             kInterface, nullptr, &error));

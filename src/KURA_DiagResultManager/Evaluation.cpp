@@ -32,39 +32,23 @@ struct EngineRecords {
 };
 
 bool HasAppeared(int code, EngineRecords& records) {
-    const auto shownCode = static_cast<unsigned int>(code);
-    const int result = GetInferenceDB(code, WM_TRANSITION_TYPE_TRUE, records.appeared);
-    if (result == kNoMatchingRecord) {
-        KURA_LOG_AS(kEvaluation, DLOG_INFO, "No Matching WM_TRANSITION_TYPE_TRUE InferenceDB : %u",
-                    shownCode);
-        return false;
-    }
-    if (result != 0) {
-        KURA_LOG_AS(kEvaluation, DLOG_ERROR, "GetInferenceDB API Error : %d", result);
+    if (!QueryInference(kEvaluation, code, WM_TRANSITION_TYPE_TRUE, records.appeared)) {
         return false;
     }
     if (records.appeared.empty()) {
-        KURA_LOG_AS(kEvaluation, DLOG_INFO, "TR true Result is empty! : %u", shownCode);
-        return false;
+        KURA_LOG_AS(kEvaluation, DLOG_INFO, "TR true Result is empty! : %u", static_cast<unsigned int>(code));
     }
-    return true;
+    return !records.appeared.empty();
 }
 
 /// True only for a disappearance strictly later than the appearance: in doubt the issue is still present.
 bool HasGoneAway(int code, EngineRecords& records) {
-    const auto shownCode = static_cast<unsigned int>(code);
-    const int result = GetInferenceDB(code, WM_TRANSITION_TYPE_FALSE, records.disappeared);
-    if (result == kNoMatchingRecord) {
-        KURA_LOG_AS(kEvaluation, DLOG_INFO, "No Matching WM_TRANSITION_TYPE_FALSE InferenceDB : %u",
-                    shownCode);
-        return false;
-    }
-    if (result != 0) {
-        KURA_LOG_AS(kEvaluation, DLOG_ERROR, "GetInferenceDB API Error : %d", result);
+    if (!QueryInference(kEvaluation, code, WM_TRANSITION_TYPE_FALSE, records.disappeared)) {
         return false;
     }
     if (records.disappeared.empty()) {
-        KURA_LOG_AS(kEvaluation, DLOG_INFO, "TR False result is empty! : %u", shownCode);
+        KURA_LOG_AS(kEvaluation, DLOG_INFO, "TR False result is empty! : %u",
+                    static_cast<unsigned int>(code));
         return false;
     }
     const std::string& goneAt = records.disappeared.at(0).lastUpdateTime;
@@ -96,24 +80,22 @@ void LogRecords(const EngineRecords& records) {
                 solution.solutionCode, solution.type, solution.isApply, solution.registerTime.c_str());
 }
 
-MapToDBTable BuildRow(const KURA_Solution& solution, const std::string& lastTime) {
-    MapToDBTable row;
-    row.index = 1;
-    row.issue_code = solution.issue_code;
-    row.is_fix = 0;
-    row.last_time = lastTime;
-    row.sol_type = solution.sol_type;
-    row.sol_name = solution.sol_name;
-    row.sid_issue = solution.sid_issue;
-    row.sid_sol = solution.sid_sol;
-    row.sid_button1 = solution.sid_button1;
-    row.sid_button2 = solution.sid_button2;
-    row.action = solution.action;
-    row.toast1 = solution.toast1;
-    row.toast2 = solution.toast2;
-    row.source = solution.source;
-    row.view_authority = solution.view_authority;
-    return row;
+MapToDBTable BuildRow(const KURA_Solution& from, const std::string& lastTime) {
+    return {1,
+            from.issue_code,
+            0,
+            lastTime,
+            from.sol_type,
+            from.sol_name,
+            from.sid_issue,
+            from.sid_sol,
+            from.sid_button1,
+            from.sid_button2,
+            from.action,
+            from.toast1,
+            from.toast2,
+            from.source,
+            from.view_authority};
 }
 
 }  // namespace

@@ -122,14 +122,7 @@ bool IsOnDemand(std::int32_t code) {
 bool HasDisappeared(std::int32_t code, const std::string& lastTime) {
     constexpr const char* kOperation = "GetInferenceResult_Remaining";
     std::vector<_WMInfDBRecord> records;
-    const int result = GetInferenceDB(code, WM_TRANSITION_TYPE_FALSE, records);
-    if (result == kNoMatchingRecord) {
-        KURA_LOG_AS(kOperation, DLOG_INFO, "No Matching WM_TRANSITION_TYPE_FALSE InferenceDB : %u",
-                    static_cast<unsigned int>(code));
-        return false;
-    }
-    if (result != 0) {
-        KURA_LOG_AS(kOperation, DLOG_ERROR, "GetInferenceDB API Error : %d", result);
+    if (!QueryInference(kOperation, code, WM_TRANSITION_TYPE_FALSE, records)) {
         return false;
     }
     if (records.empty()) {

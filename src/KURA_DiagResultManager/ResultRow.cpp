@@ -16,6 +16,19 @@ void WithValues(const MapToDBTable& row, Log log) {
 
 }  // namespace
 
+bool QueryInference(const char* operation, int code, int transition, std::vector<_WMInfDBRecord>& records) {
+    const auto shownCode = static_cast<unsigned int>(code);
+    const int result = GetInferenceDB(code, transition, records);
+    if (result == kNoMatchingRecord && transition == WM_TRANSITION_TYPE_TRUE) {
+        KURA_LOG_AS(operation, DLOG_INFO, "No Matching WM_TRANSITION_TYPE_TRUE InferenceDB : %u", shownCode);
+    } else if (result == kNoMatchingRecord) {
+        KURA_LOG_AS(operation, DLOG_INFO, "No Matching WM_TRANSITION_TYPE_FALSE InferenceDB : %u", shownCode);
+    } else if (result != 0) {
+        KURA_LOG_AS(operation, DLOG_ERROR, "GetInferenceDB API Error : %d", result);
+    }
+    return result == 0;
+}
+
 MapToDBTable BlankRow() {
     MapToDBTable row;
     row.index = -1;
