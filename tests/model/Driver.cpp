@@ -231,6 +231,7 @@ void Driver::RunModel(const std::function<std::string()>& modelCall) {
     model.record.Begin(m_throwAt, m_thrown);
     model.standardOutput.clear();
     model.standardError.clear();
+    model.waits = 0;
     m_modelSaw = Outcome(modelCall);
     if (m_thrown != Thrown::SystemError) {
         model.standardOutput.clear();
@@ -365,6 +366,7 @@ void Driver::CompareStores() {
     model.store.wasUsed = false;
     sqlite3* handle = nullptr;
     sqlite3_open_v2(kStorePath, &handle, SQLITE_OPEN_READONLY, nullptr);
+    Store::RunNothingStored(handle);
     const std::vector<std::string> library = RowsOf(handle);
     sqlite3_close(handle);
     const std::vector<std::string> expected = model.store.Rows();

@@ -39,7 +39,8 @@ public:
     /// Notes a change of the set.
     void Tell(const std::string& change);
     void WriteDocument(Document document);
-    void RunOnStores(const std::string& statements);
+    /// Each on the library's store and on the model's; one that fails changes nothing.
+    void RunOnStores(const std::vector<std::string>& statements);
 
 private:
     void Compare();

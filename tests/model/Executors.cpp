@@ -119,7 +119,7 @@ int Model::PerformDeepClean() {
             return 0;
         }
         record.Log(kInfo, kName, "Waiting for another 1 second to complete deep Clean Process");
-        if (wait == agentCleansAt) {
+        if (++waits == agentCleansAt) {
             files.erase(kCleanTrigger);
         }
     }

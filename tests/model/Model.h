@@ -32,8 +32,9 @@ struct Model {
     Document document;
     Store store{record};
 
-    /// The agent removes its trigger during this wait, counted from 1; never for 0.
+    /// The agent removes its trigger during this wait of a host call, counted from 1; never for 0.
     int agentCleansAt = 0;
+    int waits = 0;
     long long clockSeconds = 0;
     bool clockFails = false;
     std::string standardOutput;

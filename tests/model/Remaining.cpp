@@ -70,14 +70,15 @@ bool Model::LoadRemainingProblems() {
             return false;
         }
         row.index = index;
-        row.is_fix = ToSigned(columns[2].at(k));
         std::string* const texts[] = {nullptr,          &row.issue_code,    nullptr,      &row.last_time,
                                       &row.sol_type,    &row.sid_issue,     &row.sid_sol, &row.sid_button1,
                                       &row.sid_button2, &row.action,        &row.toast1,  &row.toast2,
                                       &row.source,      &row.view_authority};
-        for (std::size_t c = 0; c < kColumns.size(); ++c) {
+        for (std::size_t c = 1; c < kColumns.size(); ++c) {
             if (texts[c] != nullptr) {
                 *texts[c] = columns[c].at(k);
+            } else {
+                row.is_fix = ToSigned(columns[c].at(k));
             }
         }
         record.Log(kInfo, kName, "mdt.index : %d", row.index);

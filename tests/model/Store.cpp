@@ -26,6 +26,12 @@ Store::~Store() {
 void Store::Reset() {
     sqlite3_close(m_memory);
     sqlite3_open(":memory:", &m_memory);
+    RunNothingStored(m_memory);
+}
+
+void Store::RunNothingStored(sqlite3* handle) {
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
 }
 
 void Store::Change(const std::string& statements) {
@@ -46,7 +52,10 @@ void Store::Manager() {
 
 bool Store::Execute(const std::string& query) {
     m_record.Log(kError, "m_SqlExecute", "m_SqlExecute query : %s", query.c_str());
-    if (sqlite3_exec(m_handle, query.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) {
+    // A file that is no database is what SQLite complains of first, even where the statement is faulty, too.
+    const int head = sqlite3_exec(m_handle, "SELECT 1 FROM sqlite_master;", nullptr, nullptr, nullptr);
+    if (head != SQLITE_NOTADB &&
+        sqlite3_exec(m_handle, query.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) {
         return true;
     }
     m_record.Log(kError, "m_SqlExecute", "ERROR: sql execute is fail!! ( %s )", sqlite3_errmsg(m_handle));

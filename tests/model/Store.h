@@ -36,6 +36,8 @@ public:
     void Change(const std::string& statements);
     /// An empty database, without the table.
     void Reset();
+    /// Triggers and views that a store brings along do not run.
+    static void RunNothingStored(sqlite3* handle);
     /// The statement that makes the table.
     static std::string CreateStatement();
     /// Something that is no database stands at the store's path: from now on the model opens that.

@@ -243,6 +243,36 @@ std::string ForeignValue(Dice& dice, const std::string& column) {
     }
 }
 
+const std::vector<std::string> kDrop = {"DROP TABLE remainingTBL;", "DROP VIEW remainingTBL;"};
+
+/// Somebody else's table in place of the library's own: the columns, some of them missing or guarded.
+std::vector<std::string> ForeignTable(Dice& dice) {
+    const std::vector<std::string> guards = {" UNIQUE",         " NOT NULL",    " CHECK (length(%) < 9)",
+                                             " COLLATE NOCASE", " DEFAULT 'x'", " INTEGER"};
+    if (dice.Percent(10)) {
+        return {"CREATE VIEW remainingTBL AS SELECT 1 AS idx;"};
+    }
+    std::string columns;
+    for (const std::string& column : kColumns) {
+        if (dice.Percent(3)) {
+            continue;
+        }
+        std::string guard = dice.Percent(8) ? dice.Pick(guards) : "";
+        const std::size_t named = guard.find('%');
+        if (named != std::string::npos) {
+            guard.replace(named, 1, column);
+        }
+        columns += (columns.empty() ? "" : ", ") + column + guard;
+    }
+    columns += dice.Percent(10) ? ", one_more" : "";
+    std::vector<std::string> statements = {std::string("CREATE TABLE ") + kTable + "(" + columns + ");"};
+    if (dice.Percent(20)) {
+        statements.push_back(
+            "CREATE TRIGGER after_each AFTER INSERT ON remainingTBL BEGIN DELETE FROM remainingTBL; END;");
+    }
+    return statements;
+}
+
 /// Somebody else writes into the store.
 void ChangeRows(Driver& driver) {
     Dice& dice = driver.dice;
@@ -257,18 +287,25 @@ void ChangeRows(Driver& driver) {
     }
     if (dice.Percent(5)) {
         driver.Tell("the store's table is dropped");
-        driver.RunOnStores("DROP TABLE IF EXISTS remainingTBL;");
+        driver.RunOnStores(kDrop);
         return;
     }
-    std::string statements;
+    if (dice.Percent(5)) {
+        std::vector<std::string> statements = ForeignTable(dice);
+        driver.Tell("somebody else's table: " + statements.front());
+        statements.insert(statements.begin(), kDrop.begin(), kDrop.end());
+        driver.RunOnStores(statements);
+        return;
+    }
+    std::vector<std::string> statements = {Store::CreateStatement()};
     for (std::size_t rows = 1 + dice.Below(3); rows > 0; --rows) {
         std::string values;
         for (const std::string& column : kColumns) {
             values += (values.empty() ? "" : ", ") + ForeignValue(dice, column);
         }
-        statements += std::string("INSERT INTO ") + kTable + " VALUES(" + values + ");";
+        statements.push_back(std::string("INSERT INTO ") + kTable + " VALUES(" + values + ");");
+        driver.Tell("somebody else's row: " + statements.back());
     }
-    driver.Tell("somebody else's rows: " + statements);
     driver.RunOnStores(statements);
 }
 
@@ -318,16 +355,15 @@ void Driver::WriteDocument(Document document) {
     model.document = std::move(document);
 }
 
-void Driver::RunOnStores(const std::string& statements) {
-    std::string all = "BEGIN;";
-    all +=
-        "CREATE TABLE IF NOT EXISTS " + Store::CreateStatement().substr(std::string("CREATE TABLE ").size());
-    all += statements + "COMMIT;";
+void Driver::RunOnStores(const std::vector<std::string>& statements) {
     sqlite3* handle = nullptr;
     sqlite3_open(kStorePath, &handle);
-    sqlite3_exec(handle, all.c_str(), nullptr, nullptr, nullptr);
+    Store::RunNothingStored(handle);
+    for (const std::string& statement : statements) {
+        sqlite3_exec(handle, statement.c_str(), nullptr, nullptr, nullptr);
+        model.store.Change(statement);
+    }
     sqlite3_close(handle);
-    model.store.Change(all);
 }
 
 void Install(Driver& driver) {
