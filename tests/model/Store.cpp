@@ -50,11 +50,13 @@ void Store::Manager() {
     }
 }
 
-bool Store::Execute(const std::string& query) {
+bool Store::IsNoDatabase() {
+    return sqlite3_exec(m_handle, "SELECT 1 FROM sqlite_master;", nullptr, nullptr, nullptr) == SQLITE_NOTADB;
+}
+
+bool Store::Execute(const std::string& query, bool blamesFile) {
     m_record.Log(kError, "m_SqlExecute", "m_SqlExecute query : %s", query.c_str());
-    // A file that is no database is what SQLite complains of first, even where the statement is faulty, too.
-    const int head = sqlite3_exec(m_handle, "SELECT 1 FROM sqlite_master;", nullptr, nullptr, nullptr);
-    if (head != SQLITE_NOTADB &&
+    if (!(blamesFile && IsNoDatabase()) &&
         sqlite3_exec(m_handle, query.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) {
         return true;
     }
@@ -154,7 +156,8 @@ bool Store::Insert(const std::vector<std::string>& values) {
 bool Store::Delete(const std::string& issueCode) {
     Manager();
     m_record.Log(kError, "DeleteDB", "DeleteDB");
-    if (Execute(std::string("DELETE FROM ") + kTable + " WHERE issue_code='" + issueCode + "'")) {
+    // Where the file is no database and the statement is faulty as well, the library tells of the file.
+    if (Execute(std::string("DELETE FROM ") + kTable + " WHERE issue_code='" + issueCode + "'", true)) {
         return true;
     }
     m_record.Log(kError, "DeleteDB", "ERROR: %s column delete is fail!!", kTable);

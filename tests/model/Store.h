@@ -50,7 +50,9 @@ public:
 
 private:
     void Manager();
-    bool Execute(const std::string& query);
+    /// blamesFile: a file that is no database is told of before a faulty statement.
+    bool Execute(const std::string& query, bool blamesFile = false);
+    bool IsNoDatabase();
     bool HasTable();
 
     Record& m_record;
