@@ -13,6 +13,7 @@ import unittest
 from pathlib import Path
 
 BUILD = Path(sys.argv.pop(1)).resolve()
+PROJECT = Path(__file__).resolve().parents[2]
 CONSUME = Path(__file__).resolve().parent / "consume"
 MACHINE = "machine"  # where the root shows the machine's /usr; not below /run, which the sandbox of kura hides
 
@@ -105,6 +106,16 @@ class Packages(unittest.TestCase):
         for package in self.debs:
             for name in ("changelog.gz", "copyright"):
                 self.assertTrue((self.root / "usr/share/doc" / package / name).is_file(), (package, name))
+
+    def test_the_command_has_every_page_of_the_documents(self):
+        installed = self.root / "usr/share/doc/kura"
+        pages = [PROJECT / "README.md", PROJECT / "CHANGELOG.md", *(PROJECT / "docs").glob("*.md")]
+        self.assertGreater(len(pages), 15)
+        for page in pages:
+            copy = installed / page.relative_to(PROJECT)
+            self.assertTrue(copy.is_file(), copy)
+            for picture in re.findall(r"!\[[^]]*\]\(([^)]+)\)", page.read_text()):
+                self.assertTrue((copy.parent / picture).is_file(), (page, picture))
 
     def test_the_command_has_its_pages_completions_and_examples(self):
         share = self.root / "usr/share"
