@@ -27,6 +27,7 @@ public:
     /// Opens the file of db and creates its table if missing. Always true, also after a failed open; the
     /// operations that follow then fail. A connection still open is abandoned, so close it first.
     bool OpenDB(EDBName db);
+    /// Closes the connection; false when none is open.
     bool CloseDB();
 
     /// Appends the value of column for every row to out: text as it is, integers in decimal, anything else as
@@ -48,7 +49,9 @@ public:
     /// stands in src/KURA_DBManager/Transaction.cpp.
     class Transaction {
     public:
+        /// A save writes, a load only reads.
         enum class Kind { kSave, kLoad };
+        /// Begins on the connection that is open; the manager outlives it.
         Transaction(TCDBManager& manager, Kind kind);
         /// Takes back what was not committed.
         ~Transaction();
@@ -57,6 +60,7 @@ public:
 
         /// After an operation that failed: whether its own text or row was refused, not the store.
         bool IsOwnFault() const;
+        /// Keeps what was written; a failure is logged.
         void Commit();
 
     private:

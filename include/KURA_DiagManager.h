@@ -19,6 +19,7 @@ namespace KURA {
 /// The number of the current input source, -1 when the TV service names none.
 KURA_API int GetCurrentSourceInfo();
 
+/// The entry for hosts. The starting calls return at once; what they found arrives on the engine's thread.
 class KURA_API KURA_DiagManager {
 public:
     /// Created on the first call, never destroyed. The creation loads the solution map; what a misplaced
@@ -31,31 +32,41 @@ public:
     /// Does nothing: the library stays open.
     ~KURA_DiagManager();
 
+    /// What the constructor does, except for the loading of the map.
     void createLibHandler();
 
     /// "NetworkSetting" launches the network settings and returns an empty text; "SignalInfo" returns the
     /// host page to open, "hdmi-information" or "signal-information". Any other target is logged: empty text.
     std::string StartSelfDiagnosis(char* target);
 
-    /// Each arms one engine completion and returns; the outcome arrives on the engine's thread.
+    /// Guided diagnosis: arms one engine completion and returns; TutorCallbackFunc follows.
     void StartTutorDiagnosis();
+    /// Automatic diagnosis: arms one engine completion and returns; SolutionCallbackFunc follows.
     void StartAutoDiagnosis();
+    /// Check of what remains: arms one engine completion and returns; RemainingCallbackFunc follows.
     void RemainingProblem();
 
+    /// Kept for hosts that call it; only logs.
     void EnterRemaining();
 
     /// Deep clean (blocks up to about 10 s), then memory boost; returns the result of the latter.
     int OptimizeDevice();
 
+    /// Notes whether the guided diagnosis has come to its end.
     void SetIsCallBackFinish(bool finished);
 
     /// Ends the process at once, without exit handlers.
     [[noreturn]] void SetExitFlag(int status);
+    /// Always 0.
     int GetExitFlag();
 
-    /// Engine callbacks, on the engine's thread, serialised by m_KDMmutex.
+    // Engine callbacks, on the engine's thread, serialised by m_KDMmutex.
+
+    /// Writes the guide application's file and ends the host's main loop.
     static void TutorCallbackFunc(unsigned int id, WMSignalData data);
+    /// Hands what remains to the home screen.
     static void RemainingCallbackFunc(unsigned int id, WMSignalData data);
+    /// Hands what was found to the start screen.
     static void SolutionCallbackFunc(unsigned int id, WMSignalData data);
 
 private:

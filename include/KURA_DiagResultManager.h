@@ -14,20 +14,20 @@ namespace KURA {
 
 /// The solution table, column by column.
 struct KURA_SolutionDB {
-    std::vector<std::string> registerTime;
-    std::vector<std::string> issueCode;
-    std::vector<std::string> solutionCode;
-    std::vector<std::string> type;
-    std::vector<std::string> isApply;
+    std::vector<std::string> registerTime;  ///< when the repair was recorded
+    std::vector<std::string> issueCode;     ///< of the issue that was repaired
+    std::vector<std::string> solutionCode;  ///< of the solution that was applied
+    std::vector<std::string> type;          ///< the engine's number of the action type
+    std::vector<std::string> isApply;       ///< whether it was applied
 };
 
 /// The inference table, column by column.
 struct KURA_InferenceDB {
-    std::vector<std::string> registerTime;
-    std::vector<std::string> lastUpdatedTime;
-    std::vector<std::string> issueCode;
-    std::vector<std::string> TR;
-    std::vector<std::string> solutionCode;
+    std::vector<std::string> registerTime;     ///< when the engine first saw the issue
+    std::vector<std::string> lastUpdatedTime;  ///< when it last saw it appear or go
+    std::vector<std::string> issueCode;        ///< of the issue
+    std::vector<std::string> TR;               ///< the transition: appeared or gone
+    std::vector<std::string> solutionCode;     ///< of its solution
 };
 
 /// Operations marked (locks) hold m_KDRMmutex, which is recursive; for the others the caller serialises.
@@ -58,6 +58,7 @@ public:
 
     /// Appends the first five comma-separated texts of line to the five columns.
     void TokenString(std::string& line, KURA_SolutionDB& out);
+    /// Appends the first five comma-separated texts of line to the five columns.
     void TokenString(std::string& line, KURA_InferenceDB& out);
 
     /// Replaces the stored problems by the rows of the table that pass both filters.

@@ -15,10 +15,12 @@ public:
     /// Created on the first call, never destroyed.
     static KURA_KPISender* GetInstance();
 
-    /// Texts are copied; null reads as empty. A field that a report does not set keeps the value of the last
-    /// report that did.
+    /// Reports what was selected. Texts are copied; null reads as empty. A field that a report does not set
+    /// keeps the value of the last report that did.
     void SendKurahelpKPI(char* selectItem);
+    /// The same, with the state of the device.
     void SendKurahelpKPI(char* selectItem, char* status);
+    /// The same, with the number of issues.
     void SendKurahelpKPI(char* selectItem, int count);
 
 private:

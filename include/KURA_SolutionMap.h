@@ -9,8 +9,8 @@ namespace KURA {
 
 /// One value that a solution applies.
 struct KURA_SolutionValue {
-    std::string param_value;
-    std::string param_type;
+    std::string param_value;  ///< the value
+    std::string param_type;   ///< its type, as written; nothing depends on it
 };
 
 /// One issue and its solution. An attribute that the document leaves out is an empty text.
@@ -20,17 +20,17 @@ struct KURA_Solution {
     std::string sol_type;    ///< the action type: "VCONFSET_INT", "LAUNCH", "CMD", ...
     std::string sol_name;    ///< the action's target: a settings key, an app id, a command, ...
     std::vector<KURA_SolutionValue> sol_val;  ///< in document order
-    std::string sid_issue;
-    std::string sid_sol;
-    std::string sid_button1;
-    std::string sid_button2;
-    std::string reboot;
-    std::string is_fg_bg;  ///< "bg" keeps the issue off every screen
-    std::string action;
-    std::string toast1;
-    std::string toast2;
-    std::string source;          ///< "DTV", "HDMI", or anything else for every source
-    std::string view_authority;  ///< "USER" shows the issue
+    std::string sid_issue;                    ///< text id of the issue's name
+    std::string sid_sol;                      ///< text id of the solution's words
+    std::string sid_button1;                  ///< text id of the first button
+    std::string sid_button2;                  ///< text id of the second button
+    std::string reboot;                       ///< whether the set has to start again afterwards
+    std::string is_fg_bg;                     ///< "bg" keeps the issue off every screen
+    std::string action;                       ///< what the screen does with the solution
+    std::string toast1;                       ///< text id of the first message
+    std::string toast2;                       ///< text id of the second message
+    std::string source;                       ///< "DTV", "HDMI", or anything else for every source
+    std::string view_authority;               ///< "USER" shows the issue
 
     /// The fifteen texts in document order; sol_val starts empty.
     KURA_Solution(std::string issueCode, std::string solCode, std::string solType, std::string solName,
@@ -58,7 +58,7 @@ struct KURA_Solution {
 struct KURA_SolutionMap {
     int version = -1;        ///< -1 until the document names one
     unsigned int count = 0;  ///< as declared by the document; never compared with the number of solutions
-    std::vector<KURA_Solution> solutions;
+    std::vector<KURA_Solution> solutions;  ///< in document order
 };
 
 }  // namespace KURA

@@ -15,9 +15,9 @@ extern KURA_API boost::mutex m_KURAmutex;
 
 /// Summary of the stored map.
 struct TSCurrentKURAMap {
-    unsigned int version = 0;
-    unsigned int count = 0;
-    std::vector<KURA_Solution> solutions;
+    unsigned int version = 0;              ///< of the map
+    unsigned int count = 0;                ///< as declared by the document
+    std::vector<KURA_Solution> solutions;  ///< in document order
 };
 
 /// Thread-safe: every operation holds m_KURAmutex for its whole body. Reads hand out copies, never a
@@ -31,11 +31,16 @@ public:
 
     /// Version 0, count 0, no solutions.
     void Initialize();
+    /// The same as Initialize.
     void ResetInformationStorage();
 
+    /// Replaces the map's version.
     void SetSMVersion(unsigned int version);
+    /// Hands back the map's version.
     void GetSMVersion(unsigned int& version);
+    /// Replaces the declared count.
     void SetSMCount(unsigned int count);
+    /// Hands back the declared count.
     void GetSMCount(unsigned int& count);
 
     /// Version, count and solutions of map in place of what was stored, in one step: a reader at the same

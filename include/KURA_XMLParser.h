@@ -44,12 +44,14 @@ public:
         TCAttributes() = default;
         /// A copy owns its texts, whatever the original borrowed.
         TCAttributes(const TCAttributes& other);
+        /// Like the copy, it owns its texts.
         TCAttributes& operator=(const TCAttributes& other);
         ~TCAttributes() = default;
 
         /// Lower-cases name; the last value of a name wins.
         void Insert(std::string name, const std::string& value);
 
+        /// The text as written.
         bool GetValue(const std::string& name, std::string& value) const;
         /// Base-10 strtoul of a 32-bit machine: saturates at 4294967295, junk gives 0.
         bool GetValue(const std::string& name, unsigned long long& value) const;
@@ -92,7 +94,9 @@ public:
         void InsertElementData(const std::string& name, const std::string& data);
         /// False, the output untouched, for an unknown name.
         bool GetElementData(const std::string& name, std::string& data) const;
+        /// Remembers the element that is current.
         void SetCurrentElement(const std::string& name);
+        /// Hands back the element that is current; empty before the first.
         void GetCurrentElement(std::string& name) const;
 
     private:
@@ -102,11 +106,12 @@ public:
 
     /// What the callbacks receive as their context.
     struct TSParsingContext {
-        const TCXMLParser* parser;
-        KURA_SolutionMap* map;
+        const TCXMLParser* parser;   ///< not owned
+        KURA_SolutionMap* map;       ///< filled; not owned
         std::string currentElement;  ///< lower case; of the start tag seen last
     };
 
+    /// Knows its tags' handlers from the beginning.
     TCXMLParser();
 
     /// Empties map.solutions, then fills the map from text; version and count stay where the document names
@@ -114,14 +119,20 @@ public:
     /// only lacks its end parses. A value element before any solution throws std::out_of_range.
     bool Parse(const std::string& text, KURA_SolutionMap& map) const;
 
-    /// Callbacks in Expat's shape; context is a TSParsingContext, attributes a null-ended run of name, value
-    /// pairs. They return at once on null arguments.
+    // Callbacks in Expat's shape; context is a TSParsingContext. They return at once on null arguments.
+
+    /// A start tag; attributes is a null-ended run of name, value pairs.
     static void m_StartXmlElement(void* context, const char* name, const char** attributes);
+    /// An end tag.
     static void m_EndXmlElement(void* context, const char* name);
+    /// The text of an element, or a piece of it; length without a zero byte behind it.
     static void m_SetCharacterData(void* context, const char* text, int length);
 
+    /// Takes the version from "version"; 0 without one.
     static void m_HandleSMInfoTag(KURA_SolutionMap& map, const TCAttributes& attributes);
+    /// Takes the declared count from "cnt"; 0 without one.
     static void m_HandleSolutionMapTag(KURA_SolutionMap& map, const TCAttributes& attributes);
+    /// Appends a solution; an attribute that is absent is an empty text.
     static void m_HandleSolutionTag(KURA_SolutionMap& map, const TCAttributes& attributes);
     /// std::out_of_range while the map has no solution.
     static void m_HandleSolutionValTag(KURA_SolutionMap& map, const TCAttributes& attributes);

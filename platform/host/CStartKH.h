@@ -9,6 +9,7 @@ namespace KURA {
 /// The host's start screen: shows the list that an automatic diagnosis found.
 class CStartKH {
 public:
+    /// The one object, made by the host and never destroyed while the library may call.
     static CStartKH* Instance();
 
     /// Takes its own copy of the rows; the list may be empty. Called on the engine's thread.
