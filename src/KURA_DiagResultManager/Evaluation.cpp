@@ -80,22 +80,24 @@ void LogRecords(const EngineRecords& records) {
                 solution.solutionCode, solution.type, solution.isApply, solution.registerTime.c_str());
 }
 
-MapToDBTable BuildRow(const KURA_Solution& from, const std::string& lastTime) {
-    return {1,
-            from.issue_code,
-            0,
-            lastTime,
-            from.sol_type,
-            from.sol_name,
-            from.sid_issue,
-            from.sid_sol,
-            from.sid_button1,
-            from.sid_button2,
-            from.action,
-            from.toast1,
-            from.toast2,
-            from.source,
-            from.view_authority};
+MapToDBTable BuildRow(const KURA_Solution& solution, const std::string& lastTime) {
+    MapToDBTable row;
+    row.index = 1;
+    row.issue_code = solution.issue_code;
+    row.is_fix = 0;
+    row.last_time = lastTime;
+    row.sol_type = solution.sol_type;
+    row.sol_name = solution.sol_name;
+    row.sid_issue = solution.sid_issue;
+    row.sid_sol = solution.sid_sol;
+    row.sid_button1 = solution.sid_button1;
+    row.sid_button2 = solution.sid_button2;
+    row.action = solution.action;
+    row.toast1 = solution.toast1;
+    row.toast2 = solution.toast2;
+    row.source = solution.source;
+    row.view_authority = solution.view_authority;
+    return row;
 }
 
 }  // namespace
