@@ -34,6 +34,8 @@ class KURA_API CGetData {
 public:
     /// Created on the first call, never destroyed.
     static CGetData* GetInstance();
+    CGetData(const CGetData&) = delete;
+    CGetData& operator=(const CGetData&) = delete;
 
     // --- Storage and device state ---
 

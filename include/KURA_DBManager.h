@@ -20,6 +20,8 @@ class KURA_API TCDBManager {
 public:
     /// Created on the first call, never destroyed. Thread-safe.
     static TCDBManager* GetInstance();
+    TCDBManager(const TCDBManager&) = delete;
+    TCDBManager& operator=(const TCDBManager&) = delete;
 
     TCDBManager(const TCDBManager&) = delete;
     TCDBManager& operator=(const TCDBManager&) = delete;

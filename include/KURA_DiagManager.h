@@ -25,6 +25,8 @@ public:
     /// Created on the first call, never destroyed. The creation loads the solution map; what a misplaced
     /// value element throws passes, and the next call tries again. Thread-safe.
     static KURA_DiagManager* GetInstance();
+    KURA_DiagManager(const KURA_DiagManager&) = delete;
+    KURA_DiagManager& operator=(const KURA_DiagManager&) = delete;
 
     /// Opens the installed library, looks its entry points up and loads the solution map through them. A
     /// library that cannot be opened is logged; the map is then not loaded.

@@ -35,6 +35,8 @@ class KURA_API KURA_DiagResultManager {
 public:
     /// Created on the first call, never destroyed.
     static KURA_DiagResultManager* GetInstance();
+    KURA_DiagResultManager(const KURA_DiagResultManager&) = delete;
+    KURA_DiagResultManager& operator=(const KURA_DiagResultManager&) = delete;
 
     /// Evaluates every entry of the stored map against the engine and appends a row per present problem to
     /// the table, which is not cleared. Returns the number of rows added. A declared count beyond the list

@@ -14,6 +14,8 @@ class KURA_API KURA_KPISender {
 public:
     /// Created on the first call, never destroyed.
     static KURA_KPISender* GetInstance();
+    KURA_KPISender(const KURA_KPISender&) = delete;
+    KURA_KPISender& operator=(const KURA_KPISender&) = delete;
 
     /// Reports what was selected. Texts are copied; null reads as empty. A field that a report does not set
     /// keeps the value of the last report that did.

@@ -28,6 +28,8 @@ class KURA_API TCInformationStorage {
 public:
     /// Created on the first call, never destroyed.
     static TCInformationStorage* Instance();
+    TCInformationStorage(const TCInformationStorage&) = delete;
+    TCInformationStorage& operator=(const TCInformationStorage&) = delete;
 
     /// Version 0, count 0, no solutions.
     void Initialize();

@@ -20,6 +20,7 @@
 #include "CGetData/AppSizes.h"
 #include "CGetData/PackageClient.h"
 #include "app_list.h"
+#include "base/CancellationHeld.h"
 #include "base/Exists.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
@@ -39,11 +40,7 @@ constexpr int kListKind = 2;
 constexpr int kTermsAccepted = 1;
 constexpr std::chrono::milliseconds kPause{10};
 
-struct PipeCloser {
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-
-using Pipe = std::unique_ptr<std::FILE, PipeCloser>;
+using Pipe = std::unique_ptr<std::FILE, base::Release<pclose>>;
 
 /// What the workers share: read-only, but for the result and the record of each.
 struct Inventory {
@@ -177,6 +174,7 @@ int RunWorker(Inventory& inventory, std::size_t index) {
 
 /// Returns when every record is done: the pool's destructor waits.
 void MeasureAll(Inventory& inventory) {
+    const base::CancellationHeld held;
     TCThreadPool pool(kWorkers);
     for (std::size_t index = 0; index < inventory.records.size(); ++index) {
         inventory.records[index].hasIcon = false;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "CGetData.h"
+#include "base/CancellationHeld.h"
 #include "base/Log.h"
 #include "base/SetKeys.h"
 #include "connection.h"
@@ -19,11 +20,7 @@ namespace {
 constexpr int kPanelWidth8K = 7680;
 constexpr int kPanelHeight8K = 4320;
 
-struct ConnectionDestroyer {
-    void operator()(void* connection) const { connection_destroy(connection); }
-};
-
-using Connection = std::unique_ptr<void, ConnectionDestroyer>;
+using Connection = std::unique_ptr<void, base::Release<connection_destroy>>;
 
 /// 0 when it cannot be read.
 int ReadFeature(const char* key) {

@@ -2,16 +2,13 @@
 
 #include <memory>
 
+#include "base/CancellationHeld.h"
 #include "pkgmgr_client.h"
 
 namespace KURA {
 
-struct PackageClientFreer {
-    void operator()(pkgmgr_client* client) const { pkgmgr_client_free(client); }
-};
-
 /// Owns a client of the package manager; freed on every path out.
-using PackageClient = std::unique_ptr<pkgmgr_client, PackageClientFreer>;
+using PackageClient = std::unique_ptr<pkgmgr_client, base::Release<pkgmgr_client_free>>;
 
 /// Null when the package manager offers none.
 inline PackageClient NewPackageClient() {

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "CGetData.h"
+#include "base/CancellationHeld.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
 #include "pkgmgr_client.h"
@@ -33,16 +34,6 @@ constexpr int kNotAnswered = -2;
 constexpr int kInvalidParameter = -3;
 constexpr int kAccessDenied = -5;
 
-struct VariantUnref {
-    void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-struct ObjectUnref {
-    void operator()(GDBusProxy* proxy) const { g_object_unref(proxy); }
-};
-struct ErrorFree {
-    void operator()(GError* error) const { g_error_free(error); }
-};
-
 /// What a proxy leaves behind stays with its context until that is iterated, and not every host runs a main
 /// loop.
 struct ContextEnd {
@@ -55,9 +46,9 @@ struct ContextEnd {
 };
 
 using Context = std::unique_ptr<GMainContext, ContextEnd>;
-using Variant = std::unique_ptr<GVariant, VariantUnref>;
-using Proxy = std::unique_ptr<GDBusProxy, ObjectUnref>;
-using Error = std::unique_ptr<GError, ErrorFree>;
+using Variant = std::unique_ptr<GVariant, base::Release<g_variant_unref>>;
+using Proxy = std::unique_ptr<GDBusProxy, base::Release<g_object_unref>>;
+using Error = std::unique_ptr<GError, base::Release<g_error_free>>;
 
 /// GLib ends the process where it gets no descriptor for a context. A call needs two.
 bool HasDescriptors() {
@@ -83,6 +74,7 @@ std::pair<Variant, Error> Call(GDBusConnection* connection, const char* method, 
     constexpr auto kProxyFlags = static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES |
                                                               G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS);
     constexpr int kDefaultTimeout = -1;
+    const base::CancellationHeld held;
     const Context context(g_main_context_new());
     g_main_context_push_thread_default(context.get());
     GError* error = nullptr;

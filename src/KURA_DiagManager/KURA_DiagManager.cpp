@@ -11,13 +11,13 @@
 #include <array>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
-#include <memory>
 #include <string>
 #include <string_view>
 
 #include "CGetData.h"
 #include "KURA_DiagResultManager.h"
 #include "base/AppIds.h"
+#include "base/CancellationHeld.h"
 #include "base/Log.h"
 #include "base/NeverDestroyed.h"
 #include "base/SetKeys.h"
@@ -65,7 +65,7 @@ int GetCurrentSourceInfo() {
     int source = -1;
     TVServiceAPI::ISourceControl* created = nullptr;
     TVServiceAPI::CreateSourceControl(TVServiceAPI::PROFILE_MAIN, 0, &created);
-    const std::unique_ptr<TVServiceAPI::ISourceControl> control(created);
+    const base::Owned<TVServiceAPI::ISourceControl> control(created);
     if (control != nullptr && control->GetCurrentSource(&source) > 0) {
         KURA_INFO("GetCurrentSourceInfo success");
     }
@@ -187,6 +187,7 @@ void KURA_DiagManager::TutorCallbackFunc(unsigned int, WMSignalData) {
     GetInstance()->SetIsCallBackFinish(true);
     KURA_DiagResultManager::GetInstance()->CreateTutorErrList();
     if (loop != nullptr) {
+        const base::CancellationHeld held;
         // Hosts count on this order: they keep a reference of their own for the quit.
         g_main_loop_unref(loop);
         g_main_loop_quit(loop);

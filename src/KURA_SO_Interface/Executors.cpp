@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "CGetData.h"
 #include "KURA_SolutionMap.h"
 #include "base/AppControl.h"
+#include "base/CancellationHeld.h"
 #include "base/GuardedFile.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
@@ -48,7 +48,7 @@ void ResetPictureSize(const char*) {
     KURA_LOG_AS("ProcessAPI", DLOG_INFO, "Reset picture Size");
     TVServiceAPI::IVideoControl* created = nullptr;
     TVServiceAPI::CreateVideoControl(TVServiceAPI::PROFILE_MAIN, 0, &created);
-    const std::unique_ptr<TVServiceAPI::IVideoControl> control(created);
+    const KURA::base::Owned<TVServiceAPI::IVideoControl> control(created);
     if (control != nullptr) {
         control->ResetPictureSize();
     }

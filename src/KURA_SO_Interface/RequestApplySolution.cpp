@@ -4,6 +4,8 @@
 // the request.
 #include "KURA_SO_Interface.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <iostream>
@@ -129,7 +131,7 @@ void ApplyAll(const std::string& issueCode, bool isBGPatch) {
     }
 }
 
-/// Runs an operation on whose behalf nothing may be thrown: whatever leaves a step ends it, logged.
+/// Ends an operation at its first exception, logged. Only the unwinding of a cancelled thread passes.
 template <typename Operation>
 void RunGuarded(const char* function, Operation operation) {
     try {
@@ -137,6 +139,8 @@ void RunGuarded(const char* function, Operation operation) {
     } catch (const std::system_error& error) {
         KURA_LOG_AS(function, DLOG_ERROR, "Got exception 1");
         std::cout << "Caught system_error with code " << error.code() << " meaning " << error.what() << '\n';
+    } catch (const abi::__forced_unwind&) {
+        throw;
     } catch (...) {
         KURA_LOG_AS(function, DLOG_ERROR, "Got exception 2");
     }

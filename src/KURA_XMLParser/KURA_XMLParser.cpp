@@ -43,11 +43,7 @@ struct Text {
     operator std::string() const { return std::string(text); }
 };
 
-struct ParserFree {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-
-using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
+using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, base::Release<XML_ParserFree>>;
 
 /// The user data of one XML_Parse: the callbacks' context, and the exception that one of them threw.
 struct ParseRun : TCXMLParser::TSParsingContext {

@@ -5,15 +5,12 @@
 #include <type_traits>
 
 #include "app_control.h"
+#include "base/CancellationHeld.h"
 
 namespace KURA::base {
 
-struct AppControlDestroyer {
-    void operator()(app_control_h control) const { app_control_destroy(control); }
-};
-
 /// Owns a launch request; destroyed on every path out.
-using AppControl = std::unique_ptr<std::remove_pointer_t<app_control_h>, AppControlDestroyer>;
+using AppControl = std::unique_ptr<std::remove_pointer_t<app_control_h>, Release<app_control_destroy>>;
 
 /// A request to launch the application; null when the set refuses.
 inline AppControl NewLaunch(const char* appId) {

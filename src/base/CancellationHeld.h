@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <memory>
+
 namespace KURA::base {
 
 /// While it lives, pthread_cancel on this thread stays pending. For code that the unwinding of a cancelled
@@ -16,5 +18,24 @@ public:
 private:
     int m_before = PTHREAD_CANCEL_ENABLE;
 };
+
+/// A deleter that calls release, which may wait, within a destructor.
+template <auto release>
+struct Release {
+    template <typename Handle>
+    void operator()(Handle handle) const {
+        const CancellationHeld held;
+        release(handle);
+    }
+};
+
+template <typename Object>
+void Delete(Object* object) {
+    delete object;
+}
+
+/// Owns an object whose destructor may wait.
+template <typename Object>
+using Owned = std::unique_ptr<Object, Release<Delete<Object>>>;
 
 }  // namespace KURA::base

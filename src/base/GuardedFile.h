@@ -7,14 +7,12 @@
 #include <memory>
 #include <string>
 
+#include "base/CancellationHeld.h"
+
 namespace KURA::base {
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 /// Owns an open stream; closed on every path out.
-using File = std::unique_ptr<std::FILE, FileCloser>;
+using File = std::unique_ptr<std::FILE, Release<std::fclose>>;
 
 enum class WriteMode {
     kWrite,      ///< as "w"
