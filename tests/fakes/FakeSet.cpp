@@ -126,6 +126,9 @@ void FakeSet::RecordLog(LogLine line) {
 }  // namespace fakes
 
 extern "C" int dlog_print(int priority, const char* tag, const char* format, ...) {
+    if (fakes::Set().onLog) {
+        fakes::Set().onLog();
+    }
     if (!fakes::Set().keepRecords) {
         ++fakes::Set().logCount;
         return 0;

@@ -127,6 +127,8 @@ public:
 
     /// Runs at the start of every recorded call with its text; may throw or block.
     std::function<void(const std::string& call)> onCall;
+    /// The same for every log line.
+    std::function<void()> onLog;
     /// Off for threads and benchmarks: calls and log lines are then counted but not kept, nor are launches,
     /// usage events and screen lists. Subscriptions and recorded solutions are always kept.
     bool keepRecords = true;
