@@ -23,9 +23,6 @@ public:
     TCDBManager(const TCDBManager&) = delete;
     TCDBManager& operator=(const TCDBManager&) = delete;
 
-    TCDBManager(const TCDBManager&) = delete;
-    TCDBManager& operator=(const TCDBManager&) = delete;
-
     /// Opens the file of db and creates its table if missing. Always true, also after a failed open; the
     /// operations that follow then fail. A connection still open is abandoned, so close it first.
     bool OpenDB(EDBName db);
