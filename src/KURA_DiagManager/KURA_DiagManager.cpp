@@ -137,7 +137,7 @@ std::string KURA_DiagManager::StartSelfDiagnosis(char* target) {
 }
 
 void KURA_DiagManager::StartTutorDiagnosis() {
-    // "StarTutor", as an error: log readers know the line by both.
+    // Kept: log readers search for the misspelt name and the error priority.
     KURA_ERROR("StarTutor Diagnosis");
     InferenceSubscribeOnce(kSubscriptionPeriod, TutorCallbackFunc);
     KURA_INFO("End Tutor Diagnosis");
@@ -188,7 +188,7 @@ void KURA_DiagManager::TutorCallbackFunc(unsigned int, WMSignalData) {
     KURA_DiagResultManager::GetInstance()->CreateTutorErrList();
     if (loop != nullptr) {
         const base::CancellationHeld held;
-        // Hosts count on this order: they keep a reference of their own for the quit.
+        // Kept: unref, then quit. Hosts hold a reference of their own, so the loop outlives both calls.
         g_main_loop_unref(loop);
         g_main_loop_quit(loop);
     }

@@ -1,5 +1,5 @@
 // One action each: a settings key, a command line for the agent, a launch, a settings item, or one of a few
-// named operations of the set. A failed call is at most logged: whoever applies a solution goes on.
+// named operations of the set. A failed call is logged at most, and the repair goes on.
 #include "KURA_SO_Interface.h"
 
 #include <cstdint>
@@ -54,8 +54,7 @@ void ResetPictureSize(const char*) {
     }
 }
 
-// Kept: the settings rows pass the operation's own name as the item; the service goes by that name, and no
-// value of the solution has a say.
+// Kept: the settings rows pass their own name as the item. The solution's values are not used.
 void TurnVoiceGuideOn(const char*) {
     KURA_LOG_AS("ProcessAPI", DLOG_INFO, "Voice guide is ON");
     const int result = SettingsAPI::SetItemValue("voiceguide_on", "voiceguide", false);
@@ -155,7 +154,7 @@ void ProcessAPI(const char* name, std::vector<KURA::KURA_SolutionValue>* values)
             operation.perform(firstValue);
         }
     }
-    // Kept: success is what the log says for every name and every result.
+    // Kept: the log says success for every name and every result.
     KURA_INFO("SUCCESS APPLY API");
     KURA_INFO("Apply_API : option_name_%s , option_val_%s", operationName, firstValue);
     KURA_INFO("Process API EXIT");

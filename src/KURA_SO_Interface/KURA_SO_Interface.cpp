@@ -33,8 +33,8 @@ using KURA::base::OrEmpty;
 
 constexpr const char* kLoad = "ParseSolutionMap";
 
-// The document may stand behind a link, but whatever stands there must not hold the caller up: a FIFO without
-// a writer opens at once and then has no size.
+// The document may be a link. Non-blocking, because a FIFO without a writer would hold the caller up: opened
+// like this it has no size and is refused.
 File OpenDocument(const char* path) {
     const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (fd < 0) {

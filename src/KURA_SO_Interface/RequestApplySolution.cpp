@@ -1,4 +1,4 @@
-// Applying the solutions of one issue. What a solution does hangs on its type alone: one table gives the
+// Applying the solutions of one issue. What a solution does depends on its type alone: one table gives the
 // executor and the engine's number of each type. The record of a repair means "tried", not "worked": an
 // action that fails quietly is still removed from the remaining problems and recorded; only an exception ends
 // the request.
@@ -100,7 +100,7 @@ constexpr Action kActions[] = {
      }},
 };
 
-/// Null for a type that nothing is done for.
+/// Null for an unknown type: nothing is then done.
 const Action* FindAction(const std::string& type) {
     const auto action = std::find_if(std::begin(kActions), std::end(kActions),
                                      [&](const Action& row) { return type == row.type; });

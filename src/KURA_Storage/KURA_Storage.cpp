@@ -74,7 +74,7 @@ void TCInformationStorage::SetSolutionMap(KURA_SolutionMap map) {
     const Lock lock(m_KURAmutex);
     m_version = static_cast<unsigned int>(map.version);
     m_count = map.count;
-    // The list before is destroyed by the caller, after the lock.
+    // After the swap map holds the old list, which the caller destroys once the lock is released.
     m_solutions.swap(map.solutions);
 }
 
@@ -103,7 +103,7 @@ void TCInformationStorage::GetSolutionInformation(unsigned int& count, std::vect
 
 void TCInformationStorage::GetSolutionsOfIssue(const std::string& issueCode,
                                                std::vector<KURA_Solution>& out) {
-    // Logged as what it stands for: GetSolutionInformation, less the copies that the caller would throw away.
+    // Kept: every read of the solutions logs under this name.
     KURA_LOG_AS("GetSolutionInformation", DLOG_INFO, "GetSolutionInformation IN");
     std::vector<KURA_Solution> found;
     {

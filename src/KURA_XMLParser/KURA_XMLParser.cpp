@@ -1,5 +1,5 @@
-// The reader knows four elements wherever they stand; nothing is nested and text between tags means nothing.
-// Every start tag goes straight from the XML reader's own memory into the record that keeps it.
+// Recognises four elements at any depth and ignores other elements, end tags and text. Each start tag is
+// copied straight from Expat's memory into its record.
 #include "KURA_XMLParser.h"
 
 #include <expat.h>
@@ -32,8 +32,8 @@ constexpr std::array<const char*, 15> kSolutionAttributes = {
 
 constexpr std::array<const char*, 2> kValueAttributes = {"param_value", "param_type"};
 
-/// Room made at the start of a parse, one record for so many bytes of text: never more memory than the text
-/// takes itself, whatever count the document declares.
+/// A parse reserves one record for so many bytes of text: at most the memory that the text takes itself,
+/// whatever count the document declares.
 constexpr std::size_t kTextPerRecord = sizeof(KURA_Solution);
 constexpr std::size_t kMaxRecordsAhead = 65536;
 
@@ -213,7 +213,7 @@ void TCXMLParser::m_HandleSolutionMapTag(KURA_SolutionMap& map, const TCAttribut
     unsigned int count = 0;
     attributes.GetValue("cnt", count);
     map.count = count;
-    // Readers of the log know a count beyond the signed range as a negative number.
+    // Kept: the log shows a count above INT_MAX as a negative number.
     KURA_INFO("SM_COUNT [%d]", static_cast<int>(map.count));
 }
 
@@ -229,7 +229,7 @@ void TCXMLParser::m_HandleSolutionValTag(KURA_SolutionMap& map, const TCAttribut
     std::array<std::string_view, kValueAttributes.size()> texts;
     attributes.m_FindAll(kValueAttributes.data(), texts.size(), texts.data());
     if (map.solutions.empty()) {
-        // The index is size() - 1 as the set's 32-bit size_t wraps it, on every machine.
+        // The index is size() - 1 of an empty list in 32 bits, on every machine.
         throw std::out_of_range(
             "vector::_M_range_check: __n (which is 4294967295) >= this->size() (which is 0)");
     }

@@ -173,7 +173,7 @@ bool TCXMLParser::TCAttributes::GetValue(const std::string& name, unsigned int& 
     if (!m_Find(name, text)) {
         return false;
     }
-    // A value that is no number counts as read: callers start from a default that then stays.
+    // True also for a value that is no number: the caller's default then stays.
     std::uint32_t number = 0;
     if (base::ScanUInt32(text.data(), number)) {
         value = number;
