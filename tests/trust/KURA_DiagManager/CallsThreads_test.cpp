@@ -113,6 +113,30 @@ std::vector<Calls> AllThreads() {
     };
 }
 
+/// The other singletons, each used by a thread of its own. The store's connection is that of the completions:
+/// a host that opened it, too, would have them work on its own.
+std::vector<Calls> OtherSingletons() {
+    TCDBManager* store = TCDBManager::GetInstance();
+    KURA::KURA_KPISender* sender = KURA::KURA_KPISender::GetInstance();
+    KURA::CGetData* device = KURA::CGetData::GetInstance();
+    return {
+        {[store] { store->DeleteDB("77"); },
+         [store] {
+             store->SetDB("testTBL", {"1", "2", "3", "4", "5"});
+         },
+         [store] {
+             std::vector<std::string> out;
+             store->GetDB(EDB_REMAINING, "issue_code", out);
+         },
+         [store] { store->FlushDB(EDB_TEST); }},
+        {[sender] { sender->SendKurahelpKPI(std::string("item").data()); },
+         [sender] { sender->SendKurahelpKPI(std::string("another item").data(), 3); },
+         [] { SendSelfDiagnosisResult("item", "a status of more than fifteen letters"); }},
+        {[device] { device->sendFlashSize(); }, [device] { device->CheckDeviceState(); },
+         [device] { device->m_CheckNetwork(); }, [] { KURA::GetCurrentSourceInfo(); }},
+    };
+}
+
 /// Runs all of them until so many calls were made; every thread makes its share of the slow ones too. Returns
 /// how many each made.
 std::vector<std::size_t> RunTogether(const std::vector<Calls>& threads, std::size_t calls) {
@@ -172,7 +196,10 @@ void NameLocks() {
 TEST(CallsThreads, NeitherRaceNorTearAList) {
     Prepare();
     const std::size_t calls = trust::Count(5000, 1000000);
-    const std::vector<std::size_t> each = RunTogether(AllThreads(), calls);
+    std::vector<Calls> threads = AllThreads();
+    const std::vector<Calls> others = OtherSingletons();
+    threads.insert(threads.end(), others.begin(), others.end());
+    const std::vector<std::size_t> each = RunTogether(threads, calls);
     EXPECT_EQ(g_torn, 0);
     EXPECT_TRUE(AreBothRead());
     std::size_t all = 0;
@@ -181,8 +208,8 @@ TEST(CallsThreads, NeitherRaceNorTearAList) {
     }
     const std::size_t completions = each[0] + each[1] + each[2];
     trust::Report("Callbacks while the host calls",
-                  "8 threads, of the calls " + std::to_string(completions) + " completions and " +
-                      std::to_string(each[3]) + " reloads",
+                  "11 threads on every singleton, of the calls " + std::to_string(completions) +
+                      " completions and " + std::to_string(each[3]) + " reloads",
                   all);
 
     // The last word is a whole list: one more run leaves exactly what it found.
