@@ -10,7 +10,7 @@
 #include "Cost.h"
 #include "Documents.h"
 #include "map/Check.h"
-#include "map/Document.h"
+#include "map/XmlDocument.h"
 
 namespace {
 
@@ -34,16 +34,16 @@ int main(int argc, char** argv) {
         return 64;
     }
     const std::size_t solutions = std::strtoul(argv[2], nullptr, 10);
-    kuramap::CheckDocument(kuramap::Document::Parse(bench::SolutionMapText(1), "first"), {});
+    kuramap::CheckMap(kuramap::XmlDocument::Parse(bench::SolutionMapText(1), "first"), {});
 
     const std::string text = bench::SolutionMapText(solutions);
     const long before = MostHeld();
     std::size_t errors = 0;
     std::size_t elements = 0;
     bench::Measure(what, [&] {
-        const kuramap::Document document = kuramap::Document::Parse(text, "map");
+        const kuramap::XmlDocument document = kuramap::XmlDocument::Parse(text, "map");
         elements = document.Elements().size();
-        for (const kuramap::Finding& finding : kuramap::CheckDocument(document, {})) {
+        for (const kuramap::Finding& finding : kuramap::CheckMap(document, {})) {
             errors += finding.severity == kuramap::Severity::kError ? 1 : 0;
         }
     });

@@ -1,15 +1,25 @@
 #include "NearestName.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace support {
 
 namespace {
 
-/// How many times to change, add, leave out or swap with its neighbour a character to make one word of the
-/// other.
-std::size_t Distance(const std::string& from, const std::string& to) {
+bool IsSame(char a, char b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return lower(a) == lower(b);
+}
+
+/// The greatest distance at which a word is still near: one in three characters, but one in a word of up to
+/// three, since two changes leave too little of it, and two in one of four or five.
+std::size_t GreatestDistance(std::size_t length) {
+    return length < 4 ? 1 : std::max<std::size_t>(2, length / 3);
+}
+
+}  // namespace
+
+std::size_t EditDistance(std::string_view from, std::string_view to) {
     const std::size_t width = to.size() + 1;
     std::vector<std::size_t> table((from.size() + 1) * width);
     const auto at = [&](std::size_t i, std::size_t j) -> std::size_t& { return table[i * width + j]; };
@@ -19,9 +29,9 @@ std::size_t Distance(const std::string& from, const std::string& to) {
                 at(i, j) = i + j;
                 continue;
             }
-            const std::size_t changed = at(i - 1, j - 1) + (from[i - 1] == to[j - 1] ? 0 : 1);
+            const std::size_t changed = at(i - 1, j - 1) + (IsSame(from[i - 1], to[j - 1]) ? 0 : 1);
             at(i, j) = std::min({changed, at(i - 1, j) + 1, at(i, j - 1) + 1});
-            if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+            if (i > 1 && j > 1 && IsSame(from[i - 1], to[j - 2]) && IsSame(from[i - 2], to[j - 1])) {
                 at(i, j) = std::min(at(i, j), at(i - 2, j - 2) + 1);
             }
         }
@@ -29,17 +39,16 @@ std::size_t Distance(const std::string& from, const std::string& to) {
     return table.back();
 }
 
-}  // namespace
-
-std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
+std::string Suggestion(std::string_view word, const std::vector<std::string>& known) {
+    // A word that is far longer than every known one is near none, and comparing it costs its length.
     constexpr std::size_t kLongest = 100;
     if (word.size() > kLongest) {
         return "";
     }
     const std::string* nearest = nullptr;
-    std::size_t best = std::max<std::size_t>(1, word.size() / 3) + 1;
+    std::size_t best = GreatestDistance(word.size()) + 1;
     for (const std::string& candidate : known) {
-        const std::size_t distance = Distance(word, candidate);
+        const std::size_t distance = EditDistance(word, candidate);
         if (distance < best && distance < candidate.size()) {
             best = distance;
             nearest = &candidate;

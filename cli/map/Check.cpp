@@ -17,19 +17,19 @@ Severity SeverityOf(const Rule& rule, const CheckOptions& options) {
 }
 
 /// A finding in one of the files beside the maps.
-void ReportLine(std::vector<Finding>& findings, const CheckOptions& options, std::string_view tag,
+void ReportLine(std::vector<Finding>& findings, const CheckOptions& options, RuleId id,
                 const std::string& file, std::size_t line, std::string message) {
-    const Rule* const rule = FindRule(tag);
-    const Severity severity = SeverityOf(*rule, options);
+    const Rule& rule = RuleOf(id);
+    const Severity severity = SeverityOf(rule, options);
     if (severity != Severity::kOff) {
-        findings.push_back({rule, severity, file, {line, 1}, "", std::move(message)});
+        findings.push_back({&rule, severity, file, {line, 1}, "", std::move(message)});
     }
 }
 
-void ReportCodesWithoutSolution(const std::vector<Document>& documents, const CheckOptions& options,
+void ReportCodesWithoutSolution(const std::vector<XmlDocument>& documents, const CheckOptions& options,
                                 std::vector<Finding>& findings) {
     std::set<std::string, std::less<>> solved;
-    for (const Document& document : documents) {
+    for (const XmlDocument& document : documents) {
         const SolutionMap map(document);
         for (const Solution& solution : map.Solutions()) {
             solved.emplace(map.Text(solution, Field::kIssueCode));
@@ -37,7 +37,7 @@ void ReportCodesWithoutSolution(const std::vector<Document>& documents, const Ch
     }
     for (const CodeList::Entry& entry : options.codes->entries) {
         if (solved.count(entry.code) == 0) {
-            ReportLine(findings, options, "code-without-solution", options.codes->file, entry.line,
+            ReportLine(findings, options, RuleId::kCodeWithoutSolution, options.codes->file, entry.line,
                        "the engine may report issue " + entry.code + ", and no solution has this code");
         }
     }
@@ -65,8 +65,13 @@ std::size_t RemoveAllowed(std::vector<Finding>& findings, AllowList& allowed) {
 
 std::string Quoted(std::string_view text) {
     constexpr std::size_t kMost = 60;
+    std::size_t length = std::min(text.size(), kMost);
+    // Cut in front of a character, not inside it: UTF-8 marks the bytes that continue one.
+    while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) {
+        --length;
+    }
     std::string quoted = "\"";
-    for (const char c : text.substr(0, kMost)) {
+    for (const char c : text.substr(0, length)) {
         switch (c) {
             case '\n':
                 quoted += "\\n";
@@ -81,41 +86,33 @@ std::string Quoted(std::string_view text) {
                 quoted += c;
         }
     }
-    // Not in the middle of a character.
-    if (text.size() > kMost) {
-        while (quoted.size() > 1 && (static_cast<unsigned char>(text[quoted.size() - 1]) & 0xC0) == 0x80 &&
-               (static_cast<unsigned char>(quoted.back()) & 0x80) != 0) {
-            quoted.pop_back();
-        }
-        quoted += "...";
-    }
-    return quoted + "\"";
+    return quoted + (length < text.size() ? "...\"" : "\"");
 }
 
-void Checker::Report(std::string_view tag, Place place, std::string message) {
-    const Rule* const rule = FindRule(tag);
-    const Severity severity = SeverityOf(*rule, m_options);
+void Checker::Report(RuleId id, Subject subject, std::string message) {
+    const Rule& rule = RuleOf(id);
+    const Severity severity = SeverityOf(rule, m_options);
     if (severity != Severity::kOff) {
         m_findings.push_back(
-            {place.offset,
-             {rule, severity, m_document.FileName(), {}, std::move(place.issue), std::move(message)}});
+            {subject.offset,
+             {&rule, severity, m_document.FileName(), {}, std::move(subject.issue), std::move(message)}});
     }
 }
 
-Checker::Place Checker::At(const Solution& solution) const {
+Checker::Subject Checker::At(const Solution& solution) const {
     return {ElementOf(solution).offset, std::string(m_map.Text(solution, Field::kIssueCode))};
 }
 
-Checker::Place Checker::At(const Solution& solution, Field field) const {
-    Place place = At(solution);
+Checker::Subject Checker::At(const Solution& solution, Field field) const {
+    Subject subject = At(solution);
     const std::uint32_t attribute = SolutionMap::Attribute(solution, field);
     if (attribute != kNoAttribute) {
-        place.offset = m_document.AttributeOffset(ElementOf(solution), attribute);
+        subject.offset = m_document.AttributeOffset(ElementOf(solution), attribute);
     }
-    return place;
+    return subject;
 }
 
-Checker::Place Checker::AtAttribute(const Element& element, std::uint32_t attribute) const {
+Checker::Subject Checker::AtAttribute(const Element& element, std::uint32_t attribute) const {
     return {attribute == kNoAttribute ? element.offset : m_document.AttributeOffset(element, attribute), ""};
 }
 
@@ -139,7 +136,7 @@ std::vector<Finding> Checker::Run() {
     for (const auto& [offset, finding] : m_findings) {
         offsets.push_back(offset);
     }
-    const std::vector<Position> positions = m_document.PositionsOf(offsets);
+    const std::vector<LineColumn> positions = m_document.LineColumnsOf(offsets);
     std::vector<Finding> findings;
     findings.reserve(m_findings.size());
     for (std::size_t i = 0; i < m_findings.size(); ++i) {
@@ -155,14 +152,14 @@ std::size_t CheckResult::Count(Severity severity) const {
                       [severity](const Finding& finding) { return finding.severity == severity; }));
 }
 
-std::vector<Finding> CheckDocument(const Document& document, const CheckOptions& options) {
+std::vector<Finding> CheckMap(const XmlDocument& document, const CheckOptions& options) {
     return Checker(document, options).Run();
 }
 
-CheckResult CheckDocuments(const std::vector<Document>& documents, const CheckOptions& options) {
+CheckResult CheckMaps(const std::vector<XmlDocument>& documents, const CheckOptions& options) {
     CheckResult result;
-    for (const Document& document : documents) {
-        for (Finding& finding : CheckDocument(document, options)) {
+    for (const XmlDocument& document : documents) {
+        for (Finding& finding : CheckMap(document, options)) {
             result.findings.push_back(std::move(finding));
         }
     }
@@ -174,7 +171,7 @@ CheckResult CheckDocuments(const std::vector<Document>& documents, const CheckOp
         result.allowed = RemoveAllowed(result.findings, allowed);
         for (const AllowList::Entry& entry : allowed.entries) {
             if (!entry.isUsed) {
-                ReportLine(result.findings, options, "allow-unused", allowed.file, entry.line,
+                ReportLine(result.findings, options, RuleId::kAllowUnused, allowed.file, entry.line,
                            "nothing is found that this entry allows: " + entry.tag +
                                (entry.issue.empty() ? "" : " " + entry.issue) + "; remove it");
             }

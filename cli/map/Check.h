@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "Document.h"
 #include "Rules.h"
 #include "TextFiles.h"
+#include "XmlDocument.h"
 
 namespace kuramap {
 
@@ -17,7 +17,7 @@ struct Finding {
     const Rule* rule = nullptr;
     Severity severity = Severity::kError;
     std::string file;
-    Position position;
+    LineColumn position;
     std::string issue;    ///< the issue code that it concerns, empty for none
     std::string message;  ///< one sentence or more, without the issue and the tag
 };
@@ -38,9 +38,9 @@ struct CheckResult {
 };
 
 /// The findings of one document, sorted by place, severities applied, those off left out.
-std::vector<Finding> CheckDocument(const Document& document, const CheckOptions& options);
+std::vector<Finding> CheckMap(const XmlDocument& document, const CheckOptions& options);
 
 /// The findings of several documents; the allow file is applied, and what of it was not used is reported.
-CheckResult CheckDocuments(const std::vector<Document>& documents, const CheckOptions& options);
+CheckResult CheckMaps(const std::vector<XmlDocument>& documents, const CheckOptions& options);
 
 }  // namespace kuramap

@@ -1,11 +1,14 @@
 // The rules about single solutions, and about several for one issue.
+#include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <unordered_map>
 
 #include "Characters.h"
 #include "Checker.h"
 #include "Number32.h"
+#include "support/NearestName.h"
 
 namespace kuramap {
 
@@ -49,15 +52,19 @@ bool NeedsTarget(std::string_view actionType) {
     return type != nullptr && !type->target.empty();
 }
 
-/// One of words is meant but not written: another letter case, blanks around it, or one letter off. Empty for
-/// none.
+/// Whether somebody who wrote text meant word: in another letter case, with blanks around it, with one letter
+/// too many or too few, or with one changed. A changed letter makes another word of one of three letters.
+bool IsNear(std::string_view text, std::string_view word) {
+    const std::string_view letters = Trimmed(text);
+    const std::size_t most = word.size() > 3 || letters.size() != word.size() ? 1 : 0;
+    return text != word && letters.size() <= word.size() + 1 && support::EditDistance(letters, word) <= most;
+}
+
+/// The first of words that text is near to, empty for none.
 std::string_view NearlyOneOf(std::string_view text, std::initializer_list<std::string_view> words) {
-    for (const std::string_view word : words) {
-        if (text != word && IsNear(Trimmed(text), word)) {
-            return word;
-        }
-    }
-    return {};
+    const auto* const near =
+        std::find_if(words.begin(), words.end(), [&](std::string_view word) { return IsNear(text, word); });
+    return near == words.end() ? std::string_view() : *near;
 }
 
 }  // namespace
@@ -74,19 +81,19 @@ void Checker::CheckSolution(const Solution& solution) {
 void Checker::CheckIssueCode(const Solution& solution) {
     const std::string_view code = m_map.Text(solution, Field::kIssueCode);
     const Number32 number = Number32::Read(code);
-    const Place place = At(solution, Field::kIssueCode);
+    const Subject subject = At(solution, Field::kIssueCode);
     if (!number.IsPlain() || number.hasSign) {
-        Report("code-not-a-number", place,
+        Report(RuleId::kCodeNotANumber, subject,
                (code.empty() ? "the issue code is missing"
                              : "the issue code " + Quoted(code) + " is not a plain number") +
                    "; the engine is asked for " + std::to_string(number.Signed()) +
                    ", while a repair looks for the exact text: write the code in digits alone");
     } else if (number.hasLeadingZero) {
-        Report("code-leading-zero", place,
+        Report(RuleId::kCodeLeadingZero, subject,
                "the issue code " + Quoted(code) + " begins with a zero; the engine reports " +
                    std::to_string(number.Signed()) + ", which a repair does not find: leave the zeros out");
     } else if (!number.FitsSigned()) {
-        Report("code-out-of-range", place,
+        Report(RuleId::kCodeOutOfRange, subject,
                "the issue code " + Quoted(code) +
                    " is beyond 2147483647, and the engine is asked for 2147483647 "
                    "instead: use the code that the engine reports");
@@ -98,7 +105,7 @@ void Checker::CheckSolutionCode(const Solution& solution) {
     const Number32 number = Number32::Read(code);
     if (!number.IsPlain() || number.hasSign || !number.FitsSigned()) {
         Report(
-            "solution-code-not-a-number", At(solution, Field::kSolutionCode),
+            RuleId::kSolutionCodeNotANumber, At(solution, Field::kSolutionCode),
             (code.empty() ? "the solution code is missing"
                           : "the solution code " + Quoted(code) + " is not a plain number up to 2147483647") +
                 "; the engine records " + std::to_string(number.Signed()) + ": write digits alone");
@@ -108,10 +115,10 @@ void Checker::CheckSolutionCode(const Solution& solution) {
 void Checker::CheckAction(const Solution& solution) {
     const std::string_view type = m_map.Text(solution, Field::kActionType);
     if (FindActionType(type) == nullptr) {
-        Report("unknown-action", At(solution, Field::kActionType),
+        Report(RuleId::kUnknownAction, At(solution, Field::kActionType),
                (type.empty() ? "sol_type is missing" : "there is no action type " + Quoted(type)) +
                    "; the repair does nothing, and the issue is taken for solved" +
-                   DidYouMean(type, NamesOf(ActionTypes())));
+                   support::Suggestion(type, NamesOf(ActionTypes())));
         return;
     }
     CheckTarget(solution);
@@ -120,27 +127,27 @@ void Checker::CheckAction(const Solution& solution) {
 void Checker::CheckTarget(const Solution& solution) {
     const std::string_view type = m_map.Text(solution, Field::kActionType);
     const std::string_view name = m_map.Text(solution, Field::kActionName);
-    const Place place = At(solution, Field::kActionName);
+    const Subject subject = At(solution, Field::kActionName);
     if (NeedsTarget(type) && Trimmed(name).empty()) {
-        Report("name-missing", place,
+        Report(RuleId::kNameMissing, subject,
                "sol_name is empty, but " + std::string(type) + " needs the " +
                    std::string(FindActionType(type)->target) + " there");
         return;
     }
     if (type == "API" && FindOperation(name) == nullptr) {
-        Report("unknown-operation", place,
+        Report(RuleId::kUnknownOperation, subject,
                "there is no operation " + Quoted(name) +
                    "; the repair does nothing, yet is logged as a success" +
-                   DidYouMean(name, NamesOf(Operations())));
+                   support::Suggestion(name, NamesOf(Operations())));
     }
     if (type == "MSGPORT" && FindScreen(name) == nullptr) {
-        Report("unknown-screen", place,
+        Report(RuleId::kUnknownScreen, subject,
                "there is no screen " + Quoted(name) +
                    "; the repair does nothing, and the issue is taken for solved" +
-                   DidYouMean(name, NamesOf(Screens())));
+                   support::Suggestion(name, NamesOf(Screens())));
     }
     if (type == "CMD" && name.find_first_of("\r\n") != std::string_view::npos) {
-        Report("command-line-break", place,
+        Report(RuleId::kCommandLineBreak, subject,
                "the command " + Quoted(name) +
                    " has a line break; the agent reads one line a request: write one line");
     }
@@ -154,9 +161,9 @@ void Checker::CheckValues(const Solution& solution) {
         const bool needsDigits = use != ValueUse::kText;
         if (first == nullptr || first->value == kNoAttribute ||
             (needsDigits && Trimmed(m_map.TextOf(first->value)).empty())) {
-            Place place = At(solution);
-            place.offset = first == nullptr ? place.offset : m_document.Elements()[first->element].offset;
-            Report("value-missing", place,
+            Subject subject = At(solution);
+            subject.offset = first == nullptr ? subject.offset : m_document.Elements()[first->element].offset;
+            Report(RuleId::kValueMissing, subject,
                    std::string(type) + " needs a value, and none is given; the set uses " +
                        (!needsDigits                ? "an empty text"
                         : use == ValueUse::kBoolean ? "false"
@@ -174,9 +181,9 @@ void Checker::CheckValues(const Solution& solution) {
     for (std::uint32_t i = use == ValueUse::kNone ? 0 : 1; i < solution.valueCount; ++i) {
         const Value& value = m_map.Values()[solution.firstValue + i];
         if (i > 0 || !m_map.TextOf(value.value).empty()) {
-            Place place = At(solution);
-            place.offset = AtAttribute(m_document.Elements()[value.element], value.value).offset;
-            Report("value-unused", place,
+            Subject subject = At(solution);
+            subject.offset = AtAttribute(m_document.Elements()[value.element], value.value).offset;
+            Report(RuleId::kValueUnused, subject,
                    i > 0
                        ? "only the first value of a solution is used, and this is a further one: leave it out"
                        : "the value " + Quoted(m_map.TextOf(value.value)) + " is not used by " +
@@ -189,16 +196,16 @@ void Checker::CheckValues(const Solution& solution) {
 void Checker::CheckNumber(const Solution& solution, const Value& value, ValueUse use) {
     const std::string_view text = m_map.TextOf(value.value);
     const Number32 number = Number32::Read(text);
-    Place place = At(solution);
-    place.offset = AtAttribute(m_document.Elements()[value.element], value.value).offset;
+    Subject subject = At(solution);
+    subject.offset = AtAttribute(m_document.Elements()[value.element], value.value).offset;
     if (!number.hasDigits || number.hasRest || !number.FitsSigned()) {
         const std::string result =
             use == ValueUse::kBoolean && number.Signed() == 0 ? "false" : std::to_string(number.Signed());
-        Report("value-not-a-number", place,
+        Report(RuleId::kValueNotANumber, subject,
                "the value " + Quoted(text) + " is not a whole number of 32 bits; the set writes " + result +
                    (use == ValueUse::kBoolean ? ": write 0 for off, 1 for on" : ": write digits alone"));
     } else if (use == ValueUse::kBoolean && (number.isNegative || number.magnitude > 1)) {
-        Report("value-not-a-boolean", place,
+        Report(RuleId::kValueNotABoolean, subject,
                "the boolean value " + Quoted(text) + " is neither 0 nor 1: write 0 for off, 1 for on");
     }
 }
@@ -209,20 +216,20 @@ void Checker::CheckKeptTexts(const Solution& solution) {
     for (const Field field : kKeptFields) {
         const std::string_view text = m_map.Text(solution, field);
         if (text.find('"') != std::string_view::npos) {
-            Report("quote-in-kept-text", At(solution, field),
+            Report(RuleId::kQuoteInKeptText, At(solution, field),
                    std::string(NameOf(field)) +
                        " holds a double quote, so the store of unfixed problems refuses the "
                        "issue: write it without");
         }
         if (isKept && field != Field::kAuthority && text == authority) {
-            Report("text-equals-authority", At(solution, field),
+            Report(RuleId::kTextEqualsAuthority, At(solution, field),
                    std::string(NameOf(field)) + " equals view_authority (" + Quoted(text) +
                        "), so the store of unfixed problems refuses the issue: write something else");
         }
     }
     const std::string_view toast = m_map.Text(solution, Field::kToast1);
     if (LooksLikeNumber(toast)) {
-        Report("toast-like-a-number", At(solution, Field::kToast1),
+        Report(RuleId::kToastLikeANumber, At(solution, Field::kToast1),
                "toast1 " + Quoted(toast) +
                    " looks like a number, and the store changes how it is written: begin the "
                    "string id with a letter");
@@ -233,25 +240,25 @@ void Checker::CheckFilters(const Solution& solution) {
     const std::string_view ground = m_map.Text(solution, Field::kGround);
     if (SolutionMap::Attribute(solution, Field::kGround) != kNoAttribute && ground != "fg" &&
         ground != "bg") {
-        Report("ground-unknown", At(solution, Field::kGround),
+        Report(RuleId::kGroundUnknown, At(solution, Field::kGround),
                "is_fg_bg is " + Quoted(ground) + ", which the set takes for the foreground: write fg or bg");
     }
     const std::string_view source = m_map.Text(solution, Field::kSource);
     const std::string_view authority = m_map.Text(solution, Field::kAuthority);
     if (const std::string_view word = NearlyOneOf(source, {"DTV", "HDMI"}); !word.empty()) {
-        Report("filter-near-miss", At(solution, Field::kSource),
+        Report(RuleId::kFilterNearMiss, At(solution, Field::kSource),
                "source " + Quoted(source) + " is not \"" + std::string(word) +
                    "\": the issue is shown on every input; write the word exactly");
     } else if (source != "DTV" && source != "HDMI" && source != "ALL" && !source.empty() && ground != "bg") {
-        Report("always-shown", At(solution, Field::kSource),
+        Report(RuleId::kAlwaysShown, At(solution, Field::kSource),
                "source " + Quoted(source) + " limits the issue to no input: it is always shown");
     }
     if (const std::string_view word = NearlyOneOf(authority, {"USER"}); !word.empty()) {
-        Report("filter-near-miss", At(solution, Field::kAuthority),
+        Report(RuleId::kFilterNearMiss, At(solution, Field::kAuthority),
                "view_authority " + Quoted(authority) + " is not \"" + std::string(word) +
                    "\": the issue is never shown; write the word exactly");
     } else if (authority != "USER" && ground != "bg") {
-        Report("never-shown", At(solution, Field::kAuthority),
+        Report(RuleId::kNeverShown, At(solution, Field::kAuthority),
                (authority.empty() ? "view_authority is empty" : "view_authority is " + Quoted(authority)) +
                    ": the issue is evaluated but never shown");
     }
@@ -268,12 +275,12 @@ void Checker::CheckRepeatedIssues() {
         Seen& seen = issues[m_map.Text(solution, Field::kIssueCode)];
         ++seen.solutions;
         if (seen.solutions > 1) {
-            Report("several-solutions", At(solution, Field::kIssueCode),
+            Report(RuleId::kSeveralSolutions, At(solution, Field::kIssueCode),
                    "this is solution " + std::to_string(seen.solutions) +
                        " of the issue: it is listed once for each, and one repair applies all of them");
         }
         if (m_map.Text(solution, Field::kActionType) == "CMD" && ++seen.commands > 1) {
-            Report("command-overwritten", At(solution, Field::kActionType),
+            Report(RuleId::kCommandOverwritten, At(solution, Field::kActionType),
                    "the issue has a command before this one, which this one overwrites before the agent has "
                    "read it: "
                    "put both into one command");

@@ -69,7 +69,7 @@ void Checker::CheckTexts() {
     }
 }
 
-void Checker::CheckText(std::string_view id, const Place& place) {
+void Checker::CheckText(std::string_view id, const Subject& subject) {
     const std::string* reference = nullptr;
     std::string referenceLanguage;
     std::vector<std::string> missing;
@@ -81,7 +81,7 @@ void Checker::CheckText(std::string_view id, const Place& place) {
         }
         const std::size_t length = CountCharacters(text->second);
         if (m_options.width && length > *m_options.width) {
-            Report("text-too-long", place,
+            Report(RuleId::kTextTooLong, subject,
                    "the text of " + Quoted(id) + " in " + table.language + " has " + std::to_string(length) +
                        " characters, more than " + std::to_string(*m_options.width) + ": shorten it");
         }
@@ -93,16 +93,16 @@ void Checker::CheckText(std::string_view id, const Place& place) {
         const std::vector<std::string> expected = PlaceholdersOf(*reference);
         const std::vector<std::string> found = PlaceholdersOf(text->second);
         if (expected != found) {
-            Report("placeholders-differ", place,
+            Report(RuleId::kPlaceholdersDiffer, subject,
                    "the texts of " + Quoted(id) + " have different placeholders: " + Joined(expected) +
                        " in " + referenceLanguage + ", " + Joined(found) + " in " + table.language);
         }
     }
     if (reference == nullptr) {
-        Report("text-missing", place,
+        Report(RuleId::kTextMissing, subject,
                "no text file has the id " + Quoted(id) + ": add the text, or correct the id");
     } else if (!missing.empty()) {
-        Report("translation-missing", place,
+        Report(RuleId::kTranslationMissing, subject,
                "the text of " + Quoted(id) + " is missing in " + Joined(missing));
     }
 }
@@ -118,7 +118,7 @@ void Checker::CheckCodes() {
     for (const Solution& solution : m_map.Solutions()) {
         const std::string_view code = m_map.Text(solution, Field::kIssueCode);
         if (known.count(code) == 0) {
-            Report("solution-without-code", At(solution, Field::kIssueCode),
+            Report(RuleId::kSolutionWithoutCode, At(solution, Field::kIssueCode),
                    "the engine knows no issue " + Quoted(code) +
                        ": correct the code, remove the solution, or add the code to " +
                        m_options.codes->file);

@@ -18,25 +18,26 @@ std::string Quoted(std::string_view text);
 
 class Checker {
 public:
-    Checker(const Document& document, const CheckOptions& options)
+    Checker(const XmlDocument& document, const CheckOptions& options)
         : m_document(document), m_map(document), m_options(options) {}
 
     /// Everything found, sorted by place.
     std::vector<Finding> Run();
 
 private:
-    struct Place {
+    /// What a finding is about: a place in the text, and the issue code where one is concerned.
+    struct Subject {
         std::size_t offset = 0;
         std::string issue;
     };
 
-    void Report(std::string_view tag, Place place, std::string message);
+    void Report(RuleId id, Subject subject, std::string message);
 
-    Place At(const Element& element) const { return {element.offset, ""}; }
-    Place At(const Solution& solution) const;
+    Subject At(const Element& element) const { return {element.offset, ""}; }
+    Subject At(const Solution& solution) const;
     /// Of one field; of the solution itself where the field is not written.
-    Place At(const Solution& solution, Field field) const;
-    Place AtAttribute(const Element& element, std::uint32_t attribute) const;
+    Subject At(const Solution& solution, Field field) const;
+    Subject AtAttribute(const Element& element, std::uint32_t attribute) const;
     const Element& ElementOf(const Solution& solution) const {
         return m_document.Elements()[solution.element];
     }
@@ -66,10 +67,10 @@ private:
 
     // CheckTexts.cpp
     void CheckTexts();
-    void CheckText(std::string_view id, const Place& place);
+    void CheckText(std::string_view id, const Subject& subject);
     void CheckCodes();
 
-    const Document& m_document;
+    const XmlDocument& m_document;
     const SolutionMap m_map;
     const CheckOptions& m_options;
     std::vector<bool> m_spellingsSeen;  // by the name's id

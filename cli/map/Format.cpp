@@ -85,7 +85,7 @@ std::string EscapedValue(std::string_view text) {
 
 /// In the order and spelling of the canonical layout.
 Attributes Arranged(const char** written, ElementKind kind) {
-    const std::vector<std::string_view>& known = AttributeNames(kind);
+    const std::vector<std::string>& known = AttributeNames(kind);
     Attributes others;
     std::vector<const char*> values(known.size(), nullptr);
     for (; *written != nullptr; written += 2) {
@@ -253,8 +253,8 @@ private:
     std::exception_ptr m_failure;
 };
 
-[[noreturn]] void RefuseAt(const Document& document, const ReadingError& error) {
-    const Position place = document.PositionsOf({error.offset}).front();
+[[noreturn]] void RefuseAt(const XmlDocument& document, const ReadingError& error) {
+    const LineColumn place = document.LineColumnsOf({error.offset}).front();
     throw Unreadable(document.FileName() + ":" + std::to_string(place.line) + ":" +
                      std::to_string(place.column) + ": " + error.reason +
                      "; mend the XML before it can be formatted");
@@ -262,7 +262,7 @@ private:
 
 }  // namespace
 
-std::string Format(const Document& document) {
+std::string Format(const XmlDocument& document) {
     if (document.Error()) {
         RefuseAt(document, *document.Error());
     }
@@ -270,7 +270,7 @@ std::string Format(const Document& document) {
         RefuseAt(document, *document.Unfinished());
     }
     std::string text = Writer().Write(document.Source());
-    const Document again = Document::Parse(text, document.FileName());
+    const XmlDocument again = XmlDocument::Parse(text, document.FileName());
     if (!(MeaningOf(SolutionMap(again)) == MeaningOf(SolutionMap(document)))) {
         throw Unreadable(document.FileName() + ": cannot be formatted without changing what it says");
     }

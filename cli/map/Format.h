@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Document.h"
+#include "XmlDocument.h"
 
 namespace kuramap {
 
@@ -11,6 +11,6 @@ namespace kuramap {
 /// order of the library's record, of an attribute written twice the one that counts. Comments, unknown
 /// elements and attributes, and text between tags stay. The result reads as the same map and formats to
 /// itself. Throws Unreadable for a document that is not well-formed or not finished.
-std::string Format(const Document& document);
+std::string Format(const XmlDocument& document);
 
 }  // namespace kuramap

@@ -16,7 +16,60 @@ enum class Severity { kOff, kInfo, kWarning, kError };
 /// "error", "warning", "info", "off".
 std::string_view NameOf(Severity severity);
 
+/// Every rule by name, in the order of the table.
+enum class RuleId {
+    kNotWellFormed,
+    kRootNotClosed,
+    kValueBeforeSolution,
+    kNoSolutions,
+    kCountMissing,
+    kCountTooLarge,
+    kCountTooSmall,
+    kCodeNotANumber,
+    kCodeLeadingZero,
+    kCodeOutOfRange,
+    kUnknownAction,
+    kNameMissing,
+    kUnknownOperation,
+    kUnknownScreen,
+    kValueMissing,
+    kCommandLineBreak,
+    kQuoteInKeptText,
+    kTextEqualsAuthority,
+    kUnknownElement,
+    kUnknownAttribute,
+    kTextContent,
+    kDuplicateAttribute,
+    kMisplacedElement,
+    kRepeatedCount,
+    kRepeatedVersion,
+    kVersionNotANumber,
+    kCountNotANumber,
+    kValueNotANumber,
+    kValueNotABoolean,
+    kValueUnused,
+    kSolutionCodeNotANumber,
+    kCommandOverwritten,
+    kToastLikeANumber,
+    kGroundUnknown,
+    kFilterNearMiss,
+    kTextMissing,
+    kTranslationMissing,
+    kPlaceholdersDiffer,
+    kTextTooLong,
+    kCodeWithoutSolution,
+    kSolutionWithoutCode,
+    kAllowUnused,
+    kEncodingNotUtf8,
+    kRootUnusual,
+    kNameNotLowerCase,
+    kSeveralSolutions,
+    kNeverShown,
+    kAlwaysShown,
+};
+
 struct Rule {
+    RuleId id;
     std::string_view tag;
     Severity severity;
     std::string_view summary;  ///< what is wrong, without an end mark
@@ -28,11 +81,13 @@ struct Rule {
 /// Errors first, then warnings, then infos.
 const std::vector<Rule>& Rules();
 
+const Rule& RuleOf(RuleId id);
+
 /// Null for an unknown tag.
 const Rule* FindRule(std::string_view tag);
 
 /// The tags of all rules.
-std::vector<std::string_view> NamesOfTags();
+std::vector<std::string> Tags();
 
 /// One rule for people, plain text.
 std::string Explain(const Rule& rule);

@@ -7,7 +7,7 @@
 
 namespace kuramap {
 
-SolutionMap::SolutionMap(const Document& document) : m_document(document) {
+SolutionMap::SolutionMap(const XmlDocument& document) : m_document(document) {
     for (const Name& name : document.Names()) {
         m_kinds.push_back(KindOfElement(name.lower));
         const auto field = std::find(kFieldNames.begin(), kFieldNames.end(), name.lower);

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Document.h"
 #include "Vocabulary.h"
+#include "XmlDocument.h"
 
 namespace kuramap {
 
@@ -32,9 +32,9 @@ struct Solution {
 /// Refers to the document, which must outlive it.
 class SolutionMap {
 public:
-    explicit SolutionMap(const Document& document);
+    explicit SolutionMap(const XmlDocument& document);
 
-    const Document& Source() const { return m_document; }
+    const XmlDocument& Source() const { return m_document; }
     const std::vector<Solution>& Solutions() const { return m_solutions; }
     const std::vector<Value>& Values() const { return m_values; }
     /// Elements by their kind, in the order of the document.
@@ -71,7 +71,7 @@ private:
     void AddSolution(std::uint32_t index);
     void AddValue(std::uint32_t index);
 
-    const Document& m_document;
+    const XmlDocument& m_document;
     std::vector<ElementKind> m_kinds;  // by the name's id
     std::vector<int> m_fieldOf;        // by the name's id; -1 for what is no field of a solution
     std::vector<Solution> m_solutions;

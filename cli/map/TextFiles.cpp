@@ -11,9 +11,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Characters.h"
-#include "Document.h"
 #include "Rules.h"
-#include "Vocabulary.h"
+#include "XmlDocument.h"
+#include "support/NearestName.h"
 
 namespace kuramap {
 
@@ -71,7 +71,7 @@ AllowList::Entry ReadAllowed(const std::string& file, std::string_view text, std
     const std::string_view tag = head.substr(0, blank);
     if (FindRule(tag) == nullptr) {
         Refuse(PlaceIn(file, line),
-               "there is no rule \"" + std::string(tag) + "\"" + DidYouMean(tag, NamesOfTags()));
+               "there is no rule \"" + std::string(tag) + "\"" + support::Suggestion(tag, Tags()));
     }
     AllowList::Entry entry;
     entry.tag = tag;

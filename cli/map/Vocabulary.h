@@ -78,22 +78,16 @@ ValueUse UseOfValue(std::string_view actionType, std::string_view actionName);
 
 /// By the lower-case name.
 ElementKind KindOfElement(std::string_view lowerName);
-const std::vector<std::string_view>& ElementNames();
+const std::vector<std::string>& ElementNames();
 /// The attributes that an element of the kind may have.
-const std::vector<std::string_view>& AttributeNames(ElementKind kind);
+const std::vector<std::string>& AttributeNames(ElementKind kind);
 
-/// The two are the same but for letter case or, in words of four letters and more, one letter.
-bool IsNear(std::string_view text, std::string_view word);
-
-/// "; did you mean "X"?" for the word of known that text is nearest to, empty when none is near.
-std::string DidYouMean(std::string_view text, const std::vector<std::string_view>& known);
-
-/// The names of a table, for DidYouMean.
+/// The names of a table.
 template <typename Row>
-std::vector<std::string_view> NamesOf(const std::vector<Row>& table) {
-    std::vector<std::string_view> names;
+std::vector<std::string> NamesOf(const std::vector<Row>& table) {
+    std::vector<std::string> names;
     for (const Row& row : table) {
-        names.push_back(row.name);
+        names.emplace_back(row.name);
     }
     return names;
 }

@@ -15,12 +15,12 @@
 
 #include "frame/Table.h"
 #include "map/Difference.h"
-#include "map/Document.h"
 #include "map/Format.h"
 #include "map/Meaning.h"
 #include "map/SolutionMap.h"
 #include "map/TextFiles.h"
 #include "map/Vocabulary.h"
+#include "map/XmlDocument.h"
 
 namespace cli {
 
@@ -32,7 +32,7 @@ using kuramap::Meaning;
 
 /// A map that is whole. One that is broken reads as less than it is, so it is refused.
 Meaning ReadWhole(const std::string& file) {
-    const kuramap::Document document = kuramap::Document::Read(file);
+    const kuramap::XmlDocument document = kuramap::XmlDocument::Read(file);
     if (document.Error()) {
         throw VerbError(ExitCode::kFailed, document.FileName() + ": the XML is broken (" +
                                                document.Error()->reason + "); \"kura map check\" says where");
@@ -57,7 +57,7 @@ private:
     kuramap::TextTable m_table;
 };
 
-Json EntryDocument(const Entry& entry, const Wording& text) {
+Json EntryJson(const Entry& entry, const Wording& text) {
     Json document;
     for (std::size_t i = 0; i < kuramap::kFieldCount; ++i) {
         document[std::string(kuramap::kFieldNames[i])] = entry.fields[i];
@@ -110,7 +110,7 @@ Outcome ShowOne(const Meaning& meaning, const std::string& code, const Wording& 
     for (const Entry& entry : meaning.entries) {
         if (entry.Text(Field::kIssueCode) == code) {
             entries.push_back(entry);
-            solutions.push_back(EntryDocument(entry, text));
+            solutions.push_back(EntryJson(entry, text));
         }
     }
     if (entries.empty()) {
@@ -127,7 +127,7 @@ Outcome ShowOne(const Meaning& meaning, const std::string& code, const Wording& 
 Outcome ShowAll(const Meaning& meaning, const Wording& text) {
     Json solutions = Json::array();
     for (const Entry& entry : meaning.entries) {
-        solutions.push_back(EntryDocument(entry, text));
+        solutions.push_back(EntryJson(entry, text));
     }
     const Json document = {
         {"version", meaning.version}, {"count", meaning.count}, {"solutions", std::move(solutions)}};
@@ -160,7 +160,7 @@ std::string Numbered(const std::string& issue, std::size_t number) {
     return "issue " + issue + (number > 1 ? " (solution " + std::to_string(number) + ")" : "");
 }
 
-Json LoneDocument(const std::vector<kuramap::LoneSolution>& solutions) {
+Json LoneJson(const std::vector<kuramap::LoneSolution>& solutions) {
     Json list = Json::array();
     for (const kuramap::LoneSolution& solution : solutions) {
         list.push_back({{"issue_code", solution.issue},
@@ -170,7 +170,7 @@ Json LoneDocument(const std::vector<kuramap::LoneSolution>& solutions) {
     return list;
 }
 
-Json DiffDocument(const kuramap::Difference& difference) {
+Json DiffJson(const kuramap::Difference& difference) {
     Json changed = Json::array();
     for (const kuramap::ChangedSolution& solution : difference.changed) {
         Json changes = Json::array();
@@ -183,8 +183,8 @@ Json DiffDocument(const kuramap::Difference& difference) {
     return {{"differ", !difference.IsEmpty()},
             {"version", {{"before", difference.versionBefore}, {"after", difference.versionAfter}}},
             {"count", {{"before", difference.countBefore}, {"after", difference.countAfter}}},
-            {"removed", LoneDocument(difference.removed)},
-            {"added", LoneDocument(difference.added)},
+            {"removed", LoneJson(difference.removed)},
+            {"added", LoneJson(difference.added)},
             {"changed", std::move(changed)},
             {"applied_in_another_order", difference.reordered},
             {"listed_in_another_order", difference.isListedDifferently}};
@@ -229,13 +229,13 @@ Outcome Diff(const DiffArguments& arguments) {
     const kuramap::Difference difference =
         kuramap::Compare(ReadWhole(arguments.before), ReadWhole(arguments.after));
     const bool isFinding = arguments.exitCode && !difference.IsEmpty();
-    return {DiffDocument(difference), [difference] { PrintDifference(difference); },
+    return {DiffJson(difference), [difference] { PrintDifference(difference); },
             isFinding ? ExitCode::kFindings : ExitCode::kDone};
 }
 
 // --- stats ---
 
-Json StatsDocument(const Meaning& meaning) {
+Json StatsJson(const Meaning& meaning) {
     std::map<std::string, std::size_t> actions;
     std::map<std::string, std::size_t> shown;
     std::map<std::string, std::size_t> issues;
@@ -260,7 +260,7 @@ Json StatsDocument(const Meaning& meaning) {
 }
 
 Outcome Stats(const std::string& file) {
-    const Json document = StatsDocument(ReadWhole(file));
+    const Json document = StatsJson(ReadWhole(file));
     return {document, [document] {
                 Table table({{"WHAT"}, {"NUMBER", Table::Align::kRight}});
                 for (const auto& [name, value] : document.items()) {
@@ -302,7 +302,7 @@ void Replace(const std::string& file, const std::string& text) {
 }
 
 Outcome Format(const FormatArguments& arguments) {
-    const kuramap::Document document = kuramap::Document::Read(arguments.file);
+    const kuramap::XmlDocument document = kuramap::XmlDocument::Read(arguments.file);
     const std::string text = kuramap::Format(document);
     const bool isFormatted = text == document.Source();
     if (arguments.inPlace && arguments.file == "-") {

@@ -11,11 +11,11 @@
 #include "Verbs.h"
 #include "frame/Table.h"
 #include "map/Check.h"
-#include "map/Document.h"
 #include "map/Report.h"
 #include "map/Rules.h"
 #include "map/TextFiles.h"
-#include "map/Vocabulary.h"
+#include "map/XmlDocument.h"
+#include "support/NearestName.h"
 
 namespace cli {
 
@@ -40,7 +40,7 @@ struct ExplainArguments {
 [[noreturn]] void RefuseTag(const std::string& tag) {
     throw VerbError(ExitCode::kNoSuchItem, "there is no rule \"" + tag +
                                                "\" (\"kura map explain\" lists all)" +
-                                               kuramap::DidYouMean(tag, kuramap::NamesOfTags()));
+                                               support::Suggestion(tag, kuramap::Tags()));
 }
 
 /// "TAG=LEVEL".
@@ -90,18 +90,18 @@ ExitCode CodeOf(const kuramap::CheckResult& result, const std::vector<kuramap::U
 
 Outcome Check(const CheckArguments& arguments) {
     const kuramap::CheckOptions options = OptionsOf(arguments);
-    std::vector<kuramap::Document> documents;
+    std::vector<kuramap::XmlDocument> documents;
     std::vector<std::string> files;
     std::vector<kuramap::UnreadableFile> unreadable;
     for (const std::string& file : arguments.files) {
         try {
-            documents.push_back(kuramap::Document::Read(file));
+            documents.push_back(kuramap::XmlDocument::Read(file));
             files.push_back(documents.back().FileName());
         } catch (const kuramap::Unreadable& error) {
             unreadable.push_back({file, error.what()});
         }
     }
-    const kuramap::CheckResult result = kuramap::CheckDocuments(documents, options);
+    const kuramap::CheckResult result = kuramap::CheckMaps(documents, options);
     const ExitCode code = CodeOf(result, unreadable, arguments.strict);
     for (const kuramap::UnreadableFile& file : unreadable) {
         std::cerr << "kura: " << file.reason << '\n';
@@ -127,7 +127,7 @@ Outcome Check(const CheckArguments& arguments) {
             code};
 }
 
-Json RuleDocument(const kuramap::Rule& rule) {
+Json RuleJson(const kuramap::Rule& rule) {
     return {{"tag", rule.tag},         {"severity", kuramap::NameOf(rule.severity)},
             {"summary", rule.summary}, {"effect", rule.effect},
             {"example", rule.example}, {"mend", rule.mend}};
@@ -136,7 +136,7 @@ Json RuleDocument(const kuramap::Rule& rule) {
 Outcome ExplainAll(bool markdown) {
     Json rules = Json::array();
     for (const kuramap::Rule& rule : kuramap::Rules()) {
-        rules.push_back(RuleDocument(rule));
+        rules.push_back(RuleJson(rule));
     }
     return {{{"version", kuramap::kRuleSetVersion}, {"rules", std::move(rules)}}, [markdown] {
                 if (markdown) {
@@ -160,7 +160,7 @@ Outcome ExplainRule(const ExplainArguments& arguments) {
     if (rule == nullptr) {
         RefuseTag(arguments.tag);
     }
-    return {RuleDocument(*rule), [rule] { std::cout << kuramap::Explain(*rule); }};
+    return {RuleJson(*rule), [rule] { std::cout << kuramap::Explain(*rule); }};
 }
 
 /// A file that cannot be read ends the verb with one line.

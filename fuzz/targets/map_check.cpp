@@ -12,11 +12,11 @@
 #include "KURA_SO_Interface.h"
 #include "KURA_SolutionMap.h"
 #include "map/Difference.h"
-#include "map/Document.h"
 #include "map/Format.h"
 #include "map/Meaning.h"
 #include "map/Report.h"
 #include "map/SolutionMap.h"
+#include "map/XmlDocument.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ bool ReadByLibrary(const std::string& text, KURA::KURA_SolutionMap& map, bool& i
     }
 }
 
-void CompareWithLibrary(const std::string& text, const kuramap::Document& document,
+void CompareWithLibrary(const std::string& text, const kuramap::XmlDocument& document,
                         const kuramap::SolutionMap& map) {
     KURA::KURA_SolutionMap read;
     bool isWellFormed = false;
@@ -52,21 +52,21 @@ void CompareWithLibrary(const std::string& text, const kuramap::Document& docume
     }
 }
 
-void CheckFormat(const kuramap::Document& document, const kuramap::Meaning& meaning) {
+void CheckFormat(const kuramap::XmlDocument& document, const kuramap::Meaning& meaning) {
     if (document.Error() || document.Unfinished()) {
         return;
     }
     const std::string formatted = kuramap::Format(document);
-    const kuramap::Document again = kuramap::Document::Parse(formatted, "formatted.xml");
+    const kuramap::XmlDocument again = kuramap::XmlDocument::Parse(formatted, "formatted.xml");
     fuzz::Expect(kuramap::MeaningOf(kuramap::SolutionMap(again)) == meaning, "a formatted map says the same");
     fuzz::Expect(kuramap::Format(again) == formatted, "a formatted map formats to itself");
 }
 
-void CheckFindings(const kuramap::Document& document) {
-    const kuramap::CheckResult result = kuramap::CheckDocuments({}, {});
+void CheckFindings(const kuramap::XmlDocument& document) {
+    const kuramap::CheckResult result = kuramap::CheckMaps({}, {});
     fuzz::Expect(result.findings.empty(), "no documents have no findings");
     kuramap::CheckResult found;
-    found.findings = kuramap::CheckDocument(document, {});
+    found.findings = kuramap::CheckMap(document, {});
     for (const kuramap::Finding& finding : found.findings) {
         fuzz::Expect(finding.rule != nullptr && finding.position.line >= 1 && finding.position.column >= 1,
                      "a finding has a rule and a place");
@@ -87,7 +87,7 @@ void CheckFindings(const kuramap::Document& document) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text = fuzz::Begin(data, size);
     try {
-        const kuramap::Document document = kuramap::Document::Parse(text, "map.xml");
+        const kuramap::XmlDocument document = kuramap::XmlDocument::Parse(text, "map.xml");
         const kuramap::SolutionMap map(document);
         const kuramap::Meaning meaning = kuramap::MeaningOf(map);
         fuzz::Expect(kuramap::Compare(meaning, meaning).IsEmpty(), "a map does not differ from itself");

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "command/Kura.h"
-#include "map/Document.h"
 #include "map/Meaning.h"
 #include "map/SolutionMap.h"
+#include "map/XmlDocument.h"
 
 namespace fs = std::filesystem;
 
@@ -167,7 +167,7 @@ TEST_F(MapCommand, ReportsInJunitWhatFails) {
     const std::string warning = Write("a&b.xml", Map(Entry("1001", "is_fg_bg=\"&lt;\""), 1));
     const std::string clean = Write("clean.xml", Map(Entry("1001"), 1));
     const auto failures = [&](const std::vector<std::string>& arguments) {
-        const kuramap::Document document = kuramap::Document::Parse(Run(arguments).out, "junit");
+        const kuramap::XmlDocument document = kuramap::XmlDocument::Parse(Run(arguments).out, "junit");
         EXPECT_FALSE(document.Error());
         return std::count_if(document.Elements().begin(), document.Elements().end(),
                              [](const kuramap::Element& element) { return element.name->text == "failure"; });
@@ -301,14 +301,14 @@ TEST_F(MapCommand, FormatsWithoutChangingTheMeaningAndOnlyOnce) {
     EXPECT_EQ(Run({"format", kExample, "--check"}).status, 0);
     for (const fs::directory_entry& entry : fs::directory_iterator(kSource / "tests/map/rules")) {
         for (const char* name : {"pass.xml", "fail.xml"}) {
-            const kuramap::Document source = kuramap::Document::Read(entry.path() / name);
+            const kuramap::XmlDocument source = kuramap::XmlDocument::Read(entry.path() / name);
             const Answer once = Run({"format", entry.path() / name});
             if (source.Error() || source.Unfinished()) {
                 EXPECT_EQ(once.status, 1) << entry.path();
                 continue;
             }
             ASSERT_EQ(once.status, 0) << entry.path() << once.err;
-            const kuramap::Document again = kuramap::Document::Parse(once.out, "again");
+            const kuramap::XmlDocument again = kuramap::XmlDocument::Parse(once.out, "again");
             EXPECT_TRUE(kuramap::MeaningOf(kuramap::SolutionMap(source)) ==
                         kuramap::MeaningOf(kuramap::SolutionMap(again)))
                 << entry.path();

@@ -5,12 +5,12 @@
 
 #include <string>
 
-#include "map/Document.h"
+#include "map/XmlDocument.h"
 
 namespace {
 
 std::string Formatted(const std::string& text) {
-    return kuramap::Format(kuramap::Document::Parse(text, "map.xml"));
+    return kuramap::Format(kuramap::XmlDocument::Parse(text, "map.xml"));
 }
 
 TEST(Format, GivesTextBetweenElementsALineAndNoBlankLineAfterIt) {

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "map/Check.h"
-#include "map/Document.h"
 #include "map/Rules.h"
 #include "map/TextFiles.h"
+#include "map/XmlDocument.h"
 
 namespace fs = std::filesystem;
 
@@ -46,10 +46,10 @@ kuramap::CheckOptions OptionsOf(const fs::path& folder) {
 
 std::vector<kuramap::Finding> FindingsOf(const fs::path& folder, const std::string& map,
                                          std::string_view tag) {
-    std::vector<kuramap::Document> documents;
-    documents.push_back(kuramap::Document::Read(folder / map));
+    std::vector<kuramap::XmlDocument> documents;
+    documents.push_back(kuramap::XmlDocument::Read(folder / map));
     std::vector<kuramap::Finding> found;
-    for (kuramap::Finding& finding : kuramap::CheckDocuments(documents, OptionsOf(folder)).findings) {
+    for (kuramap::Finding& finding : kuramap::CheckMaps(documents, OptionsOf(folder)).findings) {
         if (finding.rule->tag == tag) {
             found.push_back(std::move(finding));
         }
@@ -58,7 +58,7 @@ std::vector<kuramap::Finding> FindingsOf(const fs::path& folder, const std::stri
 }
 
 /// By the rule's tag.
-class RuleFixture : public testing::TestWithParam<std::string_view> {
+class RuleFixture : public testing::TestWithParam<std::string> {
 protected:
     fs::path Folder() const { return kFixtures / GetParam(); }
     const kuramap::Rule& Rule() const { return *kuramap::FindRule(GetParam()); }
@@ -81,16 +81,16 @@ TEST_P(RuleFixture, IsSilentOnTheMendedMap) {
 }
 
 TEST_P(RuleFixture, MayBeTurnedOffAndRaised) {
-    std::vector<kuramap::Document> documents;
-    documents.push_back(kuramap::Document::Read(Folder() / "fail.xml"));
+    std::vector<kuramap::XmlDocument> documents;
+    documents.push_back(kuramap::XmlDocument::Read(Folder() / "fail.xml"));
     kuramap::CheckOptions options = OptionsOf(Folder());
     const auto count = [&](kuramap::Severity severity) {
-        const std::vector<kuramap::Finding> findings = kuramap::CheckDocuments(documents, options).findings;
+        const std::vector<kuramap::Finding> findings = kuramap::CheckMaps(documents, options).findings;
         return std::count_if(findings.begin(), findings.end(), [&](const kuramap::Finding& finding) {
             return finding.rule->tag == GetParam() && finding.severity == severity;
         });
     };
-    const std::string tag(GetParam());
+    const std::string& tag = GetParam();
     for (const kuramap::Severity severity :
          {kuramap::Severity::kError, kuramap::Severity::kWarning, kuramap::Severity::kInfo}) {
         options.severities = {{tag, severity}};
@@ -100,13 +100,13 @@ TEST_P(RuleFixture, MayBeTurnedOffAndRaised) {
     EXPECT_EQ(count(kuramap::Severity::kOff) + count(Rule().severity), 0);
 }
 
-std::string TestName(const testing::TestParamInfo<std::string_view>& rule) {
-    std::string name(rule.param);
+std::string TestName(const testing::TestParamInfo<std::string>& rule) {
+    std::string name = rule.param;
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Rules, RuleFixture, testing::ValuesIn(kuramap::NamesOfTags()), TestName);
+INSTANTIATE_TEST_SUITE_P(Rules, RuleFixture, testing::ValuesIn(kuramap::Tags()), TestName);
 
 TEST(Rules, EachHasAFolderAndEachFolderARule) {
     std::set<std::string> folders;
@@ -126,6 +126,39 @@ TEST(Rules, AreExplainedOnTheirPage) {
     const std::string text{std::istreambuf_iterator<char>(page), std::istreambuf_iterator<char>()};
     EXPECT_EQ(text, kuramap::RulesPage())
         << "write it again: kura map explain --markdown > docs/map-rules.md";
+}
+
+/// The part of a message that quotes a misspelt action type.
+std::string QuotedInMessage(const std::string& type) {
+    const kuramap::XmlDocument document = kuramap::XmlDocument::Parse(
+        "<solutionmap><solution issue_code=\"1\" sol_type=\"" + type + "\"/></solutionmap>", "map.xml");
+    for (const kuramap::Finding& finding : kuramap::CheckMap(document, {})) {
+        if (finding.rule->id == kuramap::RuleId::kUnknownAction) {
+            const std::size_t first = finding.message.find('"');
+            return finding.message.substr(first, finding.message.find("\"; ", first) + 1 - first);
+        }
+    }
+    return "";
+}
+
+TEST(Message, CutsAValueOfMoreThan60BytesInFrontOfACharacter) {
+    const std::string letters(58, 'a');
+    EXPECT_EQ(QuotedInMessage(letters + "bc"), "\"" + letters + "bc\"");
+    EXPECT_EQ(QuotedInMessage(letters + "bcd"), "\"" + letters + "bc...\"");
+    EXPECT_EQ(QuotedInMessage(letters + "b\xc3\xa9"), "\"" + letters + "b...\"");
+    EXPECT_EQ(QuotedInMessage(letters + "\xe2\x82\xac"), "\"" + letters + "...\"");
+}
+
+TEST(Message, CutsAValueWithLineBreaksAndTabsAtTheSamePlace) {
+    const std::string letters(58, 'a');
+    EXPECT_EQ(QuotedInMessage("&#10;" + letters + "\xc3\xa9"), "\"\\n" + letters + "...\"");
+    EXPECT_EQ(QuotedInMessage("&#9;&#13;" + letters + "\xc3\xa9"), "\"\\t\\r" + letters + "...\"");
+    EXPECT_EQ(QuotedInMessage("&#9;" + letters + "bc"), "\"\\t" + letters + "b...\"");
+    std::string breaks;
+    for (int i = 0; i < 61; ++i) {
+        breaks += "&#10;";
+    }
+    EXPECT_EQ(QuotedInMessage(breaks).size(), 60 * 2 + 5U);
 }
 
 TEST(Rules, ExplainGivesEveryPart) {

@@ -29,7 +29,7 @@
 #include "RandomMap.h"
 #include "StoredColumns.h"
 #include "map/Check.h"
-#include "map/Document.h"
+#include "map/XmlDocument.h"
 
 namespace fs = std::filesystem;
 
@@ -65,8 +65,8 @@ int EngineCode(const std::string& code) {
 std::vector<std::string> ErrorTags(const std::string& text) {
     std::vector<std::string> tags;
     try {
-        const kuramap::Document document = kuramap::Document::Parse(text, "map.xml");
-        for (const kuramap::Finding& finding : kuramap::CheckDocument(document, {})) {
+        const kuramap::XmlDocument document = kuramap::XmlDocument::Parse(text, "map.xml");
+        for (const kuramap::Finding& finding : kuramap::CheckMap(document, {})) {
             if (finding.severity == kuramap::Severity::kError) {
                 tags.emplace_back(finding.rule->tag);
             }

@@ -1,4 +1,4 @@
-#include "map/Document.h"
+#include "map/XmlDocument.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,22 +12,22 @@
 
 namespace {
 
-using kuramap::Document;
 using kuramap::Element;
-using kuramap::Position;
+using kuramap::LineColumn;
+using kuramap::XmlDocument;
 using Place = std::pair<std::size_t, std::size_t>;
 
-Document Parse(const std::string& text) {
-    return Document::Parse(text, "map.xml");
+XmlDocument Parse(const std::string& text) {
+    return XmlDocument::Parse(text, "map.xml");
 }
 
-Place PlaceOf(const Document& document, std::size_t offset) {
-    const Position position = document.PositionsOf({offset}).front();
+Place PlaceOf(const XmlDocument& document, std::size_t offset) {
+    const LineColumn position = document.LineColumnsOf({offset}).front();
     return {position.line, position.column};
 }
 
 /// Where the attributes of the document's last element stand.
-std::vector<Place> AttributePlaces(const Document& document) {
+std::vector<Place> AttributePlaces(const XmlDocument& document) {
     const Element& element = document.Elements().back();
     std::vector<Place> places;
     for (std::uint32_t i = 0; i < element.attributeCount; ++i) {
@@ -54,8 +54,8 @@ std::string Utf16(const std::string& ascii, bool isBigEndian) {
     return text;
 }
 
-TEST(Document, KeepsNamesAsWrittenAndValuesAsTheLibraryGetsThem) {
-    const Document document = Parse("<R><A One='1 &amp; 2' two=\"x\ny\"/></R>");
+TEST(XmlDocument, KeepsNamesAsWrittenAndValuesAsTheLibraryGetsThem) {
+    const XmlDocument document = Parse("<R><A One='1 &amp; 2' two=\"x\ny\"/></R>");
     const Element& element = document.Elements().back();
     ASSERT_EQ(element.attributeCount, 2u);
     EXPECT_EQ(element.name->text, "A");
@@ -65,13 +65,13 @@ TEST(Document, KeepsNamesAsWrittenAndValuesAsTheLibraryGetsThem) {
     EXPECT_EQ(document.Attributes()[1].value, "x y");
 }
 
-TEST(Document, FindsAttributesByLineAndColumn) {
-    const Document document = Parse("<r>\n  <a one='1>2'\n     two = \"it's\"   three=''/></r>");
+TEST(XmlDocument, FindsAttributesByLineAndColumn) {
+    const XmlDocument document = Parse("<r>\n  <a one='1>2'\n     two = \"it's\"   three=''/></r>");
     EXPECT_EQ(PlaceOf(document, document.Elements().back().offset), Place(2, 3));
     EXPECT_THAT(AttributePlaces(document), testing::ElementsAre(Place(2, 6), Place(3, 6), Place(3, 21)));
 }
 
-TEST(Document, CountsColumnsInCharactersOfEachEncoding) {
+TEST(XmlDocument, CountsColumnsInCharactersOfEachEncoding) {
     EXPECT_THAT(AttributePlaces(Parse("\xef\xbb\xbf<a \xc3\xa9='\xe2\x82\xac' b='1'/>")),
                 testing::ElementsAre(Place(1, 4), Place(1, 10)));
     EXPECT_THAT(
@@ -83,29 +83,29 @@ TEST(Document, CountsColumnsInCharactersOfEachEncoding) {
     }
 }
 
-TEST(Document, GivesPlacesOfElementsInLongAndManyLines) {
+TEST(XmlDocument, GivesPlacesOfElementsInLongAndManyLines) {
     std::string text = "<r>";
     for (int i = 0; i < 40000; ++i) {
         text += i % 100 == 0 ? "\r\n<a/>" : " <a/>";
     }
-    const Document document = Parse(text + "</r>");
+    const XmlDocument document = Parse(text + "</r>");
     ASSERT_EQ(document.Elements().size(), 40001u);
     EXPECT_EQ(PlaceOf(document, document.Elements()[40000].offset), Place(401, 1 + 4 + 98 * 5 + 1));
 }
 
-TEST(Document, TellsWhereTheReadingEnded) {
-    const Document broken = Parse("<r>\n<a/>\n<b></c></r>");
+TEST(XmlDocument, TellsWhereTheReadingEnded) {
+    const XmlDocument broken = Parse("<r>\n<a/>\n<b></c></r>");
     ASSERT_TRUE(broken.Error());
     EXPECT_EQ(broken.Error()->reason, "mismatched tag");
     EXPECT_EQ(PlaceOf(broken, broken.Error()->offset), Place(3, 6));
     EXPECT_EQ(broken.Elements().size(), 3u);
 
-    const Document cut = Parse("<r><a/>");
+    const XmlDocument cut = Parse("<r><a/>");
     EXPECT_FALSE(cut.Error());
     EXPECT_TRUE(cut.Unfinished());
 }
 
-TEST(Document, RefusesWhatIsNoXmlInOneLine) {
+TEST(XmlDocument, RefusesWhatIsNoXmlInOneLine) {
     EXPECT_EQ(RefusalOf(""), "map.xml: is empty");
     EXPECT_EQ(RefusalOf("hello"), "map.xml: is not an XML document: syntax error at line 1, column 1");
     EXPECT_EQ(RefusalOf(std::string("\x7f"
@@ -119,7 +119,7 @@ TEST(Document, RefusesWhatIsNoXmlInOneLine) {
               "map.xml: is not an XML document: no element found at line 1, column 23");
 }
 
-TEST(Document, RefusesWhatExhaustsItsReader) {
+TEST(XmlDocument, RefusesWhatExhaustsItsReader) {
     std::string bomb = "<!DOCTYPE r [<!ENTITY a0 \"" + std::string(1000, 'x') + "\">";
     for (int i = 1; i < 12; ++i) {
         const std::string inner = "&a" + std::to_string(i - 1) + ";";
@@ -139,18 +139,18 @@ TEST(Document, RefusesWhatExhaustsItsReader) {
     EXPECT_EQ(RefusalOf(wide + "/>"), "map.xml: has an element with 1000000 attributes; no solution map has");
 }
 
-TEST(Document, ReadsAnyDepth) {
+TEST(XmlDocument, ReadsAnyDepth) {
     std::string deep;
     for (int i = 0; i < 300000; ++i) {
         deep += "<a>";
     }
-    const Document document = Parse(deep);
+    const XmlDocument document = Parse(deep);
     EXPECT_EQ(document.Elements().size(), 300000u);
     EXPECT_TRUE(document.Unfinished());
 }
 
 TEST(SolutionMap, MapsAsTheLibraryDoes) {
-    const Document document = Parse(
+    const XmlDocument document = Parse(
         "<r><SMINFO VERSION=' 7x'/><sm cnt='-1'/><Solution ISSUE_CODE='1' issue_code='2' sol_type='INFO'>"
         "<sol_val param_value='a'/></Solution><sol_val param_value='b'/></r>");
     const kuramap::SolutionMap map(document);
@@ -166,7 +166,7 @@ TEST(SolutionMap, MapsAsTheLibraryDoes) {
 }
 
 TEST(SolutionMap, KnowsAValueBeforeAnySolution) {
-    const Document document = Parse("<r><sol_val/><solution/></r>");
+    const XmlDocument document = Parse("<r><sol_val/><solution/></r>");
     const kuramap::SolutionMap map(document);
     EXPECT_EQ(map.EarlyValue(), 1u);
     EXPECT_EQ(map.Version(), -1);

@@ -23,7 +23,7 @@ public:
 };
 
 /// A place in a document: line and column from 1, the column in characters.
-struct Position {
+struct LineColumn {
     std::size_t line = 1;
     std::size_t column = 1;
 };
@@ -62,18 +62,18 @@ struct ReadingError {
     std::string reason;
 };
 
-class Document {
+class XmlDocument {
 public:
     /// Reads the file at path, or standard input for "-". Throws Unreadable for what is no XML document: a
     /// folder, a pipe, nothing but an error, an expansion of entities or a number of attributes without
     /// bounds.
-    static Document Read(const std::string& path);
+    static XmlDocument Read(const std::string& path);
 
     /// The same for a text in memory; name stands for it in messages.
-    static Document Parse(std::string text, const std::string& name);
+    static XmlDocument Parse(std::string text, const std::string& name);
 
-    Document(Document&&) noexcept = default;
-    Document& operator=(Document&&) noexcept = default;
+    XmlDocument(XmlDocument&&) noexcept = default;
+    XmlDocument& operator=(XmlDocument&&) noexcept = default;
 
     const std::string& FileName() const { return m_fileName; }
     /// The bytes read.
@@ -95,12 +95,12 @@ public:
     std::size_t AttributeOffset(const Element& element, std::uint32_t index) const;
 
     /// The places of offsets, in their order; offsets ascend.
-    std::vector<Position> PositionsOf(const std::vector<std::size_t>& offsets) const;
+    std::vector<LineColumn> LineColumnsOf(const std::vector<std::size_t>& offsets) const;
 
 private:
-    friend class DocumentReader;
+    friend class XmlDocumentReader;
 
-    Document() = default;
+    XmlDocument() = default;
     const Name* Intern(std::string_view text);
     std::string_view Keep(std::string_view value);
     std::size_t BytesPerUnit() const;

@@ -1,4 +1,4 @@
-#include "Document.h"
+#include "XmlDocument.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -88,9 +88,10 @@ std::string EncodingByMark(std::string_view text) {
 }  // namespace
 
 /// Fills a document from a text that arrives in pieces.
-class DocumentReader {
+class XmlDocumentReader {
 public:
-    explicit DocumentReader(Document& document) : m_document(document), m_parser(XML_ParserCreate(nullptr)) {
+    explicit XmlDocumentReader(XmlDocument& document)
+        : m_document(document), m_parser(XML_ParserCreate(nullptr)) {
         if (m_parser == nullptr) {
             throw std::bad_alloc();
         }
@@ -156,7 +157,7 @@ private:
             Refuse(m_document.m_fileName, "expands entities without bounds; a set refuses it too");
         }
         if (m_document.m_elements.empty()) {
-            const Position place = m_document.PositionsOf({error.offset}).front();
+            const LineColumn place = m_document.LineColumnsOf({error.offset}).front();
             Refuse(m_document.m_fileName, "is not an XML document: " + error.reason + " at line " +
                                               std::to_string(place.line) + ", column " +
                                               std::to_string(place.column));
@@ -182,23 +183,23 @@ private:
     }
 
     static void XMLCALL OnStart(void* self, const XML_Char* name, const XML_Char** attributes) {
-        auto* reader = static_cast<DocumentReader*>(self);
+        auto* reader = static_cast<XmlDocumentReader*>(self);
         reader->Guarded([&] { reader->Start(name, attributes); });
     }
 
     static void XMLCALL OnEnd(void* self, const XML_Char*) {
         // A stopped parser still ends an empty element, whose start may not have been taken.
-        auto* reader = static_cast<DocumentReader*>(self);
+        auto* reader = static_cast<XmlDocumentReader*>(self);
         reader->Guarded([&] { reader->m_open.pop_back(); });
     }
 
     static void XMLCALL OnText(void* self, const XML_Char* text, int length) {
-        auto* reader = static_cast<DocumentReader*>(self);
+        auto* reader = static_cast<XmlDocumentReader*>(self);
         reader->Guarded([&] { reader->Text({text, static_cast<std::size_t>(length)}); });
     }
 
     static void XMLCALL OnDeclaration(void* self, const XML_Char*, const XML_Char* encoding, int) {
-        auto* reader = static_cast<DocumentReader*>(self);
+        auto* reader = static_cast<XmlDocumentReader*>(self);
         reader->Guarded([&] {
             if (encoding != nullptr) {
                 reader->m_document.m_encoding = encoding;
@@ -207,7 +208,7 @@ private:
     }
 
     void Start(const char* name, const char** attributes) {
-        Document& document = m_document;
+        XmlDocument& document = m_document;
         Element element;
         element.offset = OffsetHere();
         element.name = document.Intern(name);
@@ -236,22 +237,22 @@ private:
         }
     }
 
-    Document& m_document;
+    XmlDocument& m_document;
     Parser m_parser;
     std::string m_mark;
     std::vector<std::uint32_t> m_open;
     std::exception_ptr m_failure;
 };
 
-Document Document::Read(const std::string& path) {
-    Document document;
+XmlDocument XmlDocument::Read(const std::string& path) {
+    XmlDocument document;
     const bool isInput = path == "-";
     document.m_fileName = isInput ? "standard input" : path;
     const FileHandle file(isInput ? STDIN_FILENO : OpenFile(path));
     if (file.Number() < 0) {
         Refuse(document.m_fileName, std::strerror(errno));
     }
-    DocumentReader reader(document);
+    XmlDocumentReader reader(document);
     std::vector<char> piece(kChunk);
     for (;;) {
         const ssize_t count = read(file.Number(), piece.data(), piece.size());
@@ -272,10 +273,10 @@ Document Document::Read(const std::string& path) {
     return document;
 }
 
-Document Document::Parse(std::string text, const std::string& name) {
-    Document document;
+XmlDocument XmlDocument::Parse(std::string text, const std::string& name) {
+    XmlDocument document;
     document.m_fileName = name;
-    DocumentReader reader(document);
+    XmlDocumentReader reader(document);
     const std::string_view all(text);
     for (std::size_t from = 0; from < all.size() && reader.Feed(all.substr(from, kChunk)); from += kChunk) {
     }
@@ -283,7 +284,7 @@ Document Document::Parse(std::string text, const std::string& name) {
     return document;
 }
 
-const Name* Document::Intern(std::string_view text) {
+const Name* XmlDocument::Intern(std::string_view text) {
     const auto known = m_nameOf.find(text);
     if (known != m_nameOf.end()) {
         return known->second;
@@ -296,7 +297,7 @@ const Name* Document::Intern(std::string_view text) {
     return &name;
 }
 
-std::string_view Document::Keep(std::string_view value) {
+std::string_view XmlDocument::Keep(std::string_view value) {
     if (value.empty()) {
         return {};
     }
@@ -313,15 +314,15 @@ std::string_view Document::Keep(std::string_view value) {
     return {copy, value.size()};
 }
 
-std::size_t Document::BytesPerUnit() const {
+std::size_t XmlDocument::BytesPerUnit() const {
     return ToLower(m_encoding).rfind("utf-16", 0) == 0 ? 2 : 1;
 }
 
-std::size_t Document::LowByte() const {
+std::size_t XmlDocument::LowByte() const {
     return m_encoding == "UTF-16BE" ? 1 : 0;
 }
 
-std::size_t Document::AttributeOffset(const Element& element, std::uint32_t index) const {
+std::size_t XmlDocument::AttributeOffset(const Element& element, std::uint32_t index) const {
     const std::size_t unit = BytesPerUnit();
     const std::size_t low = LowByte();
     std::size_t at = element.offset;
@@ -347,8 +348,8 @@ std::size_t Document::AttributeOffset(const Element& element, std::uint32_t inde
     }
 }
 
-std::vector<Position> Document::PositionsOf(const std::vector<std::size_t>& offsets) const {
-    std::vector<Position> positions;
+std::vector<LineColumn> XmlDocument::LineColumnsOf(const std::vector<std::size_t>& offsets) const {
+    std::vector<LineColumn> positions;
     positions.reserve(offsets.size());
     const std::size_t unit = BytesPerUnit();
     const std::size_t low = LowByte();
@@ -360,7 +361,7 @@ std::vector<Position> Document::PositionsOf(const std::vector<std::size_t>& offs
                (m_text.compare(0, 2, "\xff\xfe") == 0 || m_text.compare(0, 2, "\xfe\xff") == 0)) {
         at = 2;
     }
-    Position here;
+    LineColumn here;
     for (const std::size_t offset : offsets) {
         for (; at < offset && at + unit <= m_text.size(); at += unit) {
             const auto c = static_cast<unsigned char>(m_text[at + low]);
