@@ -16,7 +16,7 @@ Severity SeverityOf(const Rule& rule, const CheckOptions& options) {
     return chosen == options.severities.end() ? rule.severity : chosen->second;
 }
 
-/// A finding in one of the files beside the maps.
+/// Adds a finding in one of the files beside the maps.
 void ReportLine(std::vector<Finding>& findings, const CheckOptions& options, RuleId id,
                 const std::string& file, std::size_t line, std::string message) {
     const Rule& rule = RuleOf(id);
@@ -43,7 +43,7 @@ void ReportCodesWithoutSolution(const std::vector<XmlDocument>& documents, const
     }
 }
 
-/// Removes what the list allows and marks the entries used.
+/// Removes the findings that the list allows and marks the entries that were used.
 std::size_t RemoveAllowed(std::vector<Finding>& findings, AllowList& allowed) {
     const auto isAllowed = [&allowed](const Finding& finding) {
         bool matches = false;
@@ -127,6 +127,7 @@ std::vector<Finding> Checker::Run() {
         CheckSolution(solution);
     }
     CheckRepeatedIssues();
+    CheckSettingsKeys();
     CheckTexts();
     CheckCodes();
 

@@ -18,15 +18,15 @@ struct Finding {
     Severity severity = Severity::kError;
     std::string file;
     LineColumn position;
-    std::string issue;    ///< the issue code that it concerns, empty for none
+    std::string issue;    ///< the issue code concerned, empty for none
     std::string message;  ///< one sentence or more, without the issue and the tag
 };
 
 struct CheckOptions {
     std::map<std::string, Severity> severities;  ///< by tag, instead of the rule's own
-    std::vector<TextTable> texts;                ///< one a language; without any, texts are not looked at
-    std::optional<std::size_t> width;            ///< the most characters of a text
-    std::optional<CodeList> codes;               ///< what the engine reports
+    std::vector<TextTable> texts;                ///< one for each language; empty: texts are not checked
+    std::optional<std::size_t> width;            ///< the greatest number of characters in a text
+    std::optional<CodeList> codes;               ///< the codes that the engine reports
     std::optional<AllowList> allowed;
 };
 
@@ -37,10 +37,11 @@ struct CheckResult {
     std::size_t Count(Severity severity) const;
 };
 
-/// The findings of one document, sorted by place, severities applied, those off left out.
+/// The findings in one map, sorted by place. Each has its chosen severity; rules that are off find nothing.
 std::vector<Finding> CheckMap(const XmlDocument& document, const CheckOptions& options);
 
-/// The findings of several documents; the allow file is applied, and what of it was not used is reported.
+/// The findings in several maps, without those that the allow file accepts. An entry of the allow file that
+/// accepts nothing is a finding, too.
 CheckResult CheckMaps(const std::vector<XmlDocument>& documents, const CheckOptions& options);
 
 }  // namespace kuramap

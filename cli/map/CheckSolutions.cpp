@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "Actions.h"
 #include "Characters.h"
 #include "Checker.h"
 #include "Number32.h"
@@ -14,7 +15,7 @@ namespace kuramap {
 
 namespace {
 
-/// As the store's column of toast1 takes a text for a number: a sign, digits, a fraction, an exponent.
+/// Whether the store keeps the text as a number in the column of toast1: sign, digits, fraction, exponent.
 bool LooksLikeNumber(std::string_view text) {
     std::string_view rest = Trimmed(text);
     const auto digits = [&rest] {
@@ -47,11 +48,6 @@ bool LooksLikeNumber(std::string_view text) {
     return rest.empty();
 }
 
-bool NeedsTarget(std::string_view actionType) {
-    const ActionType* const type = FindActionType(actionType);
-    return type != nullptr && !type->target.empty();
-}
-
 /// Whether somebody who wrote text meant word: in another letter case, with blanks around it, with one letter
 /// too many or too few, or with one changed. A changed letter makes another word of one of three letters.
 bool IsNear(std::string_view text, std::string_view word) {
@@ -76,6 +72,7 @@ void Checker::CheckSolution(const Solution& solution) {
     CheckValues(solution);
     CheckKeptTexts(solution);
     CheckFilters(solution);
+    CheckHostWords(solution);
 }
 
 void Checker::CheckIssueCode(const Solution& solution) {
@@ -113,40 +110,34 @@ void Checker::CheckSolutionCode(const Solution& solution) {
 }
 
 void Checker::CheckAction(const Solution& solution) {
-    const std::string_view type = m_map.Text(solution, Field::kActionType);
-    if (FindActionType(type) == nullptr) {
+    const std::string_view name = m_map.Text(solution, Field::kActionType);
+    const ActionType* const type = FindActionType(name);
+    if (type == nullptr) {
         Report(RuleId::kUnknownAction, At(solution, Field::kActionType),
-               (type.empty() ? "sol_type is missing" : "there is no action type " + Quoted(type)) +
+               (name.empty() ? "sol_type is missing" : "there is no action type " + Quoted(name)) +
                    "; the repair does nothing, and the issue is taken for solved" +
-                   support::Suggestion(type, NamesOf(ActionTypes())));
+                   support::Suggestion(name, NamesOf(ActionTypes())));
         return;
     }
-    CheckTarget(solution);
+    CheckTarget(solution, *type);
 }
 
-void Checker::CheckTarget(const Solution& solution) {
-    const std::string_view type = m_map.Text(solution, Field::kActionType);
+void Checker::CheckTarget(const Solution& solution, const ActionType& type) {
     const std::string_view name = m_map.Text(solution, Field::kActionName);
     const Subject subject = At(solution, Field::kActionName);
-    if (NeedsTarget(type) && Trimmed(name).empty()) {
+    if (!type.target.empty() && Trimmed(name).empty()) {
         Report(RuleId::kNameMissing, subject,
-               "sol_name is empty, but " + std::string(type) + " needs the " +
-                   std::string(FindActionType(type)->target) + " there");
+               "sol_name is empty, but " + std::string(type.name) + " needs the " + std::string(type.target) +
+                   " there");
         return;
     }
-    if (type == "API" && FindOperation(name) == nullptr) {
-        Report(RuleId::kUnknownOperation, subject,
-               "there is no operation " + Quoted(name) +
-                   "; the repair does nothing, yet is logged as a success" +
-                   support::Suggestion(name, NamesOf(Operations())));
+    if (type.names != nullptr && FindNamedAction(type, name) == nullptr) {
+        Report(type.names->unknown, subject,
+               "there is no " + std::string(type.target) + " " + Quoted(name) + "; " +
+                   std::string(type.names->consequence) +
+                   support::Suggestion(name, NamesOf(type.names->all)));
     }
-    if (type == "MSGPORT" && FindScreen(name) == nullptr) {
-        Report(RuleId::kUnknownScreen, subject,
-               "there is no screen " + Quoted(name) +
-                   "; the repair does nothing, and the issue is taken for solved" +
-                   support::Suggestion(name, NamesOf(Screens())));
-    }
-    if (type == "CMD" && name.find_first_of("\r\n") != std::string_view::npos) {
+    if (type.isForAgent && name.find_first_of("\r\n") != std::string_view::npos) {
         Report(RuleId::kCommandLineBreak, subject,
                "the command " + Quoted(name) +
                    " has a line break; the agent reads one line a request: write one line");
@@ -173,9 +164,10 @@ void Checker::CheckValues(const Solution& solution) {
             CheckNumber(solution, *first, use);
         }
     }
-    // Of an action that is not known, nobody can say what it uses.
-    if (FindActionType(type) == nullptr ||
-        (type == "API" && FindOperation(m_map.Text(solution, Field::kActionName)) == nullptr)) {
+    // What an unknown action would use is not known.
+    const ActionType* const known = FindActionType(type);
+    const std::string_view name = m_map.Text(solution, Field::kActionName);
+    if (known == nullptr || (known->names != nullptr && FindNamedAction(*known, name) == nullptr)) {
         return;
     }
     for (std::uint32_t i = use == ValueUse::kNone ? 0 : 1; i < solution.valueCount; ++i) {
@@ -187,8 +179,7 @@ void Checker::CheckValues(const Solution& solution) {
                    i > 0
                        ? "only the first value of a solution is used, and this is a further one: leave it out"
                        : "the value " + Quoted(m_map.TextOf(value.value)) + " is not used by " +
-                             std::string(type) + " " + Quoted(m_map.Text(solution, Field::kActionName)) +
-                             ": leave it out or empty");
+                             std::string(type) + " " + Quoted(name) + ": leave it out or empty");
         }
     }
 }
@@ -264,6 +255,29 @@ void Checker::CheckFilters(const Solution& solution) {
     }
 }
 
+/// The library hands these words on; screens act on those that the documentation names.
+void Checker::CheckHostWords(const Solution& solution) {
+    static const std::vector<std::string> kReboots = {"no", "yes", "ask"};
+    static const std::vector<std::string> kScreenActions = {"APPLY", "CONFIRM", "OPEN", "NONE"};
+    CheckHostWord(solution, Field::kReboot, RuleId::kRebootUnknown, kReboots);
+    CheckHostWord(solution, Field::kAction, RuleId::kScreenActionUnknown, kScreenActions);
+}
+
+void Checker::CheckHostWord(const Solution& solution, Field field, RuleId rule,
+                            const std::vector<std::string>& known) {
+    const std::string_view word = m_map.Text(solution, field);
+    if (word.empty() || std::find(known.begin(), known.end(), word) != known.end()) {
+        return;
+    }
+    std::string all;
+    for (const std::string& candidate : known) {
+        all += (all.empty() ? "" : candidate == known.back() ? " or " : ", ") + candidate;
+    }
+    Report(rule, At(solution, field),
+           std::string(NameOf(field)) + " is " + Quoted(word) +
+               ", and no screen is known to act on that: write " + all + support::Suggestion(word, known));
+}
+
 void Checker::CheckRepeatedIssues() {
     struct Seen {
         std::size_t solutions = 0;
@@ -279,7 +293,8 @@ void Checker::CheckRepeatedIssues() {
                    "this is solution " + std::to_string(seen.solutions) +
                        " of the issue: it is listed once for each, and one repair applies all of them");
         }
-        if (m_map.Text(solution, Field::kActionType) == "CMD" && ++seen.commands > 1) {
+        const ActionType* const type = FindActionType(m_map.Text(solution, Field::kActionType));
+        if (type != nullptr && type->isForAgent && ++seen.commands > 1) {
             Report(RuleId::kCommandOverwritten, At(solution, Field::kActionType),
                    "the issue has a command before this one, which this one overwrites before the agent has "
                    "read it: "

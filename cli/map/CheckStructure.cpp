@@ -20,7 +20,7 @@ std::string Plural(std::size_t count, const std::string& word) {
     return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
-/// Attributes that belong to XML itself or tie a document to its schema.
+/// Whether the attribute is one of XML itself or names the schema.
 bool IsForTools(const std::string& name) {
     return name.rfind("xmlns:", 0) == 0 || name.rfind("xsi:", 0) == 0 || name.rfind("xml:", 0) == 0;
 }
@@ -70,7 +70,7 @@ void Checker::CheckRoot() {
 }
 
 void Checker::CheckCount() {
-    // How many solutions a broken document was meant to have is not known.
+    // A broken document does not show how many solutions it was meant to have.
     if (m_document.Error()) {
         return;
     }
@@ -166,7 +166,7 @@ void Checker::CheckNesting(const Element& element, ElementKind kind) {
     const Element& parent = m_document.Elements()[element.parent];
     const ElementKind around = m_map.KindOf(parent);
     const bool isValue = kind == ElementKind::kValue;
-    // An element that is not closed takes in all that follow: the first of them tells enough.
+    // An element that is not closed encloses all that follow; only the first of them is reported.
     if (!isValue && around != ElementKind::kUnknown && m_lastMisplacedIn != element.parent) {
         m_lastMisplacedIn = element.parent;
         Report(RuleId::kMisplacedElement, At(element),

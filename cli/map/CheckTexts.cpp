@@ -17,7 +17,8 @@ std::size_t CountCharacters(std::string_view text) {
         text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
-/// What the host fills in: "%d", "%1$s", "{0}", "{name}"; sorted, since languages order them differently.
+/// The places that the host fills in, such as "%d", "%1$s", "{0}", "{name}". Sorted, because their order
+/// differs between languages.
 std::vector<std::string> PlaceholdersOf(std::string_view text) {
     std::vector<std::string> found;
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -57,7 +58,7 @@ void Checker::CheckTexts() {
     if (m_options.texts.empty()) {
         return;
     }
-    // An id is looked at where it is used first.
+    // Each id is checked once, where it is used first.
     std::unordered_set<std::string_view> seen;
     for (const Solution& solution : m_map.Solutions()) {
         for (const Field field : kTextFields) {

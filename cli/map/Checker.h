@@ -1,4 +1,4 @@
-// The work of one check: what the groups of rules share.
+// One check of one map. The rules stand in groups, one source file each.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,13 @@
 #include <utility>
 #include <vector>
 
+#include "Actions.h"
 #include "Check.h"
 #include "SolutionMap.h"
 
 namespace kuramap {
 
-/// A value of the document in a message: quoted, on one line, cut when it is long.
+/// A value of the document for a message: in quotes, on one line, cut after 60 bytes.
 std::string Quoted(std::string_view text);
 
 class Checker {
@@ -35,7 +36,7 @@ private:
 
     Subject At(const Element& element) const { return {element.offset, ""}; }
     Subject At(const Solution& solution) const;
-    /// Of one field; of the solution itself where the field is not written.
+    /// The place of one field, or of the solution where the field is not written.
     Subject At(const Solution& solution, Field field) const;
     Subject AtAttribute(const Element& element, std::uint32_t attribute) const;
     const Element& ElementOf(const Solution& solution) const {
@@ -58,12 +59,18 @@ private:
     void CheckIssueCode(const Solution& solution);
     void CheckSolutionCode(const Solution& solution);
     void CheckAction(const Solution& solution);
-    void CheckTarget(const Solution& solution);
+    void CheckTarget(const Solution& solution, const ActionType& type);
     void CheckValues(const Solution& solution);
     void CheckNumber(const Solution& solution, const Value& value, ValueUse use);
     void CheckKeptTexts(const Solution& solution);
     void CheckFilters(const Solution& solution);
+    void CheckHostWords(const Solution& solution);
+    void CheckHostWord(const Solution& solution, Field field, RuleId rule,
+                       const std::vector<std::string>& known);
     void CheckRepeatedIssues();
+
+    // CheckKeys.cpp
+    void CheckSettingsKeys();
 
     // CheckTexts.cpp
     void CheckTexts();

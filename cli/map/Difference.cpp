@@ -58,9 +58,9 @@ bool IsSameSolution(const Entry& a, const Entry& b) {
            a.Text(Field::kActionName) == b.Text(Field::kActionName);
 }
 
-/// For each solution after, the position of the one before that it continues. Equal ones find each other
-/// first, then those of the same action, then those of the same solution code; what is left pairs by
-/// position.
+/// For each new solution the index of the old one that it continues. Pairs are made in four rounds: equal
+/// solutions, then those with the same code and action, then those with the same code, then those at the same
+/// index.
 std::vector<std::optional<std::size_t>> Pair(const Entries& before, const Entries& after) {
     std::vector<std::optional<std::size_t>> pairs(after.size());
     std::vector<bool> isTaken(before.size(), false);

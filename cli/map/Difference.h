@@ -10,7 +10,7 @@
 
 namespace kuramap {
 
-/// One text of a solution before and after. The name is an attribute's, or "value N" for the N-th value.
+/// A text of a solution that changed. The name is that of the attribute, or "value N" for the N-th value.
 struct Change {
     std::string name;
     std::string before;
@@ -19,14 +19,14 @@ struct Change {
 
 struct ChangedSolution {
     std::string issue;
-    std::size_t number = 1;  ///< of the issue's solutions in the new map
+    std::size_t number = 1;  ///< which of the issue's solutions in the new map, from 1
     std::vector<Change> changes;
 };
 
 /// A solution that only one of the maps has.
 struct LoneSolution {
     std::string issue;
-    std::size_t number = 1;  ///< of the issue's solutions in its map
+    std::size_t number = 1;  ///< which of the issue's solutions in its map, from 1
     Entry entry;
 };
 
@@ -36,7 +36,7 @@ struct Difference {
     std::vector<ChangedSolution> changed;
     /// Issues whose solutions are applied in another order.
     std::vector<std::string> reordered;
-    /// The issues that both have are listed in another order.
+    /// The issues that both maps have stand in another order.
     bool isListedDifferently = false;
     std::int32_t versionBefore = -1;
     std::int32_t versionAfter = -1;

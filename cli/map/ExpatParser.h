@@ -1,4 +1,4 @@
-// An Expat parser that is freed by itself.
+// Owns an Expat parser.
 #pragma once
 
 #include <expat.h>

@@ -23,13 +23,13 @@ constexpr std::size_t kIndent = 4;
 
 using Attributes = std::vector<std::pair<std::string, std::string>>;
 
-/// Attributes that begin a line of their own in a solution, so that what belongs together stands together.
+/// Whether the attribute begins a new line in a solution, so that each line holds what belongs together.
 bool BeginsLine(std::string_view name) {
     constexpr std::string_view kFirst[] = {"sid_issue", "sid_button1", "reboot", "toast1", "source"};
     return std::find(std::begin(kFirst), std::end(kFirst), name) != std::end(kFirst);
 }
 
-/// A carriage return that arrives was written as a reference.
+/// Escapes text between tags. Parsers turn a literal CR into LF, so a CR here was written as "&#13;".
 std::string EscapedText(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -53,7 +53,8 @@ std::string EscapedText(std::string_view text) {
     return escaped;
 }
 
-/// A line break or tab in a value was written as a reference: otherwise it would have arrived as a blank.
+/// Escapes the value of an attribute. Parsers turn a literal line break or tab into a blank, so one that is
+/// here was written as a reference.
 std::string EscapedValue(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -83,7 +84,7 @@ std::string EscapedValue(std::string_view text) {
     return escaped;
 }
 
-/// In the order and spelling of the canonical layout.
+/// The attributes of an element in the order and spelling of the canonical layout.
 Attributes Arranged(const char** written, ElementKind kind) {
     const std::vector<std::string>& known = AttributeNames(kind);
     Attributes others;
@@ -106,7 +107,7 @@ Attributes Arranged(const char** written, ElementKind kind) {
     return arranged;
 }
 
-/// Writes node after node as the parser meets them.
+/// Writes each node when the parser reports it.
 class Writer {
 public:
     std::string Write(std::string_view source) {
@@ -173,9 +174,9 @@ private:
 
     std::string Margin() const { return std::string(kIndent * m_open.size(), ' '); }
 
-    /// Text that stands before this node, the parent's closing mark, the blank line before it, its margin.
+    /// Writes what comes before a node: the ">" of the parent's tag, pending text, a blank line, the margin.
     void BeginNode(bool isSolution) {
-        // Only those behind the text, which gets a line of its own.
+        // Counts only the line breaks behind the text: the text gets a line of its own.
         const std::size_t textEnd = m_text.find_last_not_of(" \t\r\n") + 1;
         const auto breaks =
             std::count(m_text.begin() + static_cast<std::ptrdiff_t>(textEnd), m_text.end(), '\n');
@@ -184,7 +185,7 @@ private:
         const bool isFirst = m_isFirst;
         m_isFirst = false;
         const bool isBelowRoot = m_open.size() == 1;
-        // A comment right above a solution stays with it.
+        // No blank line between a solution and a comment right above it.
         const bool isOwnGroup = isSolution && isBelowRoot && !(m_wasComment && breaks < 2);
         if (!isFirst && (isOwnGroup || (isBelowRoot && breaks > 1))) {
             m_out += "\n";

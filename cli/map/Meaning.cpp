@@ -1,58 +1,9 @@
 #include "Meaning.h"
 
+#include "Actions.h"
 #include "Number32.h"
 
 namespace kuramap {
-
-namespace {
-
-std::string InQuotes(std::string_view text) {
-    return "\"" + std::string(text) + "\"";
-}
-
-std::string NumberText(std::string_view text) {
-    return std::to_string(Number32::Read(text).Signed());
-}
-
-std::string OperationEffect(const Entry& entry) {
-    struct Row {
-        std::string_view name;
-        std::string_view effect;
-    };
-    static constexpr Row kRows[] = {
-        {"ResetPictureSize", "resets the picture size"},
-        {"voiceguide_on", "sets the settings item \"voiceguide_on\" to \"voiceguide\""},
-        {"caption-setting", "sets the settings item \"caption-setting\" to \"caption\""},
-        {"subtitle-setting", "sets the settings item \"subtitle-setting\" to \"subtitle\""},
-        {"performDeepClean", "has the agent remove temporary files, for up to 10 seconds"},
-        {"ResetOnOffTimer", "clears the on and off timers"},
-    };
-    const std::string& name = entry.Text(Field::kActionName);
-    if (name == "pixo_reset_picture") {
-        return "resets the settings of picture mode " + NumberText(entry.FirstValue());
-    }
-    for (const Row& row : kRows) {
-        if (row.name == name) {
-            return std::string(row.effect);
-        }
-    }
-    return "does nothing: there is no operation " + InQuotes(name);
-}
-
-std::string ScreenEffect(const std::string& name) {
-    if (name == "ShowSignalInfo") {
-        return "opens the signal page of the current input";
-    }
-    if (name == "ShowMgrStorage") {
-        return "leaves the issue list and opens the host's storage page";
-    }
-    if (name == "ShowSoundTest") {
-        return "launches the sound test";
-    }
-    return "does nothing: there is no screen " + InQuotes(name);
-}
-
-}  // namespace
 
 bool operator==(const EntryValue& a, const EntryValue& b) {
     return a.value == b.value && a.type == b.type;
@@ -86,33 +37,7 @@ Meaning MeaningOf(const SolutionMap& map) {
 }
 
 std::string EffectOf(const Entry& entry) {
-    const std::string& type = entry.Text(Field::kActionType);
-    const std::string& name = entry.Text(Field::kActionName);
-    if (type == "VCONFSET_BOOL" || type == "VCONFSET_INT") {
-        return "writes " + NumberText(entry.FirstValue()) + " to the settings key " + InQuotes(name) +
-               (type == "VCONFSET_BOOL" ? " as a boolean" : " as a number");
-    }
-    if (type == "VCONFSET_STR") {
-        return "writes " + InQuotes(entry.FirstValue()) + " to the settings key " + InQuotes(name) +
-               " as a text";
-    }
-    if (type == "SettingsAPI") {
-        return "sets the settings item " + InQuotes(name) + " to " + InQuotes(entry.FirstValue());
-    }
-    if (type == "API") {
-        return OperationEffect(entry);
-    }
-    if (type == "MSGPORT") {
-        return ScreenEffect(name);
-    }
-    if (type == "CMD") {
-        return "hands the command " + InQuotes(name) + " to the agent";
-    }
-    if (type == "LAUNCH") {
-        return "launches the application " + InQuotes(name);
-    }
-    return type == "INFO" ? "does nothing to the set; the user is told"
-                          : "does nothing: there is no action type " + InQuotes(type);
+    return EffectOfAction(entry.Text(Field::kActionType), entry.Text(Field::kActionName), entry.FirstValue());
 }
 
 std::string VisibilityOf(const Entry& entry) {

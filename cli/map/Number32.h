@@ -14,7 +14,7 @@ struct Number32 {
     bool hasLeadingZero = false;  ///< more digits follow the zero
     bool hasRest = false;         ///< something follows the digits
     bool isNegative = false;
-    std::uint64_t magnitude = 0;  ///< without the sign; stops at 2^63
+    std::uint64_t magnitude = 0;  ///< without the sign; 2^63 for every larger number
 
     static Number32 Read(std::string_view text);
 
@@ -22,9 +22,9 @@ struct Number32 {
     bool IsPlain() const { return hasDigits && !hasBlanks && !hasRest; }
     bool FitsSigned() const { return magnitude <= (isNegative ? 2147483648u : 2147483647u); }
 
-    /// As a signed number of the set; 0 without digits.
+    /// The result of a signed conversion on the set; 0 without digits.
     std::int32_t Signed() const;
-    /// As an unsigned number of the set; a minus sign wraps; 0 without digits.
+    /// The result of an unsigned conversion on the set: a minus sign wraps around; 0 without digits.
     std::uint32_t Unsigned() const;
 };
 

@@ -12,7 +12,7 @@ std::string Counted(std::size_t count, const std::string& word) {
     return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
-/// The message as people read it, the issue in front.
+/// The message with the issue in front.
 std::string Sentence(const Finding& finding) {
     return (finding.issue.empty() ? "" : "issue " + finding.issue + ": ") + finding.message;
 }
@@ -34,7 +34,7 @@ std::string Escaped(const std::string& text) {
                 escaped += "&quot;";
                 break;
             default:
-                // Control characters have no place in XML, not even escaped.
+                // XML cannot hold control characters, not even as references.
                 escaped += static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' ? '?' : c;
         }
     }
@@ -66,7 +66,7 @@ Json SarifRules() {
     return rules;
 }
 
-/// Every finding of a file, or one case that passes.
+/// The suite of one file: its findings, or one case that passes where there are none.
 std::string JunitSuite(const std::string& file, const std::vector<const Finding*>& findings, bool isStrict) {
     std::string cases;
     std::size_t failures = 0;

@@ -1,4 +1,4 @@
-// A check's findings in the forms that people and other tools read.
+// The findings of a check as text for people and as documents for other tools.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -15,7 +15,7 @@ struct UnreadableFile {
     std::string reason;  ///< one line that names the file
 };
 
-/// "FILE:LINE:COL: error: issue CODE: message [tag]" a line; the counts last.
+/// A line "FILE:LINE:COL: error: issue CODE: message [tag]" for each finding, then the counts.
 std::string ToText(const CheckResult& result);
 
 nlohmann::ordered_json ToJson(const CheckResult& result, const std::vector<std::string>& files,
@@ -24,7 +24,7 @@ nlohmann::ordered_json ToJson(const CheckResult& result, const std::vector<std::
 /// SARIF 2.1.0, as code scanning services read it.
 nlohmann::ordered_json ToSarif(const CheckResult& result, const std::vector<UnreadableFile>& unreadable);
 
-/// JUnit's XML: a suite a file, a case a finding; what fails the check is a failure.
+/// JUnit's XML: a suite for each file, a case for each finding. A finding that fails the check is a failure.
 std::string ToJunit(const CheckResult& result, const std::vector<std::string>& files,
                     const std::vector<UnreadableFile>& unreadable, bool isStrict);
 

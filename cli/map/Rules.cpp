@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <deque>
 #include <iterator>
+
+#include "Actions.h"
 
 namespace kuramap {
 
@@ -59,7 +62,7 @@ constexpr Rule kRules[] = {
     {RuleId::kUnknownAction, "unknown-action", Severity::kError, "the action type is not known",
      "The repair does nothing, and the issue is taken for solved all the same. Types are compared exactly.",
      "<solution issue_code=\"1\" sol_type=\"launch\" sol_name=\"org.vesta.menu\"/>",
-     "Write one of VCONFSET_BOOL, VCONFSET_INT, VCONFSET_STR, API, CMD, LAUNCH, INFO, MSGPORT, SettingsAPI."},
+     "Write one of {action types}."},
     {RuleId::kNameMissing, "name-missing", Severity::kError, "sol_name is empty where the action needs it",
      "The action has nothing to work on: the repair does nothing, and the issue is taken for solved all the "
      "same.",
@@ -68,14 +71,11 @@ constexpr Rule kRules[] = {
     {RuleId::kUnknownOperation, "unknown-operation", Severity::kError,
      "the operation of an API action is not known",
      "The repair does nothing, yet the log says that it succeeded. Operations are compared exactly.",
-     "<solution issue_code=\"1\" sol_type=\"API\" sol_name=\"resetPictureSize\"/>",
-     "Write one of pixo_reset_picture, ResetPictureSize, voiceguide_on, caption-setting, subtitle-setting, "
-     "performDeepClean, ResetOnOffTimer."},
+     "<solution issue_code=\"1\" sol_type=\"API\" sol_name=\"resetPictureSize\"/>", "Write one of {API}."},
     {RuleId::kUnknownScreen, "unknown-screen", Severity::kError,
      "the screen of a MSGPORT action is not known",
      "The repair does nothing, and the issue is taken for solved all the same. Screens are compared exactly.",
-     "<solution issue_code=\"1\" sol_type=\"MSGPORT\" sol_name=\"ShowStorage\"/>",
-     "Write one of ShowSignalInfo, ShowMgrStorage, ShowSoundTest."},
+     "<solution issue_code=\"1\" sol_type=\"MSGPORT\" sol_name=\"ShowStorage\"/>", "Write one of {MSGPORT}."},
     {RuleId::kValueMissing, "value-missing", Severity::kError,
      "a value is missing where the action needs one",
      "An empty text is used: 0 for a number, false for a boolean, an empty setting for a text.",
@@ -151,6 +151,13 @@ constexpr Rule kRules[] = {
      "a solution code is not a plain number",
      "The engine records the digits at its beginning, 0 without digits, 2147483647 for what is larger.",
      "<solution issue_code=\"1\" sol_code=\"A1\"/>", "Write digits alone, 2147483647 at most."},
+    {RuleId::kKeyNearMiss, "key-near-miss", Severity::kWarning,
+     "a settings key is nearly, but not exactly, another one of the map",
+     "A set writes whatever key it is given: of two keys that differ in one letter, in letter case or in "
+     "blanks, one is most likely misspelt, and nothing reads what is written there. Keys that differ in "
+     "digits are taken for different ones.",
+     "sol_name=\"db/menu/picture/mode\" and sol_name=\"db/menu/pictur/mode\"",
+     "Write the key that the set reads; accept the finding where both are meant."},
     {RuleId::kCommandOverwritten, "command-overwritten", Severity::kWarning,
      "an issue has more than one command",
      "There is one request file for commands: the later command overwrites the earlier one before the agent "
@@ -173,6 +180,16 @@ constexpr Rule kRules[] = {
      "shown on every input, an authority that is not USER is never shown.",
      "<solution issue_code=\"1\" source=\"hdmi\" view_authority=\"User\"/>",
      "Write DTV, HDMI or USER exactly."},
+
+    {RuleId::kRebootUnknown, "reboot-unknown", Severity::kWarning, "reboot is neither no, yes nor ask",
+     "The library hands the word on, and the host acts on it; of another word nobody can say what it makes.",
+     "<solution issue_code=\"1\" reboot=\"maybe\"/>", "Write no, yes or ask."},
+    {RuleId::kScreenActionUnknown, "screen-action-unknown", Severity::kWarning,
+     "action is neither APPLY, CONFIRM, OPEN nor NONE",
+     "The library hands the word on, and the host's screens act on it; of another word nobody can say what "
+     "they "
+     "make.",
+     "<solution issue_code=\"1\" action=\"OPN\"/>", "Write APPLY, CONFIRM, OPEN or NONE."},
 
     // --- Texts and codes from other files ---
     {RuleId::kTextMissing, "text-missing", Severity::kWarning, "a string id is in none of the text files",
@@ -234,6 +251,33 @@ constexpr bool AreInOrder() {
 }
 static_assert(AreInOrder(), "the rows stand in the order of RuleId");
 
+std::string Listed(const std::vector<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "" : ", ") + name;
+    }
+    return list;
+}
+
+/// The advice with the names that a set knows: {action types} stands for all types, {TYPE} for the names that
+/// actions of a type may have.
+std::string_view WithNames(std::string_view mend) {
+    static std::deque<std::string> kept;
+    const auto replace = [&mend](const std::string& mark, const std::vector<std::string>& names) {
+        const std::size_t at = mend.find(mark);
+        if (at != std::string_view::npos) {
+            mend = kept.emplace_back(std::string(mend).replace(at, mark.size(), Listed(names)));
+        }
+    };
+    replace("{action types}", NamesOf(ActionTypes()));
+    for (const ActionType& type : ActionTypes()) {
+        if (type.names != nullptr) {
+            replace("{" + std::string(type.name) + "}", NamesOf(type.names->all));
+        }
+    }
+    return mend;
+}
+
 }  // namespace
 
 std::string_view NameOf(Severity severity) {
@@ -251,18 +295,24 @@ std::string_view NameOf(Severity severity) {
 }
 
 const std::vector<Rule>& Rules() {
-    static const std::vector<Rule> kAll(std::begin(kRules), std::end(kRules));
+    static const std::vector<Rule> kAll = [] {
+        std::vector<Rule> rules(std::begin(kRules), std::end(kRules));
+        for (Rule& rule : rules) {
+            rule.mend = WithNames(rule.mend);
+        }
+        return rules;
+    }();
     return kAll;
 }
 
 const Rule& RuleOf(RuleId id) {
-    return kRules[static_cast<std::size_t>(id)];
+    return Rules()[static_cast<std::size_t>(id)];
 }
 
 const Rule* FindRule(std::string_view tag) {
     const auto rule =
-        std::find_if(std::begin(kRules), std::end(kRules), [&](const Rule& r) { return r.tag == tag; });
-    return rule == std::end(kRules) ? nullptr : rule;
+        std::find_if(Rules().begin(), Rules().end(), [&](const Rule& r) { return r.tag == tag; });
+    return rule == Rules().end() ? nullptr : &*rule;
 }
 
 std::vector<std::string> Tags() {

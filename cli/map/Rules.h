@@ -1,5 +1,5 @@
-// What the checker looks for. One table gives each rule its tag, its severity and the words that explain it;
-// the documentation of the rules is written from it.
+// What the checker looks for. One table holds the tag, the severity and the explanation of each rule;
+// docs/map-rules.md is written from it.
 #pragma once
 
 #include <string>
@@ -8,15 +8,15 @@
 
 namespace kuramap {
 
-/// Raised with every change of what is found or how it is called.
-constexpr std::string_view kRuleSetVersion = "1.0";
+/// Raise it with every change of what is found, and of tags.
+constexpr std::string_view kRuleSetVersion = "1.1";
 
 enum class Severity { kOff, kInfo, kWarning, kError };
 
 /// "error", "warning", "info", "off".
 std::string_view NameOf(Severity severity);
 
-/// Every rule by name, in the order of the table.
+/// The rules, in the order of the table.
 enum class RuleId {
     kNotWellFormed,
     kRootNotClosed,
@@ -49,10 +49,13 @@ enum class RuleId {
     kValueNotABoolean,
     kValueUnused,
     kSolutionCodeNotANumber,
+    kKeyNearMiss,
     kCommandOverwritten,
     kToastLikeANumber,
     kGroundUnknown,
     kFilterNearMiss,
+    kRebootUnknown,
+    kScreenActionUnknown,
     kTextMissing,
     kTranslationMissing,
     kPlaceholdersDiffer,
@@ -74,7 +77,7 @@ struct Rule {
     Severity severity;
     std::string_view summary;  ///< what is wrong, without an end mark
     std::string_view effect;   ///< what a set makes of it
-    std::string_view example;  ///< an extract that has it
+    std::string_view example;  ///< an extract in which the rule finds something
     std::string_view mend;
 };
 
@@ -89,10 +92,10 @@ const Rule* FindRule(std::string_view tag);
 /// The tags of all rules.
 std::vector<std::string> Tags();
 
-/// One rule for people, plain text.
+/// The explanation of a rule as plain text.
 std::string Explain(const Rule& rule);
 
-/// All rules as the Markdown page of the documentation.
+/// The text of docs/map-rules.md.
 std::string RulesPage();
 
 }  // namespace kuramap

@@ -1,5 +1,5 @@
-// What the library makes of a document: its version, declared count and solutions, each value with the
-// attribute that it came from.
+// What the library reads from a document: version, declared count and solutions. Each text is kept as the
+// index of its attribute, so that a finding has a place.
 #pragma once
 
 #include <array>
@@ -37,15 +37,15 @@ public:
     const XmlDocument& Source() const { return m_document; }
     const std::vector<Solution>& Solutions() const { return m_solutions; }
     const std::vector<Value>& Values() const { return m_values; }
-    /// Elements by their kind, in the order of the document.
+    /// The indices of the sm and sminfo elements, in the order of the document.
     const std::vector<std::uint32_t>& CountElements() const { return m_counts; }
     const std::vector<std::uint32_t>& VersionElements() const { return m_versions; }
-    /// The first value element before any solution, where there is one: the library then loads nothing.
+    /// The first value that stands before every solution. With one, the library cannot load the map.
     std::optional<std::uint32_t> EarlyValue() const { return m_earlyValue; }
 
     ElementKind KindOf(const Element& element) const { return m_kinds[element.name->id]; }
 
-    /// An attribute of an element by its lower-case name; of several the one written last, as in the library.
+    /// The attribute with the lower-case name, or kNoAttribute; of several the last one, as in the library.
     std::uint32_t Find(const Element& element, std::string_view lowerName) const;
 
     /// The text of an attribute, empty for kNoAttribute.
@@ -58,12 +58,12 @@ public:
     static std::uint32_t Attribute(const Solution& solution, Field field) {
         return solution.fields[static_cast<std::size_t>(field)];
     }
-    /// The value that an action uses: the first; null without one.
+    /// The first value, which is the one that an action uses; null where there is none.
     const Value* FirstValue(const Solution& solution) const {
         return solution.valueCount == 0 ? nullptr : &m_values[solution.firstValue];
     }
 
-    /// As a set reads them: -1 without a version, 0 without a count.
+    /// The numbers as a set reads them: version -1 without sminfo, count 0 without sm.
     std::int32_t Version() const;
     std::uint32_t DeclaredCount() const;
 
@@ -73,7 +73,7 @@ private:
 
     const XmlDocument& m_document;
     std::vector<ElementKind> m_kinds;  // by the name's id
-    std::vector<int> m_fieldOf;        // by the name's id; -1 for what is no field of a solution
+    std::vector<int> m_fieldOf;        // by the name's id; -1: not a field of a solution
     std::vector<Solution> m_solutions;
     std::vector<Value> m_values;
     std::vector<std::uint32_t> m_counts;

@@ -2,13 +2,16 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "Characters.h"
 #include "Rules.h"
@@ -19,7 +22,7 @@ namespace kuramap {
 
 namespace {
 
-/// More than any text or list has; what is larger is a mistake.
+/// No file of texts, codes or allowed findings is larger.
 constexpr off_t kLargest = 64 * 1024 * 1024;
 
 [[noreturn]] void Refuse(const std::string& file, const std::string& reason) {
@@ -28,6 +31,16 @@ constexpr off_t kLargest = 64 * 1024 * 1024;
 
 std::string PlaceIn(const std::string& file, std::size_t line) {
     return file + ":" + std::to_string(line);
+}
+
+/// byte is the number of the byte that does not fit, from 1; beyond the end where the text ends too early.
+[[noreturn]] void RefuseJson(const std::string& file, std::string_view source, std::size_t byte) {
+    if (byte > source.size()) {
+        Refuse(file, "the JSON ends too early: a bracket or quote is not closed");
+    }
+    const std::string_view before = source.substr(0, byte == 0 ? 0 : byte - 1);
+    const auto line = 1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
+    Refuse(PlaceIn(file, line), "is not JSON from here on; write {\"ID\": \"text\", ...}");
 }
 
 std::ifstream Open(const std::string& path) {
@@ -48,7 +61,7 @@ std::ifstream Open(const std::string& path) {
     return stream;
 }
 
-/// Calls with each line that holds something, trimmed, and its number.
+/// Calls use with the trimmed text and the number of each line, except blank lines and remarks.
 void ForEachLine(const std::string& path, const std::function<void(std::string_view, std::size_t)>& use) {
     std::ifstream stream = Open(path);
     std::string line;
@@ -85,14 +98,15 @@ AllowList::Entry ReadAllowed(const std::string& file, std::string_view text, std
 
 TextTable TextTable::Read(const std::string& path) {
     std::ifstream stream = Open(path);
+    const std::string source{std::istreambuf_iterator<char>(stream), {}};
     TextTable table;
     table.file = path;
     table.language = std::filesystem::path(path).stem();
     nlohmann::json json;
     try {
-        json = nlohmann::json::parse(stream);
+        json = nlohmann::json::parse(source);
     } catch (const nlohmann::json::parse_error& error) {
-        Refuse(path, "is not JSON: " + std::string(error.what()));
+        RefuseJson(path, source, error.byte);
     }
     if (!json.is_object()) {
         Refuse(path, "must be an object of string ids and texts");

@@ -1,5 +1,4 @@
-// The files that a map is checked against: the host's texts, the engine's codes, and findings that are
-// allowed.
+// The files beside the maps: the host's texts, the engine's codes, and the findings that are allowed.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +15,7 @@ struct TextTable {
     std::string file;
     std::map<std::string, std::string, std::less<>> texts;
 
-    /// A JSON object of texts. Throws Unreadable naming file and place.
+    /// Reads a JSON object of ids and texts. Throws Unreadable, which names the file and the line.
     static TextTable Read(const std::string& path);
 };
 
@@ -29,7 +28,7 @@ struct CodeList {
     std::string file;
     std::vector<Entry> entries;
 
-    /// One code a line; blank lines and what follows a "#" are skipped. Throws Unreadable.
+    /// Reads one code from each line; skips blank lines and what follows a "#". Throws Unreadable.
     static CodeList Read(const std::string& path);
 };
 
@@ -37,7 +36,7 @@ struct CodeList {
 struct AllowList {
     struct Entry {
         std::string tag;
-        std::string issue;  ///< empty: whatever the issue
+        std::string issue;  ///< empty: every issue
         std::string reason;
         std::size_t line = 0;
         bool isUsed = false;
@@ -45,8 +44,8 @@ struct AllowList {
     std::string file;
     std::vector<Entry> entries;
 
-    /// Lines "TAG: reason" or "TAG ISSUE: reason"; blank lines and lines that begin with "#" are skipped. An
-    /// unknown tag or a missing reason is refused. Throws Unreadable.
+    /// Reads lines "TAG: reason" and "TAG ISSUE: reason"; skips blank lines and those that begin with "#".
+    /// Throws Unreadable, also for an unknown tag and for a missing reason.
     static AllowList Read(const std::string& path);
 };
 

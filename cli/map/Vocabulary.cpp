@@ -1,68 +1,6 @@
 #include "Vocabulary.h"
 
-#include <algorithm>
-
 namespace kuramap {
-
-namespace {
-
-template <typename Row>
-const Row* Find(const std::vector<Row>& table, std::string_view name) {
-    const auto row = std::find_if(table.begin(), table.end(), [&](const Row& r) { return r.name == name; });
-    return row == table.end() ? nullptr : &*row;
-}
-
-}  // namespace
-
-const std::vector<ActionType>& ActionTypes() {
-    static const std::vector<ActionType> kTypes = {{"VCONFSET_BOOL", "settings key", ValueUse::kBoolean},
-                                                   {"VCONFSET_INT", "settings key", ValueUse::kNumber},
-                                                   {"VCONFSET_STR", "settings key", ValueUse::kText},
-                                                   {"API", "operation", ValueUse::kNone},
-                                                   {"CMD", "command line", ValueUse::kNone},
-                                                   {"LAUNCH", "application id", ValueUse::kNone},
-                                                   {"INFO", "", ValueUse::kNone},
-                                                   {"MSGPORT", "screen", ValueUse::kNone},
-                                                   {"SettingsAPI", "settings item", ValueUse::kText}};
-    return kTypes;
-}
-
-const std::vector<Target>& Operations() {
-    static const std::vector<Target> kOperations = {
-        {"pixo_reset_picture", ValueUse::kNumber}, {"ResetPictureSize", ValueUse::kNone},
-        {"voiceguide_on", ValueUse::kNone},        {"caption-setting", ValueUse::kNone},
-        {"subtitle-setting", ValueUse::kNone},     {"performDeepClean", ValueUse::kNone},
-        {"ResetOnOffTimer", ValueUse::kNone}};
-    return kOperations;
-}
-
-const std::vector<Target>& Screens() {
-    static const std::vector<Target> kScreens = {{"ShowSignalInfo", ValueUse::kNone},
-                                                 {"ShowMgrStorage", ValueUse::kNone},
-                                                 {"ShowSoundTest", ValueUse::kNone}};
-    return kScreens;
-}
-
-const ActionType* FindActionType(std::string_view name) {
-    return Find(ActionTypes(), name);
-}
-
-const Target* FindOperation(std::string_view name) {
-    return Find(Operations(), name);
-}
-
-const Target* FindScreen(std::string_view name) {
-    return Find(Screens(), name);
-}
-
-ValueUse UseOfValue(std::string_view actionType, std::string_view actionName) {
-    if (actionType == "API") {
-        const Target* const operation = FindOperation(actionName);
-        return operation == nullptr ? ValueUse::kNone : operation->value;
-    }
-    const ActionType* const type = FindActionType(actionType);
-    return type == nullptr ? ValueUse::kNone : type->value;
-}
 
 ElementKind KindOfElement(std::string_view lowerName) {
     if (lowerName == "solution") {

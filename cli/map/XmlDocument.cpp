@@ -24,7 +24,7 @@ constexpr std::size_t kBlock = 1024 * 1024;
 /// A set reads no file of this size or more.
 constexpr std::size_t kTooLarge = 0x7fffffff;
 
-/// No map has more; a document with more is made to exhaust its reader.
+/// No map has an element with more; a document that does is made to exhaust its reader.
 constexpr std::size_t kMostAttributes = 10000;
 
 class FileHandle {
@@ -48,7 +48,7 @@ private:
 }
 
 int OpenFile(const std::string& path) {
-    // Not blocking: a pipe without a writer would otherwise keep the tool waiting.
+    // Without O_NONBLOCK, opening a pipe that nobody writes to would block.
     const int number = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (number < 0) {
         Refuse(path, std::strerror(errno));
@@ -74,7 +74,7 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-/// The encoding that the first bytes show; these are known without being declared. Empty for none.
+/// The encoding that the first bytes show without a declaration; empty where they show none.
 std::string EncodingByMark(std::string_view text) {
     if (text.substr(0, 2) == "\xff\xfe" || text.substr(0, 2) == std::string_view("<\0", 2)) {
         return "UTF-16LE";
@@ -101,7 +101,7 @@ public:
         XML_SetXmlDeclHandler(m_parser.get(), OnDeclaration);
     }
 
-    /// False once nothing more is to be read.
+    /// Reads one more piece. False after an error, which ends the reading.
     bool Feed(std::string_view piece) {
         if (m_document.m_text.empty()) {
             m_mark = EncodingByMark(piece);
@@ -126,7 +126,8 @@ public:
             RefuseWhatIsNoDocument(XML_GetErrorCode(m_parser.get()), *m_document.m_error);
             return;
         }
-        // A set never says that the text has ended, so what only this finds does not trouble it.
+        // The library never tells its parser that the text has ended, so an error found here is no error to
+        // it.
         const bool isComplete = XML_Parse(m_parser.get(), "", 0, XML_TRUE) == XML_STATUS_OK;
         if (m_failure != nullptr) {
             std::rethrow_exception(m_failure);
@@ -164,7 +165,7 @@ private:
         }
     }
 
-    /// No exception may cross the parser's frames, which are C: it is kept, and Feed raises it again.
+    /// Keeps an exception, for Feed to throw: it must not cross the parser's frames, which are C.
     template <typename Work>
     void Guarded(Work work) {
         if (m_failure != nullptr) {
@@ -188,7 +189,8 @@ private:
     }
 
     static void XMLCALL OnEnd(void* self, const XML_Char*) {
-        // A stopped parser still ends an empty element, whose start may not have been taken.
+        // After XML_StopParser the end of an empty element is still reported, although its start was not
+        // kept.
         auto* reader = static_cast<XmlDocumentReader*>(self);
         reader->Guarded([&] { reader->m_open.pop_back(); });
     }
@@ -230,7 +232,7 @@ private:
     void Text(std::string_view text) {
         const std::uint32_t element = m_open.empty() ? kNoElement : m_open.back();
         const bool isBlank = text.find_first_not_of(" \t\r\n") == std::string_view::npos;
-        // One entry an element, however many pieces the text comes in.
+        // The parser reports a text in several pieces; the first one of an element makes the entry.
         if (!isBlank && (m_document.m_texts.empty() || m_document.m_texts.back().element != element)) {
             const std::size_t blanks = text.find_first_not_of(" \t\r\n");
             m_document.m_texts.push_back({OffsetHere() + blanks * m_document.BytesPerUnit(), element});

@@ -1,6 +1,6 @@
-// An XML document as its author wrote it: every element and attribute with its place in the text. The library
-// keeps neither names nor places, so the tool for authors reads by itself, with the same parser and the same
-// rules about what is an error.
+// An XML document as its author wrote it: every element and attribute with its place in the text. The tool
+// reads documents itself, because the library keeps neither names nor places. It uses the same parser, and
+// the same rules decide what is an error.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 
 namespace kuramap {
 
-/// The file cannot be read as a document at all. what() names the file and the reason, in one line.
+/// Thrown for a file that cannot be read at all. what() names the file and the reason in one line.
 class Unreadable : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -28,11 +28,11 @@ struct LineColumn {
     std::size_t column = 1;
 };
 
-/// A name that some element or attribute has; each spelling once a document.
+/// The name of elements or attributes. A document keeps each spelling once.
 struct Name {
     std::string text;
-    std::string lower;     ///< what the library knows it by
-    std::uint32_t id = 0;  ///< counts from 0 in a document
+    std::string lower;     ///< what the library compares
+    std::uint32_t id = 0;  ///< from 0, in the order of first use
 };
 
 struct Attribute {
@@ -64,12 +64,11 @@ struct ReadingError {
 
 class XmlDocument {
 public:
-    /// Reads the file at path, or standard input for "-". Throws Unreadable for what is no XML document: a
-    /// folder, a pipe, nothing but an error, an expansion of entities or a number of attributes without
-    /// bounds.
+    /// Reads the file at path, or standard input for "-". Throws Unreadable for a folder, a pipe, a file
+    /// without any element, and a document whose entities or attributes exhaust memory.
     static XmlDocument Read(const std::string& path);
 
-    /// The same for a text in memory; name stands for it in messages.
+    /// Reads a text in memory. Messages call it name. Throws Unreadable like Read.
     static XmlDocument Parse(std::string text, const std::string& name);
 
     XmlDocument(XmlDocument&&) noexcept = default;
@@ -79,22 +78,22 @@ public:
     /// The bytes read.
     const std::string& Source() const { return m_text; }
     const std::vector<Element>& Elements() const { return m_elements; }
-    /// All attributes; an element's stand side by side, in the order written.
+    /// The attributes of all elements. Those of one element stand side by side, in the order written.
     const std::vector<Attribute>& Attributes() const { return m_attributes; }
     const std::vector<CharacterData>& Texts() const { return m_texts; }
     const std::deque<Name>& Names() const { return m_names; }
 
-    /// Set when the document is not well-formed: what follows that place was not read.
+    /// Set when the document is not well-formed. Nothing behind that place was read.
     const std::optional<ReadingError>& Error() const { return m_error; }
     /// Set when the text ends before the root element does.
     const std::optional<ReadingError>& Unfinished() const { return m_unfinished; }
-    /// The encoding that the document declares or shows; "UTF-8" without either.
+    /// The encoding that the byte order or the declaration gives; "UTF-8" without either.
     const std::string& Encoding() const { return m_encoding; }
 
-    /// Where the name of an attribute stands; index as in Attributes().
+    /// The offset of an attribute's name; index as in Attributes().
     std::size_t AttributeOffset(const Element& element, std::uint32_t index) const;
 
-    /// The places of offsets, in their order; offsets ascend.
+    /// The line and column of each offset. The offsets must ascend.
     std::vector<LineColumn> LineColumnsOf(const std::vector<std::size_t>& offsets) const;
 
 private:
@@ -104,7 +103,7 @@ private:
     const Name* Intern(std::string_view text);
     std::string_view Keep(std::string_view value);
     std::size_t BytesPerUnit() const;
-    /// Of the bytes of a unit, the one that tells an ASCII character.
+    /// Which byte of a unit holds an ASCII character.
     std::size_t LowByte() const;
 
     std::string m_fileName;
@@ -116,7 +115,7 @@ private:
     std::optional<ReadingError> m_error;
     std::optional<ReadingError> m_unfinished;
 
-    // Deques and blocks never move what they hold, so views into them stay good.
+    // A deque and a block never move what they hold, so views into them stay valid.
     std::deque<Name> m_names;
     std::unordered_map<std::string_view, const Name*> m_nameOf;
     std::vector<std::unique_ptr<char[]>> m_blocks;

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 #include "KURA_DiagManager.h"
 #include "KURA_DiagResultManager.h"
@@ -43,6 +44,30 @@ Json MapSummary() {
             {"solutions", map.solutions.size()}};
 }
 
+/// The diagnosis manager, which loads the map when it is made: a value before the first solution ends that.
+KURA::KURA_DiagManager& DiagManager() {
+    try {
+        return *KURA::KURA_DiagManager::GetInstance();
+    } catch (const std::out_of_range&) {
+        throw VerbError(ExitCode::kFailed,
+                        "the solution map cannot be loaded: a value stands before its first solution; \"kura "
+                        "map check\" says where");
+    }
+}
+
+/// What ended a diagnosis. A declared count that is too large ends it with an error of the library's that
+/// tells an author nothing.
+std::string EndOfDiagnosis(const std::string& failure) {
+    KURA::TSCurrentKURAMap map;
+    KURA::TCInformationStorage::Instance()->GetKURAMapInformation(map);
+    if (map.count <= map.solutions.size()) {
+        return "the diagnosis ended on the engine's thread: " + failure;
+    }
+    return "the diagnosis broke off, because the solution map declares " + std::to_string(map.count) +
+           " solutions and holds " + std::to_string(map.solutions.size()) +
+           "; \"kura map check\" says what to mend";
+}
+
 void AwaitEngine(const DiagnosisOptions& options) {
     std::string failure;
     if (!kuraset::WaitForEngine(std::chrono::seconds(options.patience), failure)) {
@@ -50,7 +75,7 @@ void AwaitEngine(const DiagnosisOptions& options) {
                                                  std::to_string(options.patience) + " s");
     }
     if (!failure.empty()) {
-        throw VerbError(ExitCode::kFailed, "the diagnosis ended on the engine's thread: " + failure);
+        throw VerbError(ExitCode::kFailed, EndOfDiagnosis(failure));
     }
 }
 
@@ -69,7 +94,7 @@ Json ListDocument(const char* screen, const std::vector<KURA::MapToDBTable>& row
 Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
-    KURA::KURA_DiagManager::GetInstance()->StartAutoDiagnosis();
+    DiagManager().StartAutoDiagnosis();
     AwaitEngine(options);
     const auto rows = TheHost().StartList();
     if (!rows) {
@@ -81,7 +106,7 @@ Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {
 Outcome Problems(const Session& session, const DiagnosisOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
-    KURA::KURA_DiagManager::GetInstance()->RemainingProblem();
+    DiagManager().RemainingProblem();
     AwaitEngine(options);
     const auto rows = TheHost().HomeList();
     if (!rows) {
@@ -152,7 +177,7 @@ Outcome Page(const Session& session, const DiagnosisOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     std::string target = options.target;
-    const std::string page = KURA::KURA_DiagManager::GetInstance()->StartSelfDiagnosis(target.data());
+    const std::string page = DiagManager().StartSelfDiagnosis(target.data());
     const Json document = {{"target", options.target}, {"page", page}};
     return {
         document, [page] {
@@ -166,7 +191,7 @@ Outcome Optimize(const Session& session) {
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
     const std::size_t before = set.ReadJournal().size();
-    const int result = KURA::KURA_DiagManager::GetInstance()->OptimizeDevice();
+    const int result = DiagManager().OptimizeDevice();
     if (std::filesystem::exists(kDeepCleanTrigger)) {
         throw VerbError(ExitCode::kNoAnswer, "the agent did not finish the deep clean within 10 seconds");
     }

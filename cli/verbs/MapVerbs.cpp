@@ -43,7 +43,7 @@ struct ExplainArguments {
                                                support::Suggestion(tag, kuramap::Tags()));
 }
 
-/// "TAG=LEVEL".
+/// Reads "TAG=LEVEL".
 std::pair<std::string, kuramap::Severity> ChosenSeverity(const std::string& text) {
     using kuramap::Severity;
     const std::size_t equals = text.find('=');
@@ -163,7 +163,7 @@ Outcome ExplainRule(const ExplainArguments& arguments) {
     return {RuleJson(*rule), [rule] { std::cout << kuramap::Explain(*rule); }};
 }
 
-/// A file that cannot be read ends the verb with one line.
+/// Ends a verb with one line when a file cannot be read.
 MapVerbRunner RunnerFor(Selection& selection) {
     return [&selection](std::function<Outcome()> work) {
         selection = {Place::kOutside, [work = std::move(work)] {

@@ -64,7 +64,8 @@ TEST(BadDocument, TruncatedStillDiagnoses) {
     kura.WriteMap(text.substr(0, text.size() / 2));
     const Answer answer = kura.Run({"diagnose", "--json"});
     EXPECT_EQ(answer.status, 1);
-    EXPECT_THAT(ErrorOf(answer), HasSubstr("vector::_M_range_check: __n (which is "));
+    EXPECT_THAT(ErrorOf(answer), HasSubstr("the diagnosis broke off, because the solution map declares 63 "));
+    EXPECT_THAT(ErrorOf(answer), HasSubstr("\"kura map check\""));
 }
 
 TEST(BadDocument, AValueBeforeEverySolutionIsReported) {
@@ -72,8 +73,10 @@ TEST(BadDocument, AValueBeforeEverySolutionIsReported) {
     kura.WriteMap("<map><sol_val param_value=\"1\"/></map>");
     const Answer answer = kura.Run({"diagnose", "--json"});
     EXPECT_EQ(answer.status, 1);
-    EXPECT_EQ(ErrorOf(answer),
-              "vector::_M_range_check: __n (which is 4294967295) >= this->size() (which is 0)");
+    EXPECT_EQ(
+        ErrorOf(answer),
+        "the solution map cannot be loaded: a value stands before its first solution; \"kura map check\" "
+        "says where");
 }
 
 TEST(BadDocument, ADeclaredCountTooLargeEndsTheRunOnTheEnginesThread) {
@@ -82,8 +85,10 @@ TEST(BadDocument, ADeclaredCountTooLargeEndsTheRunOnTheEnginesThread) {
     kura.WriteMap("<map><sm cnt=\"3\"/><solution issue_code=\"1001\" view_authority=\"USER\"/></map>");
     const Answer answer = kura.Run({"diagnose", "--json"});
     EXPECT_EQ(answer.status, 1);
-    EXPECT_THAT(ErrorOf(answer),
-                HasSubstr("vector::_M_range_check: __n (which is 1) >= this->size() (which is 1)"));
+    EXPECT_EQ(
+        ErrorOf(answer),
+        "the diagnosis broke off, because the solution map declares 3 solutions and holds 1; \"kura map "
+        "check\" says what to mend");
     EXPECT_EQ(kura.Json({"problems"}).at("problems").size(), 11U);
 }
 

@@ -10,21 +10,29 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
-EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
+ROOT = Path(__file__).resolve().parents[2]
+EXAMPLES = ROOT / "examples"
 
 SOLUTION_ATTRIBUTES = [
     "issue_code", "sol_code", "sol_type", "sol_name", "sid_issue", "sid_sol", "sid_button1", "sid_button2",
     "reboot", "is_fg_bg", "action", "toast1", "toast2", "source", "view_authority"]
 TEXT_ATTRIBUTES = ["sid_issue", "sid_sol", "sid_button1", "sid_button2", "toast1", "toast2"]
 STORED_ATTRIBUTES = ["issue_code", "sol_type", *TEXT_ATTRIBUTES, "action", "source"]
-TYPE_NUMBERS = {"API": 1, "VCONFSET_BOOL": 2, "VCONFSET_INT": 2, "VCONFSET_STR": 2, "CMD": 3, "LAUNCH": 4, "INFO": 5,
-                "MSGPORT": 0, "SettingsAPI": 0}
-OPERATIONS = {"pixo_reset_picture", "ResetPictureSize", "voiceguide_on", "caption-setting", "subtitle-setting",
-              "performDeepClean", "ResetOnOffTimer"}
-SCREENS = {"ShowSignalInfo", "ShowMgrStorage", "ShowSoundTest"}
 DEVICE_STATE_TEXTS = {"COM_SID_NORMAL", "TV_SID_VOICEASSISTANT_WEATHER_GOOD", "TV_SID_VOICEASSISTANT_WEATHER_BAD"}
 ON_DEMAND = range(10000000, 20000000)
 TUNER, HDMI_INPUTS, DIGITAL_CHANNELS = 0, {13, 14, 15, 16, 38, 39}, {2, 4, 7}
+
+
+def table_below(heading):
+    """The first two cells of each row of a table in the document of actions, by the first one."""
+    page = (ROOT / "docs/solution-map.md").read_text("utf-8")
+    section = page.split(f"# {heading}\n", 1)[1].split("\n#", 1)[0]
+    return dict(re.findall(r"^\| `([^`]*)` \| ([^|]*) \|", section.split("|---", 1)[1], re.MULTILINE))
+
+
+TYPE_NUMBERS = {name: int(number) for name, number in table_below("Action types").items()}
+OPERATIONS = set(table_below("Operations of `API`"))
+SCREENS = set(table_below("Screens of `MSGPORT`"))
 
 
 def read_json(name):
@@ -92,12 +100,15 @@ class SolutionMapTest(unittest.TestCase):
             self.assertEqual(solution.get("sol_code"), f"{code}{seen[code]:02d}")
             self.assertLessEqual(int(solution.get("sol_code")), 2**31 - 1)
 
-    def test_every_action_type_is_used_and_no_other(self):
-        self.assertEqual(set(self.map.values("sol_type")), set(TYPE_NUMBERS))
+    def test_no_unknown_action_is_used(self):
+        self.assertLessEqual(set(self.map.values("sol_type")), set(TYPE_NUMBERS))
+        self.assertLessEqual(set(self.map.named("API")), OPERATIONS)
+        self.assertLessEqual(set(self.map.named("MSGPORT")), SCREENS)
 
-    def test_every_operation_and_screen_is_used_and_no_other(self):
-        self.assertEqual(set(self.map.named("API")), OPERATIONS)
-        self.assertEqual(set(self.map.named("MSGPORT")), SCREENS)
+    def test_most_actions_are_used(self):
+        self.assertGreaterEqual(len(set(self.map.values("sol_type"))), 9)
+        self.assertGreaterEqual(len(set(self.map.named("API"))), 7)
+        self.assertGreaterEqual(len(set(self.map.named("MSGPORT"))), 3)
 
     def test_every_filter_is_used(self):
         self.assertEqual(set(self.map.values("source")), {"DTV", "HDMI", "ALL"})

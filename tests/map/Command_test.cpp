@@ -130,7 +130,7 @@ TEST_F(MapCommand, GivesOneDocumentAlsoForWhatCannotBeRead) {
     const nlohmann::json document = answer.Document();
     EXPECT_EQ(document.at("files"), nlohmann::json({clean}));
     EXPECT_EQ(document.at("unreadable").at(0).at("file"), Path("missing.xml"));
-    EXPECT_EQ(document.at("rules"), "1.0");
+    EXPECT_EQ(document.at("rules"), "1.1");
     EXPECT_EQ(document.at("infos"), 1);
     const nlohmann::json& finding = document.at("findings").at(0);
     EXPECT_EQ(finding.at("tag"), "never-shown");
@@ -149,7 +149,7 @@ TEST_F(MapCommand, ReportsInSarif) {
     ASSERT_EQ(document.at("runs").size(), 1u);
     const nlohmann::json& run = document.at("runs")[0];
     const nlohmann::json& driver = run.at("tool").at("driver");
-    EXPECT_EQ(driver.at("version"), "1.0");
+    EXPECT_EQ(driver.at("version"), "1.1");
     EXPECT_EQ(run.at("columnKind"), "unicodeCodePoints");
     EXPECT_EQ(run.at("invocations")[0].at("executionSuccessful"), true);
     ASSERT_EQ(run.at("results").size(), 1u);
@@ -214,7 +214,13 @@ TEST_F(MapCommand, RefusesTextAndCodeFilesThatAreNone) {
     const std::string file = Write("map.xml", Map(Entry("1001"), 1));
     EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{\"A\": 1}")}).status, 1);
     EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "[]")}).status, 1);
-    EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{")}).status, 1);
+    EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{")}).err,
+              "kura: " + Path("en.json") + ": the JSON ends too early: a bracket or quote is not closed\n");
+    EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "")}).status, 1);
+    EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{\n\"A\": \"a\",\n\"B\" \"b\"}")}).err,
+              "kura: " + Path("en.json") + ":3: is not JSON from here on; write {\"ID\": \"text\", ...}\n");
+    EXPECT_EQ(Run({"check", file, "--texts", Write("en.json", "{\"A\": \"\xff\"}")}).err,
+              "kura: " + Path("en.json") + ":1: is not JSON from here on; write {\"ID\": \"text\", ...}\n");
     EXPECT_EQ(Run({"check", file, "--codes", Write("codes.txt", "1\ntwo\n")}).status, 1);
     EXPECT_THAT(Run({"check", file, "--codes", Path("codes.txt")}).err, HasSubstr("codes.txt:2: "));
 }

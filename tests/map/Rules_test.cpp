@@ -128,6 +128,61 @@ TEST(Rules, AreExplainedOnTheirPage) {
         << "write it again: kura map explain --markdown > docs/map-rules.md";
 }
 
+/// Whether the rule finds something in a map of these solutions.
+bool IsFound(kuramap::RuleId rule, const std::string& solutions) {
+    const kuramap::XmlDocument document =
+        kuramap::XmlDocument::Parse("<solutionmap>" + solutions + "</solutionmap>", "map.xml");
+    const std::vector<kuramap::Finding> findings = kuramap::CheckMap(document, {});
+    return std::any_of(findings.begin(), findings.end(),
+                       [&](const kuramap::Finding& finding) { return finding.rule->id == rule; });
+}
+
+TEST(FilterNearMiss, OfThreeLettersIsOneMoreOrLessButNoOther) {
+    const auto isFound = [](const std::string& source) {
+        return IsFound(kuramap::RuleId::kFilterNearMiss,
+                       "<solution source=\"" + source + "\" view_authority=\"USER\"/>");
+    };
+    for (const char* const near :
+         {"TV", "DV", "dtv", "DTV ", " DTV ", "DTVS", "HDM", "HDMO", "HMDI", "HDMI1"}) {
+        EXPECT_TRUE(isFound(near)) << near;
+    }
+    for (const char* const other : {"", "DTV", "HDMI", "ALL", "ATV", "USB", "V", "CABLE"}) {
+        EXPECT_FALSE(isFound(other)) << other;
+    }
+}
+
+TEST(KeyNearMiss, IsOneLetterLetterCaseOrABlankButNoDigit) {
+    const auto isFound = [](const std::string& one, const std::string& other) {
+        const std::string type = "<solution sol_type=\"VCONFSET_INT\" sol_name=\"";
+        return IsFound(kuramap::RuleId::kKeyNearMiss, type + one + "\"/>" + type + other + "\"/>");
+    };
+    const std::string key = "db/menu/mode1";
+    for (const char* const near : {"db/menu/mod1", "db/menu/moode1", "db/menu/mpde1", "db/menu/omde1",
+                                   "db/menu/Mode1", "db/menu/mode1 "}) {
+        EXPECT_TRUE(isFound(key, near)) << near;
+        EXPECT_TRUE(isFound(near, key)) << near;
+    }
+    for (const char* const other : {"db/menu/mode1", "db/menu/mode2", "db/menu/mode", "db/menu/mode12",
+                                    "db/menu/node", "db/menu/sound1"}) {
+        EXPECT_FALSE(isFound(key, other)) << other;
+    }
+    EXPECT_FALSE(isFound("db/mode", "db/node"));
+}
+
+TEST(KeyNearMiss, IsReportedAtTheRarerKey) {
+    const std::string type = "<solution sol_type=\"VCONFSET_INT\" sol_name=\"";
+    const kuramap::XmlDocument document =
+        kuramap::XmlDocument::Parse("<solutionmap>\n" + type + "db/menu/mod\"/>\n" + type +
+                                        "db/menu/mode\"/>\n" + type + "db/menu/mode\"/></solutionmap>",
+                                    "map.xml");
+    for (const kuramap::Finding& finding : kuramap::CheckMap(document, {})) {
+        if (finding.rule->id == kuramap::RuleId::kKeyNearMiss) {
+            EXPECT_EQ(finding.position.line, 2u);
+        }
+    }
+    EXPECT_TRUE(IsFound(kuramap::RuleId::kKeyNearMiss, document.Source()));
+}
+
 /// The part of a message that quotes a misspelt action type.
 std::string QuotedInMessage(const std::string& type) {
     const kuramap::XmlDocument document = kuramap::XmlDocument::Parse(

@@ -1,9 +1,12 @@
 #include "RandomMap.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <utility>
 #include <vector>
+
+#include "map/Actions.h"
 
 namespace randommap {
 
@@ -94,33 +97,38 @@ const Texts kOddElements = {"<sol_val param_value=\"1\"/>",
 
 const Texts kKeys = {"db/menu/picture/backlight", "db/menu/sound/mode", "db/menu/system/eco"};
 const Texts kApps = {"org.vesta.picture-test", "org.vesta.menu", "com.example.app"};
-// performDeepClean is left out: it waits ten seconds for an agent.
-const Texts kOperations = {"pixo_reset_picture", "ResetPictureSize", "voiceguide_on",
-                           "caption-setting",    "subtitle-setting", "ResetOnOffTimer"};
-const Texts kScreens = {"ShowSignalInfo", "ShowMgrStorage", "ShowSoundTest"};
 const Texts kSources = {"ALL", "DTV", "HDMI"};
 const Texts kAuthorities = {"USER", "USER", "USER", "SERVICE"};
 
-struct ActionKind {
-    const char* type;
-    const Texts* names;
-    Texts values;
-};
+/// A name that an action of the type can work on.
+std::string NameFor(const kuramap::ActionType& type, Dice& dice) {
+    if (type.names != nullptr) {
+        Texts names = kuramap::NamesOf(type.names->all);
+        // It waits ten seconds for an agent.
+        names.erase(std::remove(names.begin(), names.end(), "performDeepClean"), names.end());
+        return dice.Of(names);
+    }
+    if (type.target == kuramap::kSettingsKey) {
+        return dice.Of(kKeys);
+    }
+    if (type.target == "application id") {
+        return dice.Of(kApps);
+    }
+    return "some-name";
+}
 
-const std::vector<ActionKind>& Actions() {
-    static const Texts kCommands = {"sync-clock --now"};
-    static const Texts kNotes = {"tell the user"};
-    static const Texts kItems = {"subtitle", "caption"};
-    static const std::vector<ActionKind> kActions = {{"VCONFSET_BOOL", &kKeys, {"0", "1"}},
-                                                     {"VCONFSET_INT", &kKeys, {"0", "35", "-3"}},
-                                                     {"VCONFSET_STR", &kKeys, {"on", "16:9"}},
-                                                     {"API", &kOperations, {"0", "2"}},
-                                                     {"CMD", &kCommands, {""}},
-                                                     {"LAUNCH", &kApps, {""}},
-                                                     {"INFO", &kNotes, {""}},
-                                                     {"MSGPORT", &kScreens, {""}},
-                                                     {"SettingsAPI", &kItems, {"on"}}};
-    return kActions;
+std::string ValueFor(kuramap::ValueUse use, Dice& dice) {
+    switch (use) {
+        case kuramap::ValueUse::kBoolean:
+            return dice.Of({"0", "1"});
+        case kuramap::ValueUse::kNumber:
+            return dice.Of({"0", "35", "-3"});
+        case kuramap::ValueUse::kText:
+            return dice.Of({"on", "16:9"});
+        case kuramap::ValueUse::kNone:
+            break;
+    }
+    return "";
 }
 
 class Writer {
@@ -192,7 +200,8 @@ private:
     }
 
     std::string Solution(std::size_t position) {
-        const ActionKind& action = Actions()[m_dice.Below(Actions().size())];
+        const kuramap::ActionType& type = kuramap::ActionTypes()[m_dice.Below(kuramap::ActionTypes().size())];
+        const std::string name = NameFor(type, m_dice);
         const std::size_t base = m_dice.OneIn(4) ? 10000000 : 1000;
         std::string code = std::to_string(base + position);
         if (Mischief()) {
@@ -201,8 +210,8 @@ private:
         const std::string textId = "TV_SID_" + code;
         const Attributes attributes = {{"issue_code", code},
                                        {"sol_code", code + "01"},
-                                       {"sol_type", action.type},
-                                       {"sol_name", m_dice.Of(*action.names)},
+                                       {"sol_type", std::string(type.name)},
+                                       {"sol_name", name},
                                        {"sid_issue", textId},
                                        {"sid_sol", textId + "_SOL"},
                                        {"sid_button1", "COM_SID_FIX_NOW"},
@@ -214,15 +223,15 @@ private:
                                        {"toast2", "COM_SID_FAILED"},
                                        {"source", m_dice.Of(kSources)},
                                        {"view_authority", m_dice.Of(kAuthorities)}};
-        std::string values = Value(action);
+        std::string values = Value(kuramap::UseOfValue(type.name, name));
         if (Mischief()) {
             values = m_dice.Of(kOddElements);
         }
         return Element("solution", attributes, values);
     }
 
-    std::string Value(const ActionKind& action) {
-        return Element("sol_val", {{"param_value", m_dice.Of(action.values)}, {"param_type", "string"}}, "");
+    std::string Value(kuramap::ValueUse use) {
+        return Element("sol_val", {{"param_value", ValueFor(use, m_dice)}, {"param_type", "string"}}, "");
     }
 
     /// Damage to the text as a whole, as a cut transfer or a bad editor leaves it.
