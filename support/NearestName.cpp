@@ -11,10 +11,10 @@ bool IsSame(char a, char b) {
     return lower(a) == lower(b);
 }
 
-/// The greatest distance at which a word is still near: one in three characters, but one in a word of up to
-/// three, since two changes leave too little of it, and two in one of four or five.
+/// The greatest distance at which a word is still near: one in three characters, two in a word of five, and
+/// one in a shorter word, of which two changes leave too little.
 std::size_t GreatestDistance(std::size_t length) {
-    return length < 4 ? 1 : std::max<std::size_t>(2, length / 3);
+    return length < 5 ? 1 : std::max<std::size_t>(2, length / 3);
 }
 
 }  // namespace
