@@ -39,7 +39,7 @@ std::size_t EditDistance(std::string_view from, std::string_view to) {
     return table.back();
 }
 
-std::string Suggestion(std::string_view word, const std::vector<std::string>& known) {
+std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
     // A word that is far longer than every known one is near none, and comparing it costs its length.
     constexpr std::size_t kLongest = 100;
     if (word.size() > kLongest) {

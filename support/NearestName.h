@@ -13,6 +13,6 @@ namespace support {
 std::size_t EditDistance(std::string_view from, std::string_view to);
 
 /// "; did you mean "WORD"?" with the known word nearest to the given one, or "" when none is near.
-std::string Suggestion(std::string_view word, const std::vector<std::string>& known);
+std::string Suggestion(const std::string& word, const std::vector<std::string>& known);
 
 }  // namespace support

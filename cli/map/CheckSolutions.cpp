@@ -116,7 +116,7 @@ void Checker::CheckAction(const Solution& solution) {
         Report(RuleId::kUnknownAction, At(solution, Field::kActionType),
                (name.empty() ? "sol_type is missing" : "there is no action type " + Quoted(name)) +
                    "; the repair does nothing, and the issue is taken for solved" +
-                   support::Suggestion(name, NamesOf(ActionTypes())));
+                   support::Suggestion(std::string(name), NamesOf(ActionTypes())));
         return;
     }
     CheckTarget(solution, *type);
@@ -135,7 +135,7 @@ void Checker::CheckTarget(const Solution& solution, const ActionType& type) {
         Report(type.names->unknown, subject,
                "there is no " + std::string(type.target) + " " + Quoted(name) + "; " +
                    std::string(type.names->consequence) +
-                   support::Suggestion(name, NamesOf(type.names->all)));
+                   support::Suggestion(std::string(name), NamesOf(type.names->all)));
     }
     if (type.isForAgent && name.find_first_of("\r\n") != std::string_view::npos) {
         Report(RuleId::kCommandLineBreak, subject,
@@ -275,7 +275,8 @@ void Checker::CheckHostWord(const Solution& solution, Field field, RuleId rule,
     }
     Report(rule, At(solution, field),
            std::string(NameOf(field)) + " is " + Quoted(word) +
-               ", and no screen is known to act on that: write " + all + support::Suggestion(word, known));
+               ", and no screen is known to act on that: write " + all +
+               support::Suggestion(std::string(word), known));
 }
 
 void Checker::CheckRepeatedIssues() {

@@ -83,8 +83,8 @@ AllowList::Entry ReadAllowed(const std::string& file, std::string_view text, std
     const std::size_t blank = head.find_first_of(" \t");
     const std::string_view tag = head.substr(0, blank);
     if (FindRule(tag) == nullptr) {
-        Refuse(PlaceIn(file, line),
-               "there is no rule \"" + std::string(tag) + "\"" + support::Suggestion(tag, Tags()));
+        Refuse(PlaceIn(file, line), "there is no rule \"" + std::string(tag) + "\"" +
+                                        support::Suggestion(std::string(tag), Tags()));
     }
     AllowList::Entry entry;
     entry.tag = tag;
