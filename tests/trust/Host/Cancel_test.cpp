@@ -108,6 +108,8 @@ TEST(Cancel, EndsARepairAndLeavesTheLocksFree) {
 TEST(Cancel, EndsADeviceCallAndLeavesTheLocksFree) {
     host::Install();
     Set().pkgmgrClientAvailable = false;
+    Set().appCount = 1;
+    Set().apps.push_back({"entry", "title", "/opt/icons/", "app", "package", 0, 0, 0, 0});
     EXPECT_GT(CancelEach(host::DeviceCalls(), "in a device call, the same"), 0U);
 }
 

@@ -89,6 +89,7 @@ inline std::vector<Entry> DeviceCalls() {
     return {
         {"OptimizeDevice", [] { KURA::KURA_DiagManager::GetInstance()->OptimizeDevice(); }, 4},
         {"sendAppData", [=] { device->sendAppData("package", "app"); }, 2},
+        {"sendAppList", [=] { device->sendAppList(); }},
         {"performMemBoost", [=] { device->performMemBoost(); }},
         {"killApp", [=] { device->killApp(std::string("app").data()); }},
         {"clearAppCache",
