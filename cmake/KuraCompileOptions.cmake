@@ -36,12 +36,11 @@ endif()
 add_library(kura_tool_options INTERFACE)
 target_compile_options(kura_tool_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-O1;-g1>)
 
-# kura_compile_together(TARGET [FILE...]): the target's sources several at a time, but for these files, whose names in
-# the anonymous namespace are others' too. For what stands around the library; the library is compiled file by file.
+# Compiles the target's sources several at a time. For what stands around the library; the library is compiled file by
+# file.
 function(kura_compile_together TARGET)
     if(KURA_TOGETHER)
         set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON)
-        set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
         # A source that is included is still no header.
         target_compile_options(${TARGET} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     endif()

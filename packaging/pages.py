@@ -9,6 +9,10 @@ import json
 import re
 import sys
 import textwrap
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "schema"))
+import words  # noqa: E402
 
 
 def leaves(command, path=()):
@@ -96,32 +100,14 @@ def command_part(command, what):
     return item_list(option_items(command))
 
 
-def type_name(schema, value):
-    """What a value of a schema may be, in words."""
-    if "$ref" in value:
-        target = schema["definitions"][value["$ref"].rsplit("/", 1)[1]]
-        return type_name(schema, target) if "type" in target or "anyOf" in target else "what is expected"
-    if "enum" in value:
-        return ", ".join(json.dumps(word) for word in value["enum"])
-    if "anyOf" in value:
-        return " or ".join(dict.fromkeys(type_name(schema, one) for one in value["anyOf"]))
-    kinds = value.get("type", "anything")
-    words = {"integer": "number", "boolean": "true or false", "array": "list", "string": "text"}
-    return " or ".join(words.get(kind, kind) for kind in ([kinds] if isinstance(kinds, str) else kinds))
-
-
 def schema_part(schema, what):
     """The keys of the document (no name) or of one of its definitions."""
     name = what.partition(" ")[2]
-    table = schema["definitions"][name] if name else schema
-    items = []
-    for key, value in table["properties"].items():
-        target = schema["definitions"].get(value.get("$ref", "").rsplit("/", 1)[-1], {})
-        text = value.get("description") or target.get("description") or ""
-        needed = ", needed" if key in table.get("required", []) else ""
-        items.append(f".It Cm {literal(key)} Pq {literal(type_name(schema, value) + needed)}\n"
-                     + (sentences(text[0].upper() + text[1:] + ".") if text else ""))
-    return item_list(items)
+    reference = name if "#" in name else f"#/definitions/{name}" if name else "#"
+    return item_list(
+        f".It Cm {literal(key)} Pq {literal(kind.replace('`', ''))}\n"
+        + (sentences(text[0].upper() + text[1:].replace("`", "") + ".") if text else "")
+        for key, kind, text in words.rows(schema, {"$ref": reference}))
 
 
 def man(source, page):

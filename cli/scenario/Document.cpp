@@ -59,14 +59,10 @@ private:
     Position* m_position;
 };
 
-std::string Child(const std::string& pointer, const std::string& name) {
-    return pointer + "/" + PointerStep(name);
-}
-
 /// Builds the value while it notes the line of each part. A member's line is that of its name.
 class Builder : public nlohmann::json_sax<Json> {
 public:
-    Builder(const Position& position, std::map<std::string, int>& lines)
+    Builder(const Position& position, std::map<JsonPlace, int>& lines)
         : m_position(position), m_lines(lines) {}
 
     Json root;
@@ -88,15 +84,15 @@ public:
     bool key(string_t& name) override {
         Frame& frame = m_frames.back();
         frame.name = name;
-        const std::string place = Child(frame.pointer, name);
+        const JsonPlace place = frame.place / name;
         const auto [known, fresh] = m_lines.emplace(place, Line());
         if (!fresh) {
-            return Fail(Place(place, root) + ": is there twice, first in line " +
+            return Fail(support::PlaceInWords(place, root) + ": is there twice, first in line " +
                         std::to_string(known->second));
         }
         if (frame.value->size() == kMostMembers) {
-            return Fail(Place(frame.pointer, root) + ": has more than " + std::to_string(kMostMembers) +
-                        " members");
+            return Fail(support::PlaceInWords(frame.place, root) + ": has more than " +
+                        std::to_string(kMostMembers) + " members");
         }
         return true;
     }
@@ -113,7 +109,7 @@ private:
 
     struct Frame {
         Json* value;
-        std::string pointer;
+        JsonPlace place;
         std::string name;  ///< of the member that comes next, in an object
     };
 
@@ -124,28 +120,28 @@ private:
     }
 
     /// Null when the value stands at a place where none may.
-    Json* Put(Json value, std::string& pointer) {
+    Json* Put(Json value, JsonPlace& place) {
         if (m_frames.empty()) {
             root = std::move(value);
-            m_lines[""] = Line();
+            m_lines[JsonPlace()] = Line();
             return &root;
         }
         Frame& frame = m_frames.back();
         if (frame.value->is_array()) {
-            pointer = Child(frame.pointer, std::to_string(frame.value->size()));
-            m_lines[pointer] = Line();
+            place = frame.place / frame.value->size();
+            m_lines[place] = Line();
             frame.value->push_back(std::move(value));
             return &frame.value->back();
         }
-        pointer = Child(frame.pointer, frame.name);
+        place = frame.place / frame.name;
         Json& member = (*frame.value)[frame.name];
         member = std::move(value);
         return &member;
     }
 
     bool Add(Json value) {
-        std::string pointer;
-        Put(std::move(value), pointer);
+        JsonPlace place;
+        Put(std::move(value), place);
         return true;
     }
 
@@ -153,9 +149,9 @@ private:
         if (m_frames.size() == kDeepest) {
             return Fail("is nested more than " + std::to_string(kDeepest) + " levels deep");
         }
-        std::string pointer;
-        Json* placed = Put(std::move(value), pointer);
-        m_frames.push_back({placed, pointer, {}});
+        JsonPlace place;
+        Json* placed = Put(std::move(value), place);
+        m_frames.push_back({placed, place, {}});
         return true;
     }
 
@@ -165,7 +161,7 @@ private:
     }
 
     const Position& m_position;
-    std::map<std::string, int>& m_lines;
+    std::map<JsonPlace, int>& m_lines;
     std::vector<Frame> m_frames;
 };
 
@@ -222,68 +218,15 @@ Document Document::Parse(const std::string& text, const std::string& file) {
     return document;
 }
 
-void Document::Complain(const std::string& pointer, const std::string& complaint) const {
-    std::string known = pointer;
-    while (!known.empty() && m_lines.count(known) == 0) {
-        known.erase(known.rfind('/'));
+void Document::Complain(const JsonPlace& place, const std::string& complaint) const {
+    auto line = m_lines.find(place);
+    for (JsonPlace around = place; line == m_lines.end() && !around.empty();) {
+        around.pop_back();
+        line = m_lines.find(around);
     }
-    const auto found = m_lines.find(known);
-    const std::string place = Place(pointer, m_root);
-    throw ScenarioError(m_file + ":" + std::to_string(found == m_lines.end() ? 1 : found->second) + ": " +
-                        (place.empty() ? "" : place + ": ") + complaint);
-}
-
-std::string PointerStep(const std::string& name) {
-    std::string step;
-    for (const char c : name) {
-        if (c == '~') {
-            step += "~0";
-        } else if (c == '/') {
-            step += "~1";
-        } else {
-            step += c;
-        }
-    }
-    return step;
-}
-
-std::vector<std::string> PointerSteps(const std::string& pointer) {
-    std::vector<std::string> steps;
-    for (const char c : pointer) {
-        if (c == '/') {
-            steps.emplace_back();
-        } else if (!steps.empty()) {
-            steps.back() += c;
-        }
-    }
-    for (std::string& step : steps) {
-        for (const auto& [escaped, plain] : {std::pair("~1", "/"), std::pair("~0", "~")}) {
-            for (std::size_t i = step.find(escaped); i != std::string::npos; i = step.find(escaped, i + 1)) {
-                step.replace(i, 2, plain);
-            }
-        }
-    }
-    return steps;
-}
-
-std::string Place(const std::string& pointer, const Json& root) {
-    std::string place;
-    const Json* at = &root;
-    for (const std::string& step : PointerSteps(pointer)) {
-        const bool list = at != nullptr && at->is_array();
-        place += list ? "[" + step + "]" : (place.empty() ? "" : ".") + step;
-        if (at == nullptr) {
-            continue;
-        }
-        const auto index = list ? static_cast<std::size_t>(std::stoul(step)) : 0;
-        if (list) {
-            at = index < at->size() ? &(*at)[index] : nullptr;
-        } else {
-            const bool known = at->is_object() && at->contains(step);
-            at = known ? &(*at)[step] : nullptr;
-        }
-    }
-    return place;
+    const std::string words = support::PlaceInWords(place, m_root);
+    throw ScenarioError(m_file + ":" + std::to_string(line == m_lines.end() ? 1 : line->second) + ": " +
+                        (words.empty() ? "" : words + ": ") + complaint);
 }
 
 }  // namespace scenario

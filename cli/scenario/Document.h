@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "support/JsonSchema.h"
 
 namespace scenario {
 
-using Json = nlohmann::ordered_json;
+using Json = support::OrderedJson;
+using support::JsonPlace;
 
 class Document {
 public:
@@ -23,22 +24,14 @@ public:
     const Json& Root() const { return m_root; }
     const std::string& File() const { return m_file; }
 
-    /// Throws ScenarioError "FILE:LINE: PLACE: COMPLAINT" for the value at the pointer, or, when there is
-    /// none, for the nearest value around it.
-    [[noreturn]] void Complain(const std::string& pointer, const std::string& complaint) const;
+    /// Throws ScenarioError "FILE:LINE: PLACE: COMPLAINT", with the line of the value at the place or, when
+    /// there is none, of the nearest value around it.
+    [[noreturn]] void Complain(const JsonPlace& place, const std::string& complaint) const;
 
 private:
     std::string m_file;
     Json m_root;
-    std::map<std::string, int> m_lines;  // by JSON pointer
+    std::map<JsonPlace, int> m_lines;
 };
-
-/// One step of a JSON pointer, escaped.
-std::string PointerStep(const std::string& name);
-
-std::vector<std::string> PointerSteps(const std::string& pointer);
-
-/// "/steps/2/expect/log" of the value as people write it: "steps[2].expect.log".
-std::string Place(const std::string& pointer, const Json& root);
 
 }  // namespace scenario

@@ -110,40 +110,41 @@ std::optional<std::size_t> FirstMissing(const Json& patterns, const Json& values
     return next == patterns.size() ? std::nullopt : std::optional<std::size_t>(next);
 }
 
-PatternFault CheckPattern(const Json& pattern, const std::string& pointer) {
+std::optional<support::JsonComplaint> CheckPattern(const Json& pattern, const JsonPlace& place) {
+    using Complaint = support::JsonComplaint;
     if (pattern.is_object()) {
         for (const auto& [key, member] : pattern.items()) {
-            const std::string at = pointer + "/" + PointerStep(key);
+            const JsonPlace at = place / key;
             const bool matcher = key.rfind('$', 0) == 0;
             if (matcher && key != kContains && key != kMatches) {
-                return {at, "unknown way to compare" + support::Suggestion(key, {kContains, kMatches})};
+                return Complaint{at,
+                                 "unknown way to compare" + support::Suggestion(key, {kContains, kMatches})};
             }
             if (matcher && pattern.size() != 1) {
-                return {at, "must stand alone in its object"};
+                return Complaint{at, "must stand alone in its object"};
             }
             if (key == kContains && !member.is_string() && !member.is_array()) {
-                return {at, "must be a text or a list"};
+                return Complaint{at, "must be a text or a list"};
             }
             if (key == kMatches) {
                 try {
                     std::regex(member.get<std::string>());
                 } catch (const std::exception&) {
-                    return {at, "must be a regular expression"};
+                    return Complaint{at, "must be a regular expression"};
                 }
             }
-            if (PatternFault fault = CheckPattern(member, at); !fault.complaint.empty()) {
+            if (auto fault = CheckPattern(member, at)) {
                 return fault;
             }
         }
     } else if (pattern.is_array()) {
         for (std::size_t i = 0; i < pattern.size(); ++i) {
-            PatternFault fault = CheckPattern(pattern[i], pointer + "/" + std::to_string(i));
-            if (!fault.complaint.empty()) {
+            if (auto fault = CheckPattern(pattern[i], place / i)) {
                 return fault;
             }
         }
     }
-    return {};
+    return std::nullopt;
 }
 
 std::string InShort(const Json& value) {

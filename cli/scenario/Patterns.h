@@ -25,12 +25,8 @@ std::optional<Mismatch> Match(const Json& pattern, const Json& value, const std:
 /// the first pattern that fits none.
 std::optional<std::size_t> FirstMissing(const Json& patterns, const Json& values);
 
-/// What is wrong with a pattern; an empty complaint: nothing.
-struct PatternFault {
-    std::string pointer;
-    std::string complaint;
-};
-PatternFault CheckPattern(const Json& pattern, const std::string& pointer);
+/// What is wrong with a pattern that stands at the place, if anything.
+std::optional<support::JsonComplaint> CheckPattern(const Json& pattern, const JsonPlace& place);
 
 /// One line of JSON, shortened when it is long.
 std::string InShort(const Json& value);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -12,8 +11,7 @@
 #include <utility>
 
 #include "Patterns.h"
-#include "Schema.h"
-#include "set/KuraSet.h"
+#include "schema/SchemaTexts.h"
 #include "support/NearestName.h"
 
 namespace scenario {
@@ -37,31 +35,31 @@ public:
         scenario.name = root.value("name", fs::path(scenario.file).stem().string());
         if (root.contains("set")) {
             const Json& set = root.at("set");
-            scenario.start = ReadChanges(set, "/set");
+            scenario.start = ReadChanges(set, JsonPlace("/set"));
             if (set.contains("base")) {
-                scenario.base = FolderNamed(set.at("base"), "/set/base");
+                scenario.base = FolderNamed(set.at("base"), JsonPlace("/set/base"));
             }
         }
         const Json& steps = root.at("steps");
         for (std::size_t i = 0; i < steps.size(); ++i) {
-            scenario.steps.push_back(ReadStep(steps[i], "/steps/" + std::to_string(i)));
+            scenario.steps.push_back(ReadStep(steps[i], JsonPlace("/steps") / i));
         }
         scenario.expect = root.value("expect", Json::object());
-        CheckExpectation(scenario.expect, "/expect");
+        CheckExpectation(scenario.expect, JsonPlace("/expect"));
         return scenario;
     }
 
 private:
-    Step ReadStep(const Json& value, const std::string& at) const {
+    Step ReadStep(const Json& value, const JsonPlace& at) const {
         Step step;
         step.changes = ReadChanges(value, at);
         step.run = value.value("run", std::vector<std::string>());
-        CheckRun(step.run, at + "/run");
+        CheckRun(step.run, at / "run");
         step.expect = value.value("expect", Json::object());
-        CheckExpectation(step.expect, at + "/expect");
+        CheckExpectation(step.expect, at / "expect");
         for (const char* name : {"exit", "answer", "rows"}) {
             if (step.run.empty() && step.expect.contains(name)) {
-                m_document.Complain(at + "/expect/" + name, "nothing runs in this step that could give it");
+                m_document.Complain(at / "expect" / name, "nothing runs in this step that could give it");
             }
         }
         step.name = value.value("name", step.run.empty() ? value.begin().key() : Joined(step.run));
@@ -76,133 +74,42 @@ private:
         return text;
     }
 
-    void CheckRun(const std::vector<std::string>& run, const std::string& at) const {
+    void CheckRun(const std::vector<std::string>& run, const JsonPlace& at) const {
         for (std::size_t i = 0; i < run.size(); ++i) {
             if (run[i] == "--json" || run[i].rfind("--set", 0) == 0) {
-                m_document.Complain(at + "/" + std::to_string(i), "is given by kura replay itself");
+                m_document.Complain(at / i, "is given by kura replay itself");
             }
         }
         for (const char* verb : {"replay", "record", "serve"}) {
             if (!run.empty() && run.front() == verb) {
-                m_document.Complain(at + "/0", std::string(verb) + " cannot be part of a scenario");
+                m_document.Complain(at / std::size_t{0}, std::string(verb) + " cannot be part of a scenario");
             }
         }
     }
 
-    Changes ReadChanges(const Json& value, const std::string& at) const {
+    Changes ReadChanges(const Json& value, const JsonPlace& at) const {
         Changes changes;
-        changes.describe = value.value("describe", Json::object());
-        CheckDescription(changes.describe, at + "/describe");
-        if (value.contains("clock")) {
-            changes.describe["clock"] = value.at("clock");
+        if (value.contains("describe")) {
+            changes.describe.push_back(value.at("describe"));
         }
-        if (value.contains("faults")) {
-            const Json faults = {{"faults", value.at("faults")}};
-            CheckDescription(faults, at);
-            changes.describe.merge_patch(faults);
-            if (faults.at("faults").is_null()) {
-                changes.describe["faults"] = nullptr;
-            } else {
-                KeepNulls(changes.describe["faults"], faults.at("faults"));
+        for (const char* key : {"clock", "faults"}) {
+            if (value.contains(key)) {
+                changes.describe.push_back({{key, value.at(key)}});
             }
         }
         changes.settings = value.value("settings", Json::object());
-        CheckSettings(changes.settings, at + "/settings");
         changes.engine = value.value("engine", Json::object());
-        CheckTimes(changes.engine, at + "/engine");
         if (value.contains("map")) {
-            changes.files.push_back(ReadMap(value.at("map"), at + "/map"));
+            changes.files.push_back(ReadMap(value.at("map"), at / "map"));
         }
         const Json files = value.value("files", Json::object());
         for (const auto& [path, content] : files.items()) {
-            changes.files.push_back(ReadFile(path, content, at + "/files/" + PointerStep(path)));
+            changes.files.push_back(ReadFile(path, content, at / "files" / path));
         }
         return changes;
     }
 
-    /// A merge takes a null as "remove"; in a patch that is applied later it has to stay.
-    static void KeepNulls(Json& merged, const Json& patch) {
-        for (const auto& [key, value] : patch.items()) {
-            if (value.is_null()) {
-                merged[key] = nullptr;
-            } else if (value.is_object()) {
-                KeepNulls(merged[key], value);
-            }
-        }
-    }
-
-    static nlohmann::json WithoutNulls(const Json& value) {
-        if (!value.is_object()) {
-            return nlohmann::json(value);
-        }
-        auto plain = nlohmann::json::object();
-        for (const auto& [key, member] : value.items()) {
-            if (!member.is_null()) {
-                plain[key] = WithoutNulls(member);
-            }
-        }
-        return plain;
-    }
-
-    void CheckDescription(const Json& describe, const std::string& at) const {
-        nlohmann::json plain = WithoutNulls(describe);
-        if (describe.value("info", Json()).is_object()) {
-            plain["info"] = nlohmann::json(describe.at("info"));  // null is a value there
-        }
-        try {
-            kuraset::CheckDescription(plain);
-        } catch (const kuraset::SetError& error) {
-            // "set.json: faults.agent: complaint"
-            const std::string text = error.what();
-            const std::size_t place = text.find(": ") + 2;
-            const std::size_t complaint = text.find(": ", place);
-            if (complaint == std::string::npos) {
-                m_document.Complain(at, text.substr(place));
-            }
-            m_document.Complain(at + PointerOf(text.substr(place, complaint - place)),
-                                text.substr(complaint + 2));
-        }
-    }
-
-    /// "apps[2].skip" as "/apps/2/skip".
-    static std::string PointerOf(const std::string& place) {
-        std::string pointer = "/";
-        for (const char c : place) {
-            if (c == '.' || c == '[') {
-                pointer += '/';
-            } else if (c != ']') {
-                pointer += PointerStep(std::string(1, c));
-            }
-        }
-        return pointer;
-    }
-
-    void CheckSettings(const Json& settings, const std::string& at) const {
-        for (const auto& [key, value] : settings.items()) {
-            const bool fits =
-                !value.is_number() || (value >= std::int64_t{INT32_MIN} && value <= std::int64_t{INT32_MAX});
-            if (!fits) {
-                m_document.Complain(at + "/" + PointerStep(key), "must be a whole number of 32 bits");
-            }
-        }
-    }
-
-    void CheckTimes(const Json& engine, const std::string& at) const {
-        for (const char* list : {"inferences", "solutions"}) {
-            const Json records = engine.value(list, Json::array());
-            for (std::size_t i = 0; i < records.size(); ++i) {
-                for (const char* key : {"register_time", "last_update_time"}) {
-                    const std::string time = records[i].value(key, std::string());
-                    if (!time.empty() && !kuraset::IsEngineTime(time)) {
-                        m_document.Complain(at + "/" + list + "/" + std::to_string(i) + "/" + key,
-                                            "must look like 2026-01-31T23:59:59");
-                    }
-                }
-            }
-        }
-    }
-
-    fs::path FolderNamed(const std::string& name, const std::string& at) const {
+    fs::path FolderNamed(const std::string& name, const JsonPlace& at) const {
         const fs::path folder = (m_folder / name).lexically_normal();
         std::error_code error;
         if (!fs::is_directory(folder, error)) {
@@ -211,7 +118,7 @@ private:
         return folder;
     }
 
-    FileChange ReadMap(const Json& value, const std::string& at) const {
+    FileChange ReadMap(const Json& value, const JsonPlace& at) const {
         FileChange change;
         change.path = kMapPath;
         if (value.is_null()) {
@@ -226,7 +133,7 @@ private:
         return change;
     }
 
-    std::string TextOfFile(const fs::path& path, const std::string& at) const {
+    std::string TextOfFile(const fs::path& path, const JsonPlace& at) const {
         std::error_code error;
         if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > kLargestMap) {
             m_document.Complain(at, fs::exists(path, error) ? path.string() + " is no file of a map's size"
@@ -239,7 +146,7 @@ private:
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
 
-    FileChange ReadFile(const std::string& path, const Json& value, const std::string& at) const {
+    FileChange ReadFile(const std::string& path, const Json& value, const JsonPlace& at) const {
         CheckPath(path, at);
         using Kind = FileChange::Kind;
         FileChange change;
@@ -249,7 +156,7 @@ private:
         } else if (value.is_string()) {
             change.text = value.get<std::string>();
         } else if (value.contains("base64")) {
-            change.text = Decoded(value.at("base64"), at + "/base64");
+            change.text = Decoded(value.at("base64"), at / "base64");
         } else if (value.contains("size")) {
             change.kind = Kind::kSize;
             change.size = value.at("size").get<std::uintmax_t>();
@@ -262,7 +169,7 @@ private:
         return change;
     }
 
-    void CheckPath(const std::string& path, const std::string& at) const {
+    void CheckPath(const std::string& path, const JsonPlace& at) const {
         const fs::path whole(path);
         const bool below =
             path.rfind("/opt/", 0) == 0 || path.rfind("/home/", 0) == 0 || path.rfind("/tmp/", 0) == 0;
@@ -271,7 +178,7 @@ private:
         }
     }
 
-    std::string Decoded(const std::string& text, const std::string& at) const {
+    std::string Decoded(const std::string& text, const JsonPlace& at) const {
         gsize size = 0;
         const std::unique_ptr<guchar, decltype(&g_free)> bytes(g_base64_decode(text.c_str(), &size), &g_free);
         const std::unique_ptr<gchar, decltype(&g_free)> again(g_base64_encode(bytes.get(), size), &g_free);
@@ -281,30 +188,29 @@ private:
         return {reinterpret_cast<const char*>(bytes.get()), size};
     }
 
-    void CheckExpectation(const Json& expect, const std::string& at) const {
+    void CheckExpectation(const Json& expect, const JsonPlace& at) const {
         for (const auto& [name, pattern] : expect.items()) {
-            const std::string place = at + "/" + PointerStep(name);
+            const JsonPlace place = at / name;
             if (name == "calls") {
                 CheckKinds(pattern, place);
             } else if (name == "files") {
                 for (const auto& [path, unused] : pattern.items()) {
                     static_cast<void>(unused);
-                    CheckPath(path, place + "/" + PointerStep(path));
+                    CheckPath(path, place / path);
                 }
             }
-            const PatternFault fault = CheckPattern(pattern, place);
-            if (!fault.complaint.empty()) {
-                m_document.Complain(fault.pointer, fault.complaint);
+            if (const auto fault = CheckPattern(pattern, place)) {
+                m_document.Complain(fault->place, fault->text);
             }
         }
     }
 
-    void CheckKinds(const Json& calls, const std::string& at) const {
+    void CheckKinds(const Json& calls, const JsonPlace& at) const {
         const auto& known = JournalKinds();
         for (const auto& [kind, unused] : calls.items()) {
             static_cast<void>(unused);
             if (std::find(known.begin(), known.end(), kind) == known.end()) {
-                m_document.Complain(at + "/" + PointerStep(kind),
+                m_document.Complain(at / kind,
                                     "the journal has no such kind" + support::Suggestion(kind, known));
             }
         }
@@ -315,7 +221,10 @@ private:
 };
 
 Scenario FromDocument(const Document& document) {
-    CheckAgainst(ScenarioSchema(), document);
+    static const support::JsonSchema schema({schema::kScenario, schema::kSet});
+    if (const auto complaint = schema.Check(document.Root())) {
+        document.Complain(complaint->place, complaint->text);
+    }
     return Reader(document).Read();
 }
 

@@ -22,7 +22,7 @@ struct FileChange {
 
 /// Changes to a set, carried out in the order of the members.
 struct Changes {
-    Json describe = Json::object();  ///< merge patch for set.json; the clock and the faults are in it
+    std::vector<Json> describe;      ///< merge patches for set.json, one after the other
     Json settings = Json::object();  ///< null removes a key
     Json engine = Json::object();
     std::vector<FileChange> files;  ///< the solution map is one of them

@@ -15,15 +15,14 @@ namespace {
 
 constexpr std::chrono::seconds kMakingLimit{120};
 
-void Describe(const Json& patch, const kuraset::SetDirectory& set) {
-    if (patch.empty()) {
-        return;
-    }
-    auto description = set.Description();
-    description.merge_patch(nlohmann::json(patch));
-    set.Describe(description);
-    if (patch.contains("apps")) {
-        set.LayOutApps();
+void Describe(const std::vector<Json>& patches, const kuraset::SetDirectory& set) {
+    for (const Json& patch : patches) {
+        auto description = set.Description();
+        description.merge_patch(nlohmann::json(patch));
+        set.Describe(description);
+        if (patch.contains("apps")) {
+            set.LayOutApps();
+        }
     }
 }
 

@@ -43,8 +43,8 @@ private:
     Kind m_kind;
 };
 
-/// Checks what set.json would hold: unknown keys, wrong types, numbers out of range. Throws SetError::Damaged
-/// with the place of the first difference, as in "set.json: apps[2].skip: must be a whole number".
+/// Checks what set.json would hold against schema/set.schema.json. Throws SetError::Damaged with the first
+/// difference and its place, as in "set.json: apps[2].skip: must be a whole number of 32 bits".
 void CheckDescription(const json& description);
 
 /// One row of the engine's inference table.
@@ -98,7 +98,7 @@ public:
 
     // --- What the set is (the keys: docs/simulated-set.md) ---
 
-    /// set.json as it stands, without defaults.
+    /// set.json without the keys whose value is null. No defaults are added.
     json Description() const;
     /// Checks and replaces set.json. A process that runs on the set sees it from its next call on.
     void Describe(const json& description) const;

@@ -98,7 +98,7 @@ void LayOutApp(const SetDirectory& set, const json& app) {
     }
 }
 
-void MakeFactoryState(const SetDirectory& set, const json& description, const json& settings) {
+void MakeFactoryState(const SetDirectory& set, const json& settings) {
     for (const char* folder : kFactoryFolders) {
         MakeFolders(set.Path() / "files" / folder);
     }
@@ -106,11 +106,26 @@ void MakeFactoryState(const SetDirectory& set, const json& description, const js
     for (const auto& [key, value] : settings.items()) {
         set.SetSetting(key, value);
     }
-    for (const json& app : description.value("apps", json::array())) {
-        LayOutApp(set, app);
-    }
+    set.LayOutApps();
     EngineStore(set.FilesHome()).CreateTables();
     set.ClearJournal();
+}
+
+/// Null says "not given", but in "info": there it says that the read fails.
+void DropNulls(json& value) {
+    for (auto member = value.begin(); member != value.end();) {
+        const bool object = value.is_object();
+        if (object && member.key() == "info") {
+            ++member;
+        } else if (object && member->is_null()) {
+            member = value.erase(member);
+        } else {
+            if (member->is_structured()) {
+                DropNulls(*member);
+            }
+            ++member;
+        }
+    }
 }
 
 /// After a set could not be made; the folder itself stays when it was there before.
@@ -142,8 +157,8 @@ SetDirectory SetDirectory::Create(const fs::path& path, const json& description,
     MakeFolders(set.m_path);
     try {
         MarkFormat(set.m_path, false);
-        MakeFactoryState(set, description, settings);
         set.Describe(description);
+        MakeFactoryState(set, settings);
         if (fill) {
             fill(set);
         }
@@ -177,7 +192,9 @@ json SetDirectory::Description() const {
     if (!text) {
         throw SetError(SetError::Kind::NotFound, m_path.string() + ": no set here (set.json is missing)");
     }
-    return ParseObject(DescriptionPath(), *text);
+    json description = ParseObject(DescriptionPath(), *text);
+    DropNulls(description);
+    return description;
 }
 
 void SetDirectory::Describe(const json& description) const {

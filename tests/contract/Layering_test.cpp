@@ -34,6 +34,7 @@ const std::map<std::string, Names> kSearched = {
     {"platform", {"platform", "include"}},
     {"src", {"src", "include", "platform"}},
     {"support", {"."}},
+    {"schema", {}},
     {"simulator", {"simulator", "simulator/sandbox", ".", "platform", "include", "src"}},
     {"cli", {"cli", "include", "platform", "simulator", "simulator/sandbox", ".", "src"}},
     {"tests",

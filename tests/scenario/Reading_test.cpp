@@ -38,9 +38,10 @@ TEST(Reading, TakesEveryKindOfChange) {
         "steps": [{"run": ["fix", "1001"], "expect": {"exit": 3}}, {"name": "later", "clock": "2025-01-02T03:04:06"}],
         "expect": {"remaining": []}})",
                                     "s.json");
-    EXPECT_EQ(read.start.describe.at("clock"), "2025-01-02T03:04:05");
-    EXPECT_EQ(read.start.describe.at("faults").at("logger"), 0);
-    EXPECT_TRUE(read.start.describe.at("serial").is_null());
+    ASSERT_EQ(read.start.describe.size(), 3U);
+    EXPECT_TRUE(read.start.describe[0].at("serial").is_null());
+    EXPECT_EQ(read.start.describe[1].at("clock"), "2025-01-02T03:04:05");
+    EXPECT_EQ(read.start.describe[2].at("faults").at("logger"), 0);
     ASSERT_EQ(read.start.files.size(), 7U);
     EXPECT_EQ(read.start.files[0].path, scenario::kMapPath);
     EXPECT_EQ(read.start.files[0].text, "<a>\n</a>");
@@ -89,7 +90,7 @@ TEST(Reading, NamesFileLineAndPlace) {
         {"{\"steps\": [], \"expect\": {\"remaining\": [{\n\"$has\": 1}]}}",
          "s.json:2: expect.remaining[0].$has: unknown way to compare"},
         {"{\"steps\": [{\"clock\": \"noon\"}]}",
-         "s.json:1: steps[0].clock: must look like 2026-01-31T23:59:59"},
+         "s.json:1: steps[0].clock: must be a local time that looks like 2026-01-31T23:59:59"},
         {"{\"steps\": [{\"faults\": {\n\"agnt\": 1}}]}",
          "s.json:2: steps[0].faults.agnt: unknown key; did you mean \"agent\"?"},
         {"{\"steps\": [{\"faults\": {\n\"agent\": \"away\"}}]}",
@@ -105,14 +106,15 @@ TEST(Reading, NamesFileLineAndPlace) {
          "\"steps\": []}",
          "s.json:2: set.describe.apps[0].package_id: must be a text without '/', not empty, \".\" or \"..\""},
         {"{\"set\": {\"settings\": {\"a/b\":\n3000000000}}, \"steps\": []}",
-         "s.json:1: set.settings.a/b: must be a whole number of 32 bits"},
+         "s.json:1: set.settings.a/b: must be a whole number of 32 bits, true or false, a text or null"},
         {"{\"set\": {\"settings\": {\"a\": 1.5}}, \"steps\": []}",
-         "s.json:1: set.settings.a: must be a whole number, true or false, a text or null"},
+         "s.json:1: set.settings.a: must be a whole number of 32 bits, true or false, a text or null"},
         {"{\"set\": {\"engine\": {\"inferences\": [{\n\"issue_code\": 1}]}}, \"steps\": []}",
          "s.json:1: set.engine.inferences[0]: must have \"transition\""},
         {"{\"set\": {\"engine\": {\"solutions\": [{\"issue_code\": 1,\n\"register_time\": \"x\"}]}}, "
          "\"steps\": []}",
-         "s.json:2: set.engine.solutions[0].register_time: must look like 2026-01-31T23:59:59"},
+         "s.json:2: set.engine.solutions[0].register_time: must be a local time that looks like "
+         "2026-01-31T23:59:59"},
         {"{\"set\": {\"map\": \"no.xml\"}, \"steps\": []}", "s.json:1: set.map: there is no file no.xml"},
         {"{\"set\": {\"map\": \"..\"}, \"steps\": []}", "s.json:1: set.map: .. is no file of a map's size"},
         {"{\"set\": {\"base\": \"nowhere\"}, \"steps\": []}",

@@ -132,8 +132,8 @@ TEST(SetDirectory, NamesTheKeyThatIsWrong) {
     const WrongDescription table[] = {
         {R"([])", "set.json: must be an object"},
         {R"({"modell": "X"})", "set.json: modell: unknown key; did you mean \"model\"?"},
-        {R"({"model": 5})", "set.json: model: must be a text"},
-        {R"({"image": "beta"})", "set.json: image: must be one of: release debug perf"},
+        {R"({"model": 5})", "set.json: model: must be a text or null"},
+        {R"({"image": "beta"})", "set.json: image: must be release, debug, perf or null"},
         {R"({"panel": {"width": 3840.5}})", "set.json: panel.width: must be a whole number of 32 bits"},
         {R"({"source": 2147483648})", "set.json: source: must be a whole number of 32 bits"},
         {R"({"features": {"a/b": "x"}})",
@@ -141,17 +141,17 @@ TEST(SetDirectory, NamesTheKeyThatIsWrong) {
         {R"({"terms": ["a", 1]})", "set.json: terms[1]: must be a text"},
         {R"({"apps": [{"title": "T", "app_id": "a", "package_id": "../p"}]})",
          "set.json: apps[0].package_id: must be a text without '/', not empty, \".\" or \"..\""},
-        {R"({"apps": [{"title": "T", "app_id": "a"}]})", "set.json: apps[0].package_id: is missing"},
+        {R"({"apps": [{"title": "T", "app_id": "a"}]})", "set.json: apps[0]: must have \"package_id\""},
         {R"({"agent": {"clean": ["/etc"]}})",
          "set.json: agent.clean[0]: must be a path below /opt or /tmp without \"..\""},
         {R"({"agent": {"clean": ["/opt/../etc"]}})",
          "set.json: agent.clean[0]: must be a path below /opt or /tmp without \"..\""},
         {R"({"agent": {"processes": {"p": [1]}}})",
          "set.json: agent.processes.p[0]: must be a process number, 2 or greater"},
-        {R"({"faults": {"agent": "angry"}})",
-         "set.json: faults.agent: must be one of: absent late partial flood binary"},
-        {R"({"faults": {"agent": 3}})",
-         "set.json: faults.agent: must be one of: absent late partial flood binary"},
+        {R"({"faults": {"agent": "lat"}})",
+         "set.json: faults.agent: must be absent, late, partial, flood, binary or null; did you mean "
+         "\"late\"?"},
+        {R"({"faults": {"agent": 3}})", "set.json: faults.agent: must be a text, null or an object"},
         {R"({"faults": {"engine": {"solution": {"1x": 5}}}})",
          "set.json: faults.engine.solution.1x: the key must be an issue code"},
         {R"({"faults": {"engine": {"inference": {"1": {"maybe": 5}}}}})",
@@ -162,6 +162,14 @@ TEST(SetDirectory, NamesTheKeyThatIsWrong) {
                   row.complaint)
             << row.text;
     }
+}
+
+TEST(SetDirectory, TakesNullAsNotGivenButForASystemInformationThatCannotBeRead) {
+    TemporarySet set(json::parse(R"({"chip_id": null, "faults": {"agent": null}, "info": {"187": null},
+        "apps": [{"title": "T", "app_id": "a", "package_id": "p", "sizes": {"app": null}}]})"));
+    EXPECT_EQ(set->Description(), json::parse(R"({"faults": {}, "info": {"187": null},
+        "apps": [{"title": "T", "app_id": "a", "package_id": "p", "sizes": {}}]})"));
+    EXPECT_FALSE(set->ChipIdFile());
 }
 
 TEST(SetDirectory, KeepsADescriptionThatIsRefusedOutOfTheSet) {
