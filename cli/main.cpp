@@ -13,6 +13,7 @@
 #include "frame/Outcome.h"
 #include "frame/Session.h"
 #include "host/Inside.h"
+#include "support/NearestName.h"
 #include "verbs/Verbs.h"
 
 namespace {
@@ -25,7 +26,9 @@ int Fail(bool json, ExitCode code, const std::string& message) {
         try {
             cli::PrintDocument(cli::ErrorDocument(code, message));
         } catch (const cli::AnswerLost& lost) {
-            std::cerr << "kura: " << lost.what() << '\n';
+            if (!lost.ReaderLeft()) {
+                std::cerr << "kura: " << lost.what() << '\n';
+            }
         }
     }
     return static_cast<int>(code);
@@ -35,12 +38,12 @@ ExitCode CodeOf(kuraset::SetError::Kind kind) {
     return kind == kuraset::SetError::Kind::NotFound ? ExitCode::kNoSuchItem : ExitCode::kFailed;
 }
 
-/// Delivers what makes returns; whatever goes wrong is said in one sentence.
+/// Runs make, and turns every exception into one sentence and an exit code.
 int Answer(bool json, const std::function<int()>& make) {
     try {
         return make();
     } catch (const cli::AnswerLost& lost) {
-        return Fail(false, lost.Code(), lost.what());
+        return lost.ReaderLeft() ? static_cast<int>(lost.Code()) : Fail(false, lost.Code(), lost.what());
     } catch (const cli::VerbError& error) {
         return Fail(json, error.Code(), error.what());
     } catch (const kuraset::SetError& error) {
@@ -85,21 +88,53 @@ int Version(const CLI::App& app, bool json) {
     return static_cast<int>(ExitCode::kDone);
 }
 
+/// Suggests the option nearest to a word that starts with a dash, or the verb nearest to another
+/// word.
+std::string Nearest(const CLI::App& verb, const std::string& word) {
+    std::vector<std::string> known;
+    if (word.front() != '-') {
+        for (const CLI::App* below : verb.get_subcommands([](const CLI::App*) { return true; })) {
+            known.push_back(below->get_name());
+        }
+    }
+    for (const CLI::App* at = &verb; word.front() == '-' && at != nullptr; at = at->get_parent()) {
+        for (const CLI::Option* option : at->get_options()) {
+            for (const std::string& name : option->get_lnames()) {
+                known.push_back("--" + name);
+            }
+        }
+    }
+    return support::Suggestion(word, known);
+}
+
 /// What is wrong with the command line, in one sentence.
 std::string Complaint(const CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::RequiredError)) {
+    const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+    const bool tooMuch = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    if (!missing && !tooMuch) {
         return error.what();
     }
     const std::vector<std::string> rest = app.remaining(true);
     const bool option = !rest.empty() && rest.front().size() > 2 && rest.front().front() == '-';
     if (option) {
-        return "no such option: " + rest.front();
+        return "no such option: " + rest.front() + Nearest(cli::NamedVerb(app), rest.front());
     }
     const bool group = !cli::NamedVerb(app).get_subcommands([](const CLI::App*) { return true; }).empty();
-    if (!group) {
+    if (tooMuch || !group) {
         return error.what();
     }
-    return rest.empty() ? "a verb is missing (kura --help lists them)" : "no such verb: " + rest.front();
+    return rest.empty() ? "a verb is missing (kura --help lists them)"
+                        : "no such verb: " + rest.front() + Nearest(cli::NamedVerb(app), rest.front());
+}
+
+/// The words in the parser's order, the last first. "kura" and "kura help VERB" become --help.
+std::vector<std::string> ForParser(std::vector<std::string> words) {
+    if (words.empty() || words.front() == "help") {
+        words.erase(words.begin(), words.begin() + (words.empty() ? 0 : 1));
+        words.emplace_back("--help");
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
 }
 
 /// Whether the answer is to be a document, also where the rest of the command line makes no sense.
@@ -145,7 +180,7 @@ int main(int argc, char** argv) {
             cli::ReserveStandardOutput();
         }
         try {
-            app.parse(argc, argv);
+            app.parse(ForParser(arguments));
         } catch (const CLI::CallForHelp&) {
             return Help(app, json);
         } catch (const CLI::CallForVersion&) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace support {
@@ -24,6 +25,14 @@ void Descriptor::Reset() {
     if (m_number >= 0) {
         close(m_number);
         m_number = -1;
+    }
+}
+
+Pipe::Pipe() {
+    int ends[] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) == 0) {
+        readEnd = Descriptor(ends[0]);
+        writeEnd = Descriptor(ends[1]);
     }
 }
 

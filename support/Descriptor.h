@@ -1,4 +1,4 @@
-// An open file descriptor that closes itself, and writing to one until everything is written.
+// Open file descriptors that close themselves, and writing to one until everything is written.
 #pragma once
 
 #include <string>
@@ -22,6 +22,14 @@ public:
 
 private:
     int m_number;
+};
+
+/// A pipe whose ends close on exec. Both are none, with errno set, when the system refuses.
+struct Pipe {
+    Pipe();
+
+    Descriptor readEnd;
+    Descriptor writeEnd;
 };
 
 /// Writes the whole text. False with errno set when the system refuses; part of the text may then be written.

@@ -1,5 +1,5 @@
 // Checks a JSON document against a JSON Schema (draft 7), so that the file that is shipped for editors and
-// the program cannot say different things. Known here is what the shipped schemas use: $ref, type, enum,
+// the program cannot say different things. It knows what the shipped schemas use: $ref, type, enum,
 // pattern, minimum, maximum, minLength, maxLength, minItems, minProperties, maxProperties, items, properties,
 // propertyNames, required, additionalProperties, and anyOf (by type, or by required members). A schema of a
 // text or a number may have a title, which says in words what the value must be.

@@ -1,4 +1,4 @@
-// The known word that somebody may have meant who wrote an unknown one.
+// Suggests the known word nearest to a mistyped one.
 #pragma once
 
 #include <cstddef>

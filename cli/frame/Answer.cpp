@@ -9,14 +9,16 @@
 #include <iostream>
 #include <sstream>
 
+#include "support/Descriptor.h"
+
 namespace cli {
 
 namespace {
 
 int g_answer = STDOUT_FILENO;
 
-/// A reader that has gone is an error to report, not a signal to die of; only while the answer is written,
-/// since programs started by this one would inherit it.
+/// Ignores SIGPIPE, so that write() reports a reader that has gone. Only while the answer is written: programs
+/// started by this one would inherit it.
 class NoPipeSignal {
 public:
     NoPipeSignal() {
@@ -49,10 +51,15 @@ private:
 
 }  // namespace
 
+AnswerLost::AnswerLost(int error)
+    : VerbError(ExitCode::kFailed, std::string("standard output: ") + std::strerror(error)),
+      m_readerLeft(error == EPIPE) {}
+
 void OpenMissingStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0 && errno == EBADF) {
-            // The lowest free number is the stream's; reading only, so that an answer is not lost unsaid.
+            // open() returns the lowest free number, which is this stream's. Standard output is opened for
+            // reading, so that writing an answer fails instead of vanishing.
             static_cast<void>(open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY));
         }
     }
@@ -61,7 +68,7 @@ void OpenMissingStreams() {
 void ReserveStandardOutput() {
     const int kept = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (kept < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
-        throw AnswerLost(std::strerror(errno));
+        throw AnswerLost(errno);
     }
     g_answer = kept;
 }
@@ -75,16 +82,10 @@ void Deliver(const std::string& text) {
     // What a verb printed while it worked comes first.
     std::cout.flush();
     if (g_answer == STDOUT_FILENO && !std::cout) {
-        throw AnswerLost(std::strerror(errno));
+        throw AnswerLost(errno);
     }
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = write(g_answer, text.data() + done, text.size() - done);
-        if (count >= 0) {
-            done += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
-            throw AnswerLost(std::strerror(errno));
-        }
+    if (!support::WriteAll(g_answer, text)) {
+        throw AnswerLost(errno);
     }
 }
 

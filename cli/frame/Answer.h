@@ -12,8 +12,13 @@ namespace cli {
 /// The answer could not be delivered: nothing more is written to standard output.
 class AnswerLost : public VerbError {
 public:
-    explicit AnswerLost(const std::string& reason)
-        : VerbError(ExitCode::kFailed, "standard output: " + reason) {}
+    explicit AnswerLost(int error);
+
+    /// The reader took what it wanted, as head does: that is nobody's mistake.
+    bool ReaderLeft() const { return m_readerLeft; }
+
+private:
+    bool m_readerLeft;
 };
 
 /// Call it first thing in main: standard streams that the caller closed are opened on nothing, so that no

@@ -28,14 +28,4 @@ public:
     kuraset::SetDirectory OpenSet() const;
 };
 
-/// The examples that belong to this command: installed beside it or in its build folder. Throws VerbError.
-std::filesystem::path ExamplesFolder();
-
-/// Makes a set from a folder laid out as examples/ is: its map, texts, description, settings and engine
-/// records.
-kuraset::SetDirectory MakeSet(const std::filesystem::path& path, const std::filesystem::path& examples);
-
-/// Reads one JSON document. Throws VerbError naming the file.
-nlohmann::json ReadJsonFile(const std::filesystem::path& path);
-
 }  // namespace cli

@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "frame/Session.h"
+#include "frame/MakeSet.h"
 #include "frame/Table.h"
 
 namespace cli {

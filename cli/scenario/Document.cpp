@@ -1,13 +1,13 @@
 #include "Document.h"
 
 #include <cstddef>
-#include <fstream>
 #include <iterator>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "ScenarioError.h"
+#include "support/Files.h"
 
 namespace scenario {
 
@@ -59,10 +59,15 @@ private:
     Position* m_position;
 };
 
+/// Lines are kept by the text of the place, which takes a fraction of the room of a JsonPlace.
+std::string Child(const std::string& pointer, const std::string& name) {
+    return pointer + (JsonPlace() / name).to_string();
+}
+
 /// Builds the value while it notes the line of each part. A member's line is that of its name.
 class Builder : public nlohmann::json_sax<Json> {
 public:
-    Builder(const Position& position, std::map<JsonPlace, int>& lines)
+    Builder(const Position& position, std::map<std::string, int>& lines)
         : m_position(position), m_lines(lines) {}
 
     Json root;
@@ -84,14 +89,14 @@ public:
     bool key(string_t& name) override {
         Frame& frame = m_frames.back();
         frame.name = name;
-        const JsonPlace place = frame.place / name;
+        const std::string place = Child(frame.pointer, name);
         const auto [known, fresh] = m_lines.emplace(place, Line());
         if (!fresh) {
-            return Fail(support::PlaceInWords(place, root) + ": is there twice, first in line " +
+            return Fail(support::PlaceInWords(JsonPlace(place), root) + ": is there twice, first in line " +
                         std::to_string(known->second));
         }
         if (frame.value->size() == kMostMembers) {
-            return Fail(support::PlaceInWords(frame.place, root) + ": has more than " +
+            return Fail(support::PlaceInWords(JsonPlace(frame.pointer), root) + ": has more than " +
                         std::to_string(kMostMembers) + " members");
         }
         return true;
@@ -109,7 +114,7 @@ private:
 
     struct Frame {
         Json* value;
-        JsonPlace place;
+        std::string pointer;
         std::string name;  ///< of the member that comes next, in an object
     };
 
@@ -120,28 +125,28 @@ private:
     }
 
     /// Null when the value stands at a place where none may.
-    Json* Put(Json value, JsonPlace& place) {
+    Json* Put(Json value, std::string& pointer) {
         if (m_frames.empty()) {
             root = std::move(value);
-            m_lines[JsonPlace()] = Line();
+            m_lines[""] = Line();
             return &root;
         }
         Frame& frame = m_frames.back();
         if (frame.value->is_array()) {
-            place = frame.place / frame.value->size();
-            m_lines[place] = Line();
+            pointer = frame.pointer + "/" + std::to_string(frame.value->size());
+            m_lines[pointer] = Line();
             frame.value->push_back(std::move(value));
             return &frame.value->back();
         }
-        place = frame.place / frame.name;
+        pointer = Child(frame.pointer, frame.name);
         Json& member = (*frame.value)[frame.name];
         member = std::move(value);
         return &member;
     }
 
     bool Add(Json value) {
-        JsonPlace place;
-        Put(std::move(value), place);
+        std::string pointer;
+        Put(std::move(value), pointer);
         return true;
     }
 
@@ -149,9 +154,9 @@ private:
         if (m_frames.size() == kDeepest) {
             return Fail("is nested more than " + std::to_string(kDeepest) + " levels deep");
         }
-        JsonPlace place;
-        Json* placed = Put(std::move(value), place);
-        m_frames.push_back({placed, place, {}});
+        std::string pointer;
+        Json* placed = Put(std::move(value), pointer);
+        m_frames.push_back({placed, pointer, {}});
         return true;
     }
 
@@ -161,7 +166,7 @@ private:
     }
 
     const Position& m_position;
-    std::map<JsonPlace, int>& m_lines;
+    std::map<std::string, int>& m_lines;
     std::vector<Frame> m_frames;
 };
 
@@ -184,12 +189,11 @@ std::string ReadText(const fs::path& path) {
     if (fs::file_size(path, error) > kLargest) {
         throw refuse("is larger than a scenario may be (16 MiB)");
     }
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
+    const auto text = support::ReadFile(path);
+    if (!text) {
         throw refuse("cannot be read");
     }
-    return text;
+    return *text;
 }
 
 }  // namespace
@@ -219,10 +223,10 @@ Document Document::Parse(const std::string& text, const std::string& file) {
 }
 
 void Document::Complain(const JsonPlace& place, const std::string& complaint) const {
-    auto line = m_lines.find(place);
+    auto line = m_lines.find(place.to_string());
     for (JsonPlace around = place; line == m_lines.end() && !around.empty();) {
         around.pop_back();
-        line = m_lines.find(around);
+        line = m_lines.find(around.to_string());
     }
     const std::string words = support::PlaceInWords(place, m_root);
     throw ScenarioError(m_file + ":" + std::to_string(line == m_lines.end() ? 1 : line->second) + ": " +

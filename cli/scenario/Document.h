@@ -31,7 +31,7 @@ public:
 private:
     std::string m_file;
     Json m_root;
-    std::map<JsonPlace, int> m_lines;
+    std::map<std::string, int> m_lines;  // by the text of the place
 };
 
 }  // namespace scenario

@@ -4,12 +4,11 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <system_error>
 
 #include "StartSet.h"
+#include "support/Files.h"
 
 namespace scenario {
 
@@ -84,8 +83,7 @@ Json LookAtFile(const std::optional<fs::path>& path) {
     const std::uintmax_t size = fs::file_size(*path, error);
     Json file = {{"type", "file"}, {"size", size}};
     if (size <= kLongestText) {
-        std::ifstream stream(*path, std::ios::binary);
-        file["text"] = std::string{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        file["text"] = support::ReadFile(*path).value_or("");
     }
     return file;
 }

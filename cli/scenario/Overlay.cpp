@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -19,6 +18,8 @@
 
 #include "Record.h"
 #include "ScenarioError.h"
+#include "support/Descriptor.h"
+#include "support/Files.h"
 
 namespace scenario {
 
@@ -50,22 +51,9 @@ Json PatchOf(const nlohmann::json& before, const nlohmann::json& now) {
 }
 
 Json EngineOf(const kuraset::SetDirectory& set) {
-    Json engine = {{"base", "none"}, {"inferences", Json::array()}, {"solutions", Json::array()}};
-    for (const auto& record : set.ListInferences()) {
-        engine["inferences"].push_back({{"issue_code", record.issueCode},
-                                        {"transition", record.present},
-                                        {"solution_code", record.solutionCode},
-                                        {"register_time", record.registerTime},
-                                        {"last_update_time", record.lastUpdateTime}});
-    }
-    for (const auto& record : set.ListSolutions()) {
-        engine["solutions"].push_back({{"issue_code", record.issueCode},
-                                       {"solution_code", record.solutionCode},
-                                       {"type", record.type},
-                                       {"is_apply", record.applied},
-                                       {"register_time", record.registerTime}});
-    }
-    // The newest come first from the engine, and of two at one time the one added last.
+    Json engine = {
+        {"base", "none"}, {"inferences", set.ListInferences()}, {"solutions", set.ListSolutions()}};
+    // The engine lists the newest first; a scenario adds the oldest first.
     std::reverse(engine["inferences"].begin(), engine["inferences"].end());
     std::reverse(engine["solutions"].begin(), engine["solutions"].end());
     return engine;
@@ -73,13 +61,8 @@ Json EngineOf(const kuraset::SetDirectory& set) {
 
 /// The applications' files are sparse: a hole from end to end need not be read.
 bool IsHole(const fs::path& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (descriptor < 0) {
-        return false;
-    }
-    const bool hole = lseek(descriptor, 0, SEEK_DATA) < 0 && errno == ENXIO;
-    close(descriptor);
-    return hole;
+    const support::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    return file && lseek(file.Number(), 0, SEEK_DATA) < 0 && errno == ENXIO;
 }
 
 bool IsZero(const fs::path& path) {
@@ -101,11 +84,6 @@ bool IsPlainText(const std::string& text) {
            g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != 0;
 }
 
-std::string ReadAll(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 /// A file or folder as a scenario writes it; null for what it cannot hold.
 Json FileOf(const fs::path& path) {
     const fs::file_status status = fs::symlink_status(path);
@@ -125,7 +103,7 @@ Json FileOf(const fs::path& path) {
     if (size > kLargestFile) {
         throw ScenarioError(path.string() + ": is too large for a scenario (4 MiB)");
     }
-    const std::string text = ReadAll(path);
+    const std::string text = support::ReadFile(path).value_or("");
     if (IsPlainText(text)) {
         return text;
     }
@@ -148,7 +126,7 @@ bool SameFile(const fs::path& one, const fs::path& other) {
         return true;
     }
     const bool sameSize = fs::file_size(one, error) == fs::file_size(other, error);
-    return sameSize && ((IsZero(one) && IsZero(other)) || ReadAll(one) == ReadAll(other));
+    return sameSize && ((IsZero(one) && IsZero(other)) || support::ReadFile(one) == support::ReadFile(other));
 }
 
 /// Everything below a folder, links not followed, without the engine's databases.

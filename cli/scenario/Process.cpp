@@ -10,12 +10,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 #include <thread>
 
 #include "ScenarioError.h"
+#include "support/Files.h"
 
 namespace scenario {
 
@@ -29,11 +28,7 @@ constexpr int kRemovals = 100;
 std::atomic<bool> interrupted{false};
 
 std::string TakeFile(const fs::path& path) {
-    std::string text;
-    {
-        std::ifstream file(path, std::ios::binary);
-        text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    }
+    const std::string text = support::ReadFile(path).value_or("");
     std::error_code error;
     fs::remove(path, error);
     return text;
@@ -75,7 +70,7 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<std::stri
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), kFlags, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), kFlags, 0600);
-    // A group of its own: a signal to this process's group, as Ctrl-C sends, is this process's to answer.
+    // In a process group of its own: Ctrl-C reaches this process alone, which then ends the child.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);

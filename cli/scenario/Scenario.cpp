@@ -4,14 +4,13 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "Patterns.h"
 #include "schema/SchemaTexts.h"
+#include "support/Files.h"
 #include "support/NearestName.h"
 
 namespace scenario {
@@ -22,7 +21,7 @@ namespace {
 
 constexpr std::uintmax_t kLargestMap = std::uintmax_t{64} << 20;
 
-/// What the schema cannot say, with the values taken over on the way.
+/// Takes the values over and checks what the schema cannot say.
 class Reader {
 public:
     explicit Reader(const Document& document)
@@ -139,11 +138,11 @@ private:
             m_document.Complain(at, fs::exists(path, error) ? path.string() + " is no file of a map's size"
                                                             : "there is no file " + path.string());
         }
-        std::ifstream file(path, std::ios::binary);
-        if (!file) {
+        const auto text = support::ReadFile(path);
+        if (!text) {
             m_document.Complain(at, path.string() + " cannot be read");
         }
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        return *text;
     }
 
     FileChange ReadFile(const std::string& path, const Json& value, const JsonPlace& at) const {

@@ -40,16 +40,7 @@ void Report(const Json& engine, const kuraset::SetDirectory& set) {
     if (engine.value("base", "keep") == "none") {
         set.ForgetRecords();
     }
-    for (const Json& record : engine.value("inferences", Json::array())) {
-        set.ReportInference(record.at("issue_code").get<int>(), record.at("transition").get<bool>(),
-                            record.value("solution_code", 0), record.value("register_time", std::string()),
-                            record.value("last_update_time", std::string()));
-    }
-    for (const Json& record : engine.value("solutions", Json::array())) {
-        set.ReportSolution(record.at("issue_code").get<int>(), record.value("solution_code", 0),
-                           record.value("type", 0), record.value("is_apply", true),
-                           record.value("register_time", std::string()));
-    }
+    set.AddRecords(engine);
 }
 
 void WriteWhole(const fs::path& path, const FileChange& change) {

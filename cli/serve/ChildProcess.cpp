@@ -12,10 +12,13 @@
 #include <cerrno>
 #include <system_error>
 
+#include "support/Descriptor.h"
+
 namespace cli::serve {
 
 namespace {
 
+using support::Pipe;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kOutputLimit = 16 * 1024 * 1024;
@@ -28,39 +31,6 @@ constexpr std::chrono::milliseconds kReapStep{10};
     throw std::system_error(error, std::generic_category(), what);
 }
 
-class Pipe {
-public:
-    Pipe() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-            Throw(errno, "cannot make a pipe");
-        }
-        m_read = ends[0];
-        m_write = ends[1];
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-    ~Pipe() {
-        CloseRead();
-        CloseWrite();
-    }
-    int Read() const { return m_read; }
-    int Write() const { return m_write; }
-    void CloseRead() { Close(m_read); }
-    void CloseWrite() { Close(m_write); }
-
-private:
-    static void Close(int& end) {
-        if (end >= 0) {
-            close(end);
-            end = -1;
-        }
-    }
-
-    int m_read = -1;
-    int m_write = -1;
-};
-
 /// What the child gets instead of the server's: no input, the two pipes, no other open file, no blocked
 /// signal.
 class SpawnSettings {
@@ -68,8 +38,8 @@ public:
     SpawnSettings(const Pipe& out, const Pipe& err) {
         posix_spawn_file_actions_init(&m_actions);
         posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_adddup2(&m_actions, out.Write(), STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&m_actions, err.Write(), STDERR_FILENO);
+        posix_spawn_file_actions_adddup2(&m_actions, out.writeEnd.Number(), STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&m_actions, err.writeEnd.Number(), STDERR_FILENO);
         posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
         posix_spawnattr_init(&m_attributes);
         sigset_t none;
@@ -118,7 +88,7 @@ public:
         : m_process(process), m_out(out), m_err(err), m_deadline(deadline), m_stop(stop) {}
 
     ChildEnd ToTheEnd() {
-        while (m_out.Read() >= 0 || m_err.Read() >= 0) {
+        while (m_out.readEnd || m_err.readEnd) {
             Collect();
             KeepDeadline();
         }
@@ -137,14 +107,14 @@ public:
 private:
     void Collect() {
         std::array<pollfd, 3> files = {
-            {{m_out.Read(), POLLIN, 0}, {m_err.Read(), POLLIN, 0}, {m_stop, POLLIN, 0}}};
+            {{m_out.readEnd.Number(), POLLIN, 0}, {m_err.readEnd.Number(), POLLIN, 0}, {m_stop, POLLIN, 0}}};
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline - Clock::now());
         poll(files.data(), files.size(), static_cast<int>(std::max<long long>(left.count() + 1, 0)));
         if (files[0].revents != 0 && !ReadSome(m_out, m_end.out)) {
-            m_out.CloseRead();
+            m_out.readEnd.Reset();
         }
         if (files[1].revents != 0 && !ReadSome(m_err, m_end.err)) {
-            m_err.CloseRead();
+            m_err.readEnd.Reset();
         }
         if (m_end.err.size() > kErrorsKept) {
             m_end.err.erase(0, m_end.err.size() - kErrorsKept);
@@ -162,7 +132,7 @@ private:
 
     static bool ReadSome(const Pipe& pipe, std::string& text) {
         std::array<char, 65536> bytes{};
-        const ssize_t count = read(pipe.Read(), bytes.data(), bytes.size());
+        const ssize_t count = read(pipe.readEnd.Number(), bytes.data(), bytes.size());
         if (count > 0) {
             text.append(bytes.data(), static_cast<std::size_t>(count));
         }
@@ -175,7 +145,7 @@ private:
         }
     }
 
-    /// Asks the group to end; the second time, and for whoever does not listen, it is ended.
+    /// Sends the group SIGTERM the first time and SIGKILL the second.
     void End(ChildEnd::How how) {
         kill(-m_process, m_asked ? SIGKILL : SIGTERM);
         if (!m_asked) {
@@ -200,9 +170,12 @@ private:
 ChildEnd RunChild(const std::vector<std::string>& command, std::chrono::seconds limit, int stop) {
     Pipe out;
     Pipe err;
+    if (!out.readEnd || !err.readEnd) {
+        Throw(errno, "cannot make a pipe");
+    }
     const pid_t process = SpawnSettings(out, err).Spawn(command);
-    out.CloseWrite();
-    err.CloseWrite();
+    out.writeEnd.Reset();
+    err.writeEnd.Reset();
     return Watch(process, out, err, Clock::now() + limit, stop).ToTheEnd();
 }
 

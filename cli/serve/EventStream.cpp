@@ -9,7 +9,7 @@ namespace cli::serve {
 namespace {
 
 constexpr std::chrono::milliseconds kMoment{200};
-/// A comment after this many quiet moments tells a browser that has gone from one that listens.
+/// After this many quiet moments a comment is sent; writing it fails when the browser has gone.
 constexpr int kQuietMoments = 50;
 
 void Add(std::string& events, const char* name, const Json& data) {

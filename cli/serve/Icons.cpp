@@ -1,8 +1,9 @@
 #include "Icons.h"
 
-#include <fstream>
-#include <iterator>
 #include <system_error>
+#include <utility>
+
+#include "support/Files.h"
 
 namespace cli::serve {
 
@@ -47,12 +48,8 @@ std::optional<std::string> ReadIcon(const Json& apps, const std::string& app, co
     if (path.empty() || fs::file_size(path, error) > kLargest || error) {
         return std::nullopt;
     }
-    std::ifstream file(path, std::ios::binary);
-    std::string picture{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (picture.rfind(kPngStart, 0) != 0) {
-        return std::nullopt;
-    }
-    return picture;
+    auto picture = support::ReadFile(path);
+    return picture && picture->rfind(kPngStart, 0) == 0 ? std::move(picture) : std::nullopt;
 }
 
 }  // namespace cli::serve

@@ -1,11 +1,10 @@
 #include "Page.h"
 
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 #include "frame/Outcome.h"
+#include "support/Files.h"
 
 namespace cli::serve {
 
@@ -37,12 +36,11 @@ constexpr std::array<Name, 11> kNames = {{
 }};
 
 std::string ReadPageFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file) {
+    const auto text = support::ReadFile(path);
+    if (!text) {
         throw VerbError(ExitCode::kFailed, "a file of the page is missing: " + path.string());
     }
-    return text;
+    return *text;
 }
 
 /// A language is the name of a file, and nothing else.

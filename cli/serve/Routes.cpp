@@ -20,8 +20,8 @@ using httplib::Response;
 constexpr std::size_t kLongestPath = 1024;
 constexpr std::size_t kLongestBody = 4096;
 constexpr std::size_t kLongestArgument = 256;
-/// Of a body that is refused this much is still read: a browser that is cut off while it sends sees no
-/// answer.
+/// A body that is refused is read up to here first: a browser that is cut off while it sends shows a network
+/// error instead of the answer.
 constexpr std::size_t kDrained = 1024 * 1024;
 /// Each follower keeps a thread busy.
 constexpr int kFollowers = 8;
@@ -141,12 +141,12 @@ Body ReadBody(const httplib::ContentReader& reader, const Response& response) {
 }
 
 /// Counts one follower for as long as its stream lives.
-class Place {
+class Follower {
 public:
-    explicit Place(std::atomic<int>& count) : m_count(count) { ++m_count; }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-    ~Place() { --m_count; }
+    explicit Follower(std::atomic<int>& count) : m_count(count) { ++m_count; }
+    Follower(const Follower&) = delete;
+    Follower& operator=(const Follower&) = delete;
+    ~Follower() { --m_count; }
 
 private:
     std::atomic<int>& m_count;
@@ -167,7 +167,7 @@ void Routes::Add(httplib::Server& server) {
             SendError(response, 500, "failed", "unknown");
         }
     });
-    // Whatever brings a body goes on to its handler, which reads it before it refuses anything.
+    // A request with a body goes on to its handler, which reads the body before it refuses.
     server.set_pre_routing_handler([this](const Request& request, Response& response) {
         const bool brings = request.method == "POST" || request.method == "PUT" ||
                             request.method == "PATCH" || request.method == "DELETE";
@@ -258,9 +258,9 @@ void Routes::Follow(Response& response) {
                          "more than " + std::to_string(kFollowers) + " pages are open already");
     }
     const auto stream = std::make_shared<EventStream>(m_parts.screens, m_parts.set);
-    const auto place = std::make_shared<Place>(m_followers);
+    const auto follower = std::make_shared<Follower>(m_followers);
     response.set_chunked_content_provider(
-        "text/event-stream", [stream, place](std::size_t, httplib::DataSink& sink) {
+        "text/event-stream", [stream, follower](std::size_t, httplib::DataSink& sink) {
             if (stream->HasEnded()) {
                 sink.done();
                 return true;

@@ -27,7 +27,7 @@ namespace cli::serve {
 namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
-/// Pages that follow, calls that wait to be refused, files: each takes a thread while it lasts.
+/// Each open event stream, call and file request keeps a thread while it lasts.
 constexpr std::size_t kThreads = 24;
 constexpr time_t kIdleSeconds = 1;
 constexpr time_t kReadSeconds = 5;
@@ -59,7 +59,7 @@ private:
     const int m_number;
 };
 
-/// Without a second server on the same port: that one would get every other request.
+/// Without the library's default SO_REUSEPORT: a second server on the port would take half of the requests.
 void SetSocketOptions(socket_t socket) {
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -147,7 +147,7 @@ ExitCode Server::Serve() {
     int signal = 0;
     sigwait(&signals, &signal);
     const bool lost = ended;
-    // Stopping a server that has not begun to listen would be forgotten.
+    // stop() has no effect on a server that does not listen yet.
     while (!ended && !m_impl->http.is_running()) {
         std::this_thread::sleep_for(kStartStep);
     }

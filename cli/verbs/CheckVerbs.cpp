@@ -61,9 +61,7 @@ void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection) 
     }
     verb->add_option("name", options->name, names)->required();
     verb->add_option("--model", options->model, "Text for the check \"model\"");
-    verb->callback([&session, &selection, options] {
-        selection = {Place::kInside, [&session, options] { return RunCheck(session, *options); }};
-    });
+    Declare(verb, selection, Place::kInside, [&session, options] { return RunCheck(session, *options); });
 }
 
 }  // namespace cli

@@ -18,22 +18,6 @@ struct ReportOptions {
     std::string time;
 };
 
-Json InferenceToJson(const kuraset::InferenceRecord& record) {
-    return {{"issue_code", record.issueCode},
-            {"transition", record.present},
-            {"solution_code", record.solutionCode},
-            {"register_time", record.registerTime},
-            {"last_update_time", record.lastUpdateTime}};
-}
-
-Json SolutionToJson(const kuraset::SolutionRecord& record) {
-    return {{"issue_code", record.issueCode},
-            {"solution_code", record.solutionCode},
-            {"type", record.type},
-            {"is_apply", record.applied},
-            {"register_time", record.registerTime}};
-}
-
 void PrintRecords(const Json& document) {
     Table inferences(
         {{"CODE", Table::Align::kRight}, {"PROBLEM"}, {"SOLUTION", Table::Align::kRight}, {"UPDATED"}});
@@ -60,13 +44,7 @@ void PrintRecords(const Json& document) {
 
 Outcome ListRecords(const Session& session) {
     const auto set = session.OpenSet();
-    Json document = {{"inferences", Json::array()}, {"solutions", Json::array()}};
-    for (const auto& record : set.ListInferences()) {
-        document["inferences"].push_back(InferenceToJson(record));
-    }
-    for (const auto& record : set.ListSolutions()) {
-        document["solutions"].push_back(SolutionToJson(record));
-    }
+    const Json document = {{"inferences", set.ListInferences()}, {"solutions", set.ListSolutions()}};
     return {document, [document] { PrintRecords(document); }};
 }
 
@@ -75,13 +53,14 @@ Outcome Report(const Session& session, const ReportOptions& options) {
     const std::string time = options.time.empty() ? set.TimeNow() : options.time;
     if (options.repaired) {
         set.ReportSolution(options.code, options.solutionCode, options.type, !options.notApplied, time);
-        const Json document = {{"solution", SolutionToJson({options.code, options.solutionCode, options.type,
-                                                            !options.notApplied, time})}};
+        const kuraset::SolutionRecord record{options.code, options.solutionCode, options.type,
+                                             !options.notApplied, time};
+        const Json document = {{"solution", record}};
         return {document, [options] { std::cout << "Recorded a repair of issue " << options.code << '\n'; }};
     }
     set.ReportInference(options.code, !options.gone, options.solutionCode, time, time);
-    const Json document = {
-        {"inference", InferenceToJson({options.code, !options.gone, options.solutionCode, time, time})}};
+    const kuraset::InferenceRecord record{options.code, !options.gone, options.solutionCode, time, time};
+    const Json document = {{"inference", record}};
     return {document, [options] {
                 std::cout << "Issue " << options.code << (options.gone ? " is gone\n" : " has appeared\n");
             }};
@@ -93,9 +72,8 @@ void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection)
     CLI::App* verb = app.add_subcommand("engine", "The diagnosis engine's records");
     verb->require_subcommand(1);
 
-    verb->add_subcommand("list", "All records, newest first")->callback([&session, &selection] {
-        selection = {Place::kOutside, [&session] { return ListRecords(session); }};
-    });
+    Declare(verb->add_subcommand("list", "All records, newest first"), selection, Place::kOutside,
+            [&session] { return ListRecords(session); });
 
     CLI::App* report = verb->add_subcommand("report", "Add a record: the issue has appeared");
     auto options = std::make_shared<ReportOptions>();
@@ -112,9 +90,7 @@ void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection)
         ->check([](const std::string& text) {
             return kuraset::IsEngineTime(text) ? std::string() : "must look like 2026-01-31T23:59:59";
         });
-    report->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return Report(session, *options); }};
-    });
+    Declare(report, selection, Place::kOutside, [&session, options] { return Report(session, *options); });
 }
 
 }  // namespace cli

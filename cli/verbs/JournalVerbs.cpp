@@ -1,8 +1,13 @@
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "Verbs.h"
 #include "frame/Table.h"
+#include "scenario/Patterns.h"
+#include "support/NearestName.h"
 
 namespace cli {
 
@@ -53,7 +58,17 @@ void PrintEntries(const Json& entries) {
     }
 }
 
+/// Refuses a word that is none of the known ones.
+void Demand(const std::string& word, const char* what, const std::vector<std::string>& known) {
+    if (!word.empty() && std::find(known.begin(), known.end(), word) == known.end()) {
+        throw VerbError(ExitCode::kUsage, what + word + support::Suggestion(word, known));
+    }
+}
+
 Outcome Journal(const Session& session, const JournalOptions& options) {
+    auto kinds = scenario::JournalKinds();
+    kinds.insert(kinds.end(), {"log", "damaged"});
+    Demand(options.kind, "the journal has no such kind: ", kinds);
     const auto set = session.OpenSet();
     const Json document = {{"entries", ReadEntries(set, options.kind)}};
     if (options.clear) {
@@ -69,7 +84,15 @@ bool Fits(const Json& entry, const JournalOptions& options) {
 
 Outcome Log(const Session& session, const JournalOptions& options) {
     Json lines = Json::array();
-    for (const Json& entry : ReadEntries(session.OpenSet(), "log")) {
+    const Json entries = ReadEntries(session.OpenSet(), "log");
+    std::vector<std::string> functions;
+    for (const Json& entry : entries) {
+        functions.push_back(TextOf(entry, "function"));
+    }
+    if (!functions.empty()) {
+        Demand(options.function, "no line of such a function: ", functions);
+    }
+    for (const Json& entry : entries) {
         if (Fits(entry, options)) {
             lines.push_back(entry);
         }
@@ -92,18 +115,14 @@ void AddJournalVerbs(CLI::App& app, const Session& session, Selection& selection
     journal->add_option("--kind", options->kind,
                         "Only entries of this kind: setting, launch, engine, event, ...");
     journal->add_flag("--clear", options->clear, "Forget the entries after showing them");
-    journal->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return Journal(session, *options); }};
-    });
+    Declare(journal, selection, Place::kOutside, [&session, options] { return Journal(session, *options); });
 
     CLI::App* log = app.add_subcommand("log", "The library's log lines");
     log->add_option("--function", options->function, "Only lines of this function");
     log->add_option("--priority", options->priority,
                     "Only lines of at least this priority: 3 debug to 6 error")
         ->check(CLI::Range(3, 6));
-    log->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return Log(session, *options); }};
-    });
+    Declare(log, selection, Place::kOutside, [&session, options] { return Log(session, *options); });
 }
 
 }  // namespace cli

@@ -181,7 +181,7 @@ std::vector<std::vector<std::string>> VerbsOf(const std::vector<std::string>& wo
     return verbs;
 }
 
-/// A scenario that was just recorded has to be green; what makes it red depends on the machine.
+/// A scenario that was just recorded must pass; it differs only where it depends on the machine.
 std::optional<scenario::Difference> Check(const fs::path& file) {
     const auto scenario = scenario::ReadScenario(file);
     return scenario::FirstDifference(scenario, scenario::Run(scenario, {ThisProgram(), {}}));
@@ -192,7 +192,7 @@ Outcome Record(const Session& session, const RecordOptions& options) {
     const auto verbs = VerbsOf(options.words);
     const auto set = session.OpenSet();
     const fs::path unfinished = options.output + ".unfinished";
-    WriteFile(unfinished, "");  // before anything runs: what cannot be kept need not happen
+    WriteFile(unfinished, "");  // before anything runs, so that nothing runs when it cannot be written
     try {
         const auto recording = scenario::Record(set, verbs, ThisProgram());
         WriteFile(unfinished, scenario::ScenarioText(recording.document));
@@ -230,9 +230,8 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
         ->add_option("verb", recordOptions->words,
                      "Behind --: a verb with its arguments; another -- before each further verb")
         ->required();
-    record->callback([&session, &selection, recordOptions] {
-        selection = {Place::kOutside, [&session, recordOptions] { return Record(session, *recordOptions); }};
-    });
+    Declare(record, selection, Place::kOutside,
+            [&session, recordOptions] { return Record(session, *recordOptions); });
 
     CLI::App* replay = app.add_subcommand("replay", "Run scenarios and tell the first difference of each");
     auto options = std::make_shared<ReplayOptions>();
@@ -242,9 +241,7 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
     replay
         ->add_option("--jobs", options->jobs, "How many run side by side; as many as processors when absent")
         ->check(CLI::Range(1, 64));
-    replay->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return Replay(session, *options); }};
-    });
+    Declare(replay, selection, Place::kOutside, [&session, options] { return Replay(session, *options); });
 }
 
 }  // namespace cli

@@ -41,9 +41,7 @@ void AddServeVerbs(CLI::App& app, const Session& session, Selection& selection) 
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
     verb->add_flag("--print-url", options->printUrl, "Print the address alone");
-    verb->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return Serve(session, *options); }};
-    });
+    Declare(verb, selection, Place::kOutside, [&session, options] { return Serve(session, *options); });
 }
 
 }  // namespace cli

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Verbs.h"
+#include "frame/MakeSet.h"
 #include "frame/Table.h"
 #include "scenario/Scenario.h"
 #include "scenario/StartSet.h"
@@ -161,40 +162,39 @@ std::size_t IndexIn(const nlohmann::json& list, const std::string& step, const s
     return index;
 }
 
-/// A value at its place; null removes what is there, and then every object on the way that is empty now.
-void PutAt(nlohmann::json& at, const std::vector<std::string>& steps, std::size_t depth,
-           const nlohmann::json& value, const std::string& key) {
-    if (depth == steps.size()) {
-        at = value;
-        return;
+/// Puts a value at its place; null removes what is there, and then every object on the way that is empty now.
+void PutAt(nlohmann::json& description, const std::vector<std::string>& steps, const nlohmann::json& value,
+           const std::string& key) {
+    std::vector<nlohmann::json*> way = {&description};
+    for (const std::string& step : steps) {
+        nlohmann::json& at = *way.back();
+        if (at.is_array()) {
+            const std::size_t index = IndexIn(at, step, key);
+            if (index == at.size() && value.is_null()) {
+                return;
+            }
+            if (index == at.size()) {
+                at.push_back(nullptr);
+            }
+            way.push_back(&at[index]);
+            continue;
+        }
+        if (!at.is_object()) {
+            at = nlohmann::json::object();  // "faults.agent.mode" where faults.agent was a text
+        }
+        way.push_back(&at[step]);
     }
-    const std::string& step = steps[depth];
-    const bool last = depth + 1 == steps.size();
-    if (at.is_array()) {
-        const std::size_t index = IndexIn(at, step, key);
-        if (index == at.size() && value.is_null()) {
+    *way.back() = value;
+    for (std::size_t i = steps.size(); i > 0 && way[i]->empty(); --i) {
+        nlohmann::json& around = *way[i - 1];
+        if (around.is_object() && (value.is_null() && !way[i]->is_array())) {
+            around.erase(steps[i - 1]);
+        } else if (around.is_array() && way[i]->is_null()) {
+            around.erase(IndexIn(around, steps[i - 1], key));
+            return;
+        } else {
             return;
         }
-        if (last && value.is_null()) {
-            at.erase(index);
-            return;
-        }
-        if (index == at.size()) {
-            at.push_back(nullptr);
-        }
-        PutAt(at[index], steps, depth + 1, value, key);
-        return;
-    }
-    if (!at.is_object()) {
-        at = nlohmann::json::object();  // "faults.agent.mode" where faults.agent was a text
-    }
-    if (value.is_null() && (last || !at.contains(step))) {
-        at.erase(step);
-        return;
-    }
-    PutAt(at[step], steps, depth + 1, value, key);
-    if (value.is_null() && at[step].is_object() && at[step].empty()) {
-        at.erase(step);
     }
 }
 
@@ -211,7 +211,7 @@ Outcome Put(const Session& session, const PutOptions& options) {
     }
     nlohmann::json description = set.Description();
     const auto steps = StepsOf(options.key);
-    PutAt(description, steps, 0, value, options.key);
+    PutAt(description, steps, value, options.key);
     set.Describe(description);
     if (steps.front() == "apps") {
         set.LayOutApps();
@@ -238,14 +238,10 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
     make->add_option("--scenario", options->scenario, "As it is before the first step of this scenario")
         ->excludes("--from");
     make->add_flag("--force", options->force, "Replace the set that is there");
-    make->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return NewSet(session, *options); }};
-    });
+    Declare(make, selection, Place::kOutside, [&session, options] { return NewSet(session, *options); });
 
-    verb->add_subcommand("lay-out", "Make the files of the applications that set.json names")
-        ->callback([&session, &selection] {
-            selection = {Place::kOutside, [&session] { return LayOut(session); }};
-        });
+    Declare(verb->add_subcommand("lay-out", "Make the files of the applications that set.json names"),
+            selection, Place::kOutside, [&session] { return LayOut(session); });
 
     CLI::App* put = verb->add_subcommand("put", "Change what set.json says");
     auto putOptions = std::make_shared<PutOptions>();
@@ -254,13 +250,10 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
                     "a name")
         ->required();
     put->add_option("value", putOptions->value, "JSON, or else a text; null removes")->required();
-    put->callback([&session, &selection, putOptions] {
-        selection = {Place::kOutside, [&session, putOptions] { return Put(session, *putOptions); }};
-    });
+    Declare(put, selection, Place::kOutside, [&session, putOptions] { return Put(session, *putOptions); });
 
-    verb->add_subcommand("show", "What the set is")->callback([&session, &selection] {
-        selection = {Place::kOutside, [&session] { return ShowSet(session); }};
-    });
+    Declare(verb->add_subcommand("show", "What the set is"), selection, Place::kOutside,
+            [&session] { return ShowSet(session); });
 }
 
 }  // namespace cli

@@ -94,22 +94,18 @@ void AddSettingsVerbs(CLI::App& app, const Session& session, Selection& selectio
 
     CLI::App* get = verb->add_subcommand("get", "The value of one key");
     get->add_option("key", options->key, "Settings key")->required();
-    get->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return GetSetting(session, options->key); }};
-    });
+    Declare(get, selection, Place::kOutside,
+            [&session, options] { return GetSetting(session, options->key); });
 
     CLI::App* set = verb->add_subcommand("set", "Write one key");
     set->add_option("key", options->key, "Settings key")->required();
     set->add_option("value", options->value, "Value")->required();
     set->add_option("--type", options->type, "int, bool or text")
         ->check(CLI::IsMember({"int", "bool", "text"}));
-    set->callback([&session, &selection, options] {
-        selection = {Place::kOutside, [&session, options] { return SetSetting(session, *options); }};
-    });
+    Declare(set, selection, Place::kOutside, [&session, options] { return SetSetting(session, *options); });
 
-    verb->add_subcommand("list", "All keys")->callback([&session, &selection] {
-        selection = {Place::kOutside, [&session] { return ListSettings(session); }};
-    });
+    Declare(verb->add_subcommand("list", "All keys"), selection, Place::kOutside,
+            [&session] { return ListSettings(session); });
 }
 
 }  // namespace cli

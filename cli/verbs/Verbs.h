@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 #include "frame/Outcome.h"
 #include "frame/Session.h"
@@ -25,6 +26,11 @@ struct Selection {
     /// For a verb of kInside: the set to run on, where that is not the session's own.
     std::function<kuraset::SetDirectory()> on = {};
 };
+
+/// Selects the work when the command line names the verb.
+inline void Declare(CLI::App* verb, Selection& selection, Place place, std::function<Outcome()> run) {
+    verb->callback([&selection, place, run = std::move(run)] { selection = {place, run}; });
+}
 
 void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection);

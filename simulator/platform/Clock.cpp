@@ -1,5 +1,5 @@
 // The set's clock. With "clock" in set.json it stands at that local time until set.json says another: the
-// same run then writes the same times. This function stands before the C library's for the whole process; the
+// same run then writes the same times. time() below replaces the C library's for the whole process; the
 // journal keeps the machine's time, which is what orders it.
 #include <dlfcn.h>
 

@@ -92,7 +92,7 @@ std::shared_ptr<const json> CurrentSet::Refresh(Snapshot& snapshot, const std::f
         now = {};
     }
     if (!SameFile(now, snapshot.status) || now.st_ino == 0) {
-        // The time first: whatever changes while it is read is then read again at the next call.
+        // Noted before reading, so that a change during the read is seen at the next call.
         snapshot.status = now;
         snapshot.content = std::make_shared<const json>((this->*load)());
     }
@@ -153,7 +153,7 @@ std::optional<json> CurrentSet::Setting(const std::string& key) noexcept {
         const auto found = settings->find(key);
         return found == settings->end() ? std::nullopt : std::optional<json>(*found);
     } catch (const std::exception& error) {
-        // A damaged file stays unreadable, whatever was read from it before.
+        // Forget what was read before: a damaged file answers for no key.
         m_settings.status = {};
         Complain(error.what());
         return std::nullopt;
@@ -181,7 +181,7 @@ void CurrentSet::NoteAndMaybeDie(const std::string& step, const Entry& entry, bo
     try {
         CutPowerAt(step);
     } catch (...) {
-        // Without memory for the comparison there is no cut; the step itself is done.
+        // Out of memory: the step is journalled and the power stays on.
     }
     errno = savedErrno;
 }

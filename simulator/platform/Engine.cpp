@@ -104,7 +104,7 @@ int InferenceSubscribeOnce(int period, WMInferenceCallback callback) {
     entry["period"] = period;
     const int result = Finish("InferenceSubscribeOnce", entry, refusal);
     if (result == kSuccess) {
-        // A silent engine has armed it all the same: whoever waits finds out that nothing comes.
+        // A silent engine accepts the subscription and never delivers it.
         const std::chrono::milliseconds delay(set.Number("/engine/delay_ms", kDefaultDelayMs));
         EngineThread::Get().Arm(period, callback, silent ? kNever : delay);
     }

@@ -1,6 +1,6 @@
 // The user partition. A set's files lie on whatever disk the machine has, and are sparse, so the machine's
 // own figures say nothing of the set. With "opt_size" in set.json the set has a partition of that size, used
-// by the files below /opt at their full sizes: this function then stands before the C library's for that one
+// by the files below /opt at their full sizes: statvfs() below then replaces the C library's for that one
 // path.
 #include <dlfcn.h>
 #include <sys/statvfs.h>

@@ -41,7 +41,7 @@ json Feature(const char* key) {
     return nullptr;
 }
 
-/// Null when the set has no such fact or none to tell.
+/// Null when the set has no such fact, or says that it cannot be read.
 json Fact(int key) {
     const auto description = CurrentSet::Get().Description();
     const json info = description->value("info", json::object());

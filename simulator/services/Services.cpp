@@ -2,7 +2,6 @@
 // each gets a signal from the kernel when the host dies, so that nothing is left behind.
 #include "set/KuraSet.h"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -26,9 +25,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using support::Pipe;
 using Clock = std::chrono::steady_clock;
 
-/// The agent finishes what it was asked for, a command of five seconds perhaps.
+/// Longer than the agent's longest command, five seconds, which it finishes before it ends.
 constexpr std::chrono::milliseconds kEndPatience{7000};
 
 [[noreturn]] void Refuse(const std::string& text) {
@@ -126,20 +126,6 @@ void Child::End() noexcept {
     }
 }
 
-struct Pipe {
-    Descriptor readEnd;
-    Descriptor writeEnd;
-
-    Pipe() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-            Refuse(std::string("pipe: ") + std::strerror(errno));
-        }
-        readEnd = Descriptor(ends[0]);
-        writeEnd = Descriptor(ends[1]);
-    }
-};
-
 /// The first line that arrives; throws when the writer ends without one or the time is over.
 std::string FirstLine(const Pipe& pipe, const std::string& name, std::chrono::milliseconds patience) {
     const auto limit = Clock::now() + patience;
@@ -169,6 +155,9 @@ std::string FirstLine(const Pipe& pipe, const std::string& name, std::chrono::mi
 Child StartReady(ChildNature nature, std::vector<std::string> arguments, std::chrono::milliseconds patience,
                  std::string& line) {
     Pipe pipe;
+    if (!pipe.readEnd) {
+        Refuse(std::string("pipe: ") + std::strerror(errno));
+    }
     for (std::string& argument : arguments) {
         const std::size_t at = argument.find("%ready");
         if (at != std::string::npos) {

@@ -65,6 +65,10 @@ struct SolutionRecord {
     std::string registerTime;
 };
 
+/// A record as scenarios and examples/set/engine.json write it.
+void to_json(nlohmann::ordered_json& document, const InferenceRecord& record);
+void to_json(nlohmann::ordered_json& document, const SolutionRecord& record);
+
 /// Local time as the engine writes it: "2026-01-31T23:59:59". Of this process's set, when its clock stands
 /// still; SetDirectory::TimeNow tells it of any set.
 std::string EngineTimeNow();
@@ -128,6 +132,9 @@ public:
                          const std::string& registerTime = "", const std::string& lastUpdateTime = "") const;
     void ReportSolution(int issueCode, int solutionCode, int type, bool applied,
                         const std::string& registerTime = "") const;
+    /// Adds what {"inferences": [...], "solutions": [...]} holds, in this order. A json exception passes when
+    /// a record lacks its code or holds another type; those before it are then added.
+    void AddRecords(const nlohmann::ordered_json& records) const;
     std::vector<InferenceRecord> ListInferences() const;
     std::vector<SolutionRecord> ListSolutions() const;
     void ForgetRecords() const;

@@ -1,5 +1,5 @@
 // The mark in a set's directory: that it is one, which version of this program's layout it has, and whether
-// it is whole. It is the first file of a new set and says so last, so a set that was left half made shows.
+// it is whole. It is written first, and says "whole" only at the end, so that a half-made set is recognised.
 #pragma once
 
 #include <filesystem>
@@ -10,8 +10,8 @@ namespace kuraset {
 void MarkFormat(const std::filesystem::path& set, bool whole);
 
 /// Throws SetError unless the directory is laid out as a whole set that this version knows: NotFound when it
-/// is missing or something else, Damaged when it is half made or from a newer version. A set of before there
-/// was a mark has set.json alone.
+/// is missing or something else, Damaged when it is half made or from a newer version. A set that is older
+/// than the mark has set.json alone.
 void CheckFormat(const std::filesystem::path& set);
 
 }  // namespace kuraset

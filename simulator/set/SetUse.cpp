@@ -1,5 +1,5 @@
-// The lock is one on the directory itself, so that a run leaves no trace of it in the set; who holds it, the
-// system tells.
+// Locks the set's directory itself, so that no lock file stays in the set. /proc/locks tells which process
+// holds it.
 #include "SetUse.h"
 
 #include <fcntl.h>

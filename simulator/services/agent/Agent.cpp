@@ -163,7 +163,7 @@ void Agent::Do(const std::string& trigger) {
         return;
     }
     if (!m_requests.IsRegular(Place::Requests, trigger)) {
-        // Gone again, or a link or the like, which is nobody's request.
+        // Gone again, or no plain file and so no request.
         Note(trigger, "refused", {{"reason", "no regular trigger file"}});
         return;
     }
@@ -207,7 +207,7 @@ void Agent::BoostMemory(const std::string& trigger) {
 }
 
 void Agent::KillApp(const std::string& trigger) {
-    // The trigger first: a request that arrives from here on makes a new one.
+    // Removed first, so that a request that arrives during the work leaves a new trigger.
     m_requests.Remove(Place::Requests, trigger);
     const std::optional<std::string> package = Line(m_requests.Read(Place::Data, trigger));
     if (!package || !IsPlainName(*package)) {
@@ -250,7 +250,7 @@ void Agent::MeasureApp(const std::string& trigger) {
     }
     m_requests.Remove(Place::Data, trigger);
     m_requests.Remove(Place::Requests, trigger);
-    // The web cache is the library's own to measure: counted here it would count twice in the list of apps.
+    // Without the web cache: the library measures that itself and adds it.
     const std::int64_t data = FolderSize(m_opt, m_folders.Data(names->first));
     const std::int64_t cache = FolderSize(m_opt, m_folders.Cache(names->first));
     const bool answered = Answer(names->second, data, cache);
@@ -261,7 +261,7 @@ void Agent::MeasureApp(const std::string& trigger) {
           {"cache", cache}});
 }
 
-/// The result first: an acknowledgement says that it is complete.
+/// Writes the result first: the acknowledgement says that it is complete.
 bool Agent::Answer(const std::string& appId, std::int64_t data, std::int64_t cache) {
     const std::string partial = std::to_string(data) + "|";
     const std::string text =

@@ -36,7 +36,7 @@ void TakeEvents(int watcher, kuraset::Agent& agent) {
     }
 }
 
-/// The request to end, as a descriptor to wait for: what the library has asked for by then is still done.
+/// SIGTERM and SIGINT as a descriptor to wait for, so that requests that came before are still carried out.
 kuraset::Descriptor EndRequests() {
     sigset_t signals;
     sigemptyset(&signals);

@@ -85,7 +85,7 @@ void Service::Reply(GDBusMethodInvocation* invocation, const Answer& answer) {
         g_variant_new("(ix)", static_cast<gint32>(answer.result), static_cast<gint64>(answer.size)));
 }
 
-/// Past the library's own check, which would turn a reply of the wrong type into an error.
+/// Sent as a raw message: GIO's reply function would turn a wrong type into an error.
 void Service::ReplyWrongType(GDBusMethodInvocation* invocation) {
     GDBusMessage* reply = g_dbus_message_new_method_reply(g_dbus_method_invocation_get_message(invocation));
     g_dbus_message_set_body(reply, g_variant_new("(s)", "a text where two numbers belong"));

@@ -1,0 +1,22 @@
+// Sets made from a folder laid out as examples/ is.
+#pragma once
+
+#include <filesystem>
+
+#include "set/KuraSet.h"
+
+namespace cli {
+
+/// The examples that belong to this command: installed beside it or in its build folder. Throws VerbError.
+std::filesystem::path ExamplesFolder();
+
+/// Makes a set with the folder's map, texts, description, settings and engine records.
+kuraset::SetDirectory MakeSet(const std::filesystem::path& path, const std::filesystem::path& examples);
+
+/// Makes a set from the examples in one step, or opens the one that another process made in the meantime.
+kuraset::SetDirectory MakeSetWhole(const std::filesystem::path& path);
+
+/// Reads one JSON document. Throws VerbError naming the file.
+nlohmann::json ReadJsonFile(const std::filesystem::path& path);
+
+}  // namespace cli
