@@ -25,10 +25,6 @@ namespace {
 /// No file of texts, codes or allowed findings is larger.
 constexpr off_t kLargest = 64 * 1024 * 1024;
 
-[[noreturn]] void Refuse(const std::string& file, const std::string& reason) {
-    throw Unreadable(file + ": " + reason);
-}
-
 std::string PlaceIn(const std::string& file, std::size_t line) {
     return file + ":" + std::to_string(line);
 }

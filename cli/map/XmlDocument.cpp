@@ -43,10 +43,6 @@ private:
     int m_number;
 };
 
-[[noreturn]] void Refuse(const std::string& name, const std::string& reason) {
-    throw Unreadable(name + ": " + reason);
-}
-
 int OpenFile(const std::string& path) {
     // Without O_NONBLOCK, opening a pipe that nobody writes to would block.
     const int number = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);

@@ -22,6 +22,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Throws Unreadable "FILE: REASON".
+[[noreturn]] inline void Refuse(const std::string& file, const std::string& reason) {
+    throw Unreadable(file + ": " + reason);
+}
+
 /// A place in a document: line and column from 1, the column in characters.
 struct LineColumn {
     std::size_t line = 1;
