@@ -13,7 +13,7 @@
 
 namespace KURA::store {
 
-/// Every operation is one: they come one after the other, and a cancelled thread ends its own first.
+/// Held by every operation: threads take turns, and one that is cancelled finishes its operation first.
 class Operation {
 public:
     Operation();

@@ -2,16 +2,14 @@
 //
 // 1. While it lives, the statements of the manager run in one transaction, and log as they always do.
 // 2. Without Commit nothing of it is stored: its end rolls back.
-// 3. SQLite itself ends a transaction after some errors, of the disk for example. What runs after that would
-// be
-//    stored alone, and is refused.
+// 3. SQLite rolls back by itself after some errors, of the disk for example. A statement that runs after that
+//    would be stored alone; the commit hook refuses it.
 // 4. No text of a statement begins or ends a transaction (Execute).
-// 5. A row that is refused for its own text, or by a constraint, is left out and the others may stay. After
-// any other
-//    failure, or when the list before could not be cleared, the owner does not commit: part of a list, or two
-//    lists, would be worse than none.
+// 5. A row that is refused for its own text or by a constraint is left out, and the others may stay. After
+//    any other failure, or when the list before could not be cleared, the owner does not commit: a part of a
+//    list, or two lists, would be worse than none.
 // 6. A commit that fails is logged, and nothing is stored.
-// 7. Where another thread opens or closes a database in between, nothing is stored.
+// 7. When another thread opens or closes a database in between, nothing is stored.
 #include "KURA_DBManager.h"
 #include "KURA_DBManager/Connection.h"
 #include "base/Log.h"

@@ -176,6 +176,12 @@ TEST_F(Transaction, LeavesOutOnlyTheRowThatAForeignTableRefuses) {
     }
 }
 
+TEST_F(Transaction, LeavesOutOnlyTheRowThatIsLongerThanAnyMayBe) {
+    Save({"N1", std::string(17 << 20, 'x'), "N3"});
+    EXPECT_EQ(Stored(), (Codes{"N1", "N3"}));
+    EXPECT_EQ(SqlErrors().size(), 1U);
+}
+
 TEST_F(Transaction, LeavesOutOnlyTheRowWhoseTextEqualsItsLast) {
     Save({"N1", "USER", "N3"});
     EXPECT_EQ(Stored(), (Codes{"N1", "N3"}));
