@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <mutex>
 #include <regex>
 
 #include "NearestName.h"
@@ -79,12 +81,20 @@ Words KeysOf(const OrderedJson& object) {
     return keys;
 }
 
+/// Compiles each expression once, which takes longer than a search. Never destroyed: sets are read while the
+/// process exits.
+bool Matches(const std::string& text, const std::string& pattern) {
+    static std::mutex mutex;
+    static auto& compiled = *new std::map<std::string, std::regex>;
+    const std::lock_guard lock(mutex);
+    return std::regex_search(text, compiled.try_emplace(pattern, pattern).first->second);
+}
+
 bool Fits(const std::string& text, const OrderedJson& schema) {
     // The length first: a regular expression takes stack for every character.
     return text.size() >= schema.value("minLength", std::size_t{0}) &&
            text.size() <= schema.value("maxLength", SIZE_MAX) &&
-           (!schema.contains("pattern") ||
-            std::regex_search(text, std::regex(schema.at("pattern").get<std::string>())));
+           (!schema.contains("pattern") || Matches(text, schema.at("pattern").get<std::string>()));
 }
 
 std::string TextComplaint(const std::string& text, const OrderedJson& schema) {

@@ -5,7 +5,8 @@
 namespace kuraset {
 
 void CheckDescription(const json& description) {
-    static const support::JsonSchema schema({schema::kSet});
+    // Never destroyed: the engine's thread may read the set while the process exits.
+    static const auto& schema = *new support::JsonSchema({schema::kSet});
     const support::OrderedJson document(description);
     if (const auto complaint = schema.Check(document)) {
         const std::string place = support::PlaceInWords(complaint->place, document);
