@@ -121,10 +121,13 @@ class ScenarioPage(unittest.TestCase):
             self.skipTest("there is no such format")
         text = re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / "man5/kura-scenario.5")))
         document = json.loads(self.schema.read_text("utf-8"))
-        shown = ["set", "step", "stepExpectation", "endExpectation", "engine", "faults"]
-        for table in [document] + [document["definitions"][name] for name in shown]:
-            for key in table["properties"]:
-                self.assertRegex(text, rf"(?m)^ +{re.escape(key)} \(")
+        tables = [document] + [document["definitions"][name] for name in
+                               ("set", "step", "stepExpectation", "endExpectation", "engine")]
+        faults = json.loads(self.schema.with_name("set.schema.json").read_text("utf-8"))["definitions"]["faults"]
+        for key in [key for table in tables for key in table["properties"]]:
+            self.assertRegex(text, rf"(?m)^ +{re.escape(key)} \(")
+        for key in faults["properties"]:
+            self.assertRegex(text, rf"(?m)^ +{re.escape(key)}(\.\w+)? \(")
 
 
 class BashCompletion(unittest.TestCase):
