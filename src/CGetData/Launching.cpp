@@ -1,5 +1,7 @@
 // Launches of other applications with the extra data that each expects. The rows below say what an
 // application wants; whatever is not in them is launched plainly.
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <cstring>
 #include <exception>
@@ -114,11 +116,15 @@ bool CGetData::ProcessLaunchApp(const char* appId) {
             CUtils::Instance()->m_SetMultitaskingStatus(1);
         }
         return Launch(__func__, rule, page);
+    } catch (const abi::__forced_unwind&) {
+        throw;
     } catch (const std::exception& error) {
         // Creating the diagnosis manager loads the solution map, and a malformed one throws.
         KURA_ERROR("%s", error.what());
-        return false;
+    } catch (...) {
+        KURA_ERROR("unknown exception");
     }
+    return false;
 }
 
 }  // namespace KURA

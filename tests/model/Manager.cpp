@@ -95,15 +95,16 @@ int Model::OptimizeDevice() {
     return PerformMemBoost();
 }
 
-/// An exception of the set or the host is logged, and the launch counts as refused. One that is no
-/// std::exception passes in the library, so it passes here, too.
+/// An exception of the set or the host is logged, and the launch counts as refused.
 bool Model::LaunchWithExtras(const std::string& appId) {
     try {
         return TryLaunchWithExtras(appId);
     } catch (const std::exception& error) {
         record.Log(kError, "ProcessLaunchApp", "%s", error.what());
-        return false;
+    } catch (...) {
+        record.Log(kError, "ProcessLaunchApp", "unknown exception");
     }
+    return false;
 }
 
 bool Model::TryLaunchWithExtras(const std::string& appId) {

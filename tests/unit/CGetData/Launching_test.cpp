@@ -108,6 +108,14 @@ TEST(Launching, LaunchesNothingWhenTheSolutionMapCannotBeRead) {
     EXPECT_EQ(Set().log.back().priority, 6);
 }
 
+TEST(Launching, LetsNoExceptionOfTheSetPass) {
+    CGetData* device = Device();
+    Set().onCall = [](const std::string&) { throw 7; };
+    EXPECT_FALSE(device->ProcessLaunchApp("org.vesta.wizard"));
+    EXPECT_EQ(Set().log.back().message, "unknown exception");
+    EXPECT_EQ(Set().log.back().priority, 6);
+}
+
 TEST(Launching, GoesThroughCreateToDestroy) {
     Device()->ProcessLaunchApp("org.vesta.wizard");
     EXPECT_THAT(Set().calls,
