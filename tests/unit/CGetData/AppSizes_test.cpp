@@ -11,6 +11,7 @@
 
 #include "Agent.h"
 #include "CGetData.h"
+#include "Device.h"
 #include "Fakes.h"
 #include "Interposed.h"
 #include "PackageBus.h"
@@ -42,10 +43,7 @@ const std::string kResult = kFolder + "/appDataCacheSize_app";
 /// The object, with a clean log, and the agent's folders.
 CGetData* Device() {
     agent::MakeFolders();
-    CGetData* device = CGetData::GetInstance();
-    Set().log.clear();
-    Set().calls.clear();
-    return device;
+    return CleanDevice();
 }
 
 struct Found {

@@ -9,6 +9,7 @@
 
 #include "Agent.h"
 #include "CGetData.h"
+#include "Device.h"
 #include "Fakes.h"
 #include "Interposed.h"
 
@@ -37,10 +38,7 @@ const std::string kCreatedLine =
 /// The object, with a clean log, and the agent's folders.
 CGetData* Device() {
     agent::MakeFolders();
-    CGetData* device = CGetData::GetInstance();
-    Set().log.clear();
-    Set().calls.clear();
-    return device;
+    return CleanDevice();
 }
 
 /// Created, n times waiting, and what may follow.

@@ -6,6 +6,7 @@
 
 #include "Agent.h"
 #include "CGetData.h"
+#include "Device.h"
 #include "Fakes.h"
 
 using fakes::Set;
@@ -21,11 +22,7 @@ constexpr const char* kHeight = "com.norvik/featureconf/panel_resolution_height"
 constexpr const char* kDeskora = "com.norvik/featureconf/product.deskora_feature_support";
 
 CGetData* Device() {
-    CGetData* device = CGetData::GetInstance();
-    Set().log.clear();
-    Set().calls.clear();
-    Set().events.clear();
-    return device;
+    return CleanDevice();
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "Agent.h"
 #include "CGetData.h"
+#include "Device.h"
 #include "Fakes.h"
 
 using fakes::Set;
@@ -21,11 +22,7 @@ namespace {
 using Extras = std::vector<std::pair<std::string, std::string>>;
 
 CGetData* Device() {
-    CGetData* device = CGetData::GetInstance();
-    Set().log.clear();
-    Set().calls.clear();
-    Set().events.clear();
-    return device;
+    return CleanDevice();
 }
 
 void ExpectOneLaunch(const std::string& appId, const Extras& extras) {

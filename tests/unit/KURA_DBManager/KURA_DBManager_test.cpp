@@ -10,6 +10,7 @@
 
 #include "Database.h"
 #include "Fakes.h"
+#include "LogLines.h"
 
 using database::Query;
 using database::Value;
@@ -60,15 +61,7 @@ struct HandleAccess {
 
 template struct HandleAccess<&TCDBManager::m_handle>;
 
-/// The log since the last call, each line like "6 function: message".
-std::vector<std::string> TakeLog() {
-    std::vector<std::string> lines;
-    for (const fakes::LogLine& line : fakes::Set().log) {
-        lines.push_back(std::to_string(line.priority) + " " + line.function + ": " + line.message);
-    }
-    fakes::Set().log.clear();
-    return lines;
-}
+using fakes::TakeLog;
 
 std::string QueryLine(const std::string& query) {
     return "6 m_SqlExecute: m_SqlExecute query : " + query;

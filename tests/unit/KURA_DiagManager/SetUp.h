@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Fakes.h"
+#include "LogLines.h"
 #include "watchman.h"
 
 namespace setup {
@@ -37,16 +38,7 @@ inline void Install() {
     }
 }
 
-/// The log lines of these functions, in order, each "priority function: message".
-inline std::vector<std::string> Lines(std::initializer_list<std::string> functions) {
-    std::vector<std::string> lines;
-    for (const fakes::LogLine& line : fakes::Set().log) {
-        if (std::find(functions.begin(), functions.end(), line.function) != functions.end()) {
-            lines.push_back(std::to_string(line.priority) + " " + line.function + ": " + line.message);
-        }
-    }
-    return lines;
-}
+using fakes::Lines;
 
 inline void ForgetRecords() {
     fakes::Set().calls.clear();

@@ -16,6 +16,7 @@
 #include "KURA_MapToDBTable.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
+#include "LogLines.h"
 #include "watchman.h"
 
 namespace problems {
@@ -86,31 +87,8 @@ inline std::vector<std::string> CodesOf(const std::vector<KURA::MapToDBTable>& r
     return codes;
 }
 
-/// The log lines of these functions, in order, each "priority function: message".
-inline std::vector<std::string> Lines(std::initializer_list<std::string> functions) {
-    std::vector<std::string> lines;
-    for (const fakes::LogLine& line : fakes::Set().log) {
-        if (std::find(functions.begin(), functions.end(), line.function) != functions.end()) {
-            lines.push_back(std::to_string(line.priority) + " " + line.function + ": " + line.message);
-        }
-    }
-    return lines;
-}
-
-/// Calls, and the log lines of these functions, in order.
-inline std::vector<std::string> Events(std::initializer_list<std::string> functions) {
-    std::vector<std::string> chosen;
-    for (const std::string& event : fakes::Set().events) {
-        const bool isLog = event.rfind("log ", 0) == 0;
-        const bool isNamed = std::any_of(functions.begin(), functions.end(), [&](const std::string& name) {
-            return event.compare(6, name.size() + 1, name + ":") == 0;
-        });
-        if (!isLog || isNamed) {
-            chosen.push_back(event);
-        }
-    }
-    return chosen;
-}
+using fakes::Events;
+using fakes::Lines;
 
 inline void ForgetRecords() {
     fakes::Set().calls.clear();

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Fakes.h"
+#include "LogLines.h"
 
 namespace files {
 
@@ -52,19 +53,6 @@ inline void Install(const std::string& content) {
     fs::create_directories(kDatabaseFolder);
 }
 
-/// The calls and the log lines of the functions named, in order.
-inline std::vector<std::string> Events(std::initializer_list<std::string> functions) {
-    std::vector<std::string> chosen;
-    for (const std::string& event : fakes::Set().events) {
-        const bool isLog = event.rfind("log ", 0) == 0;
-        const bool isNamed = std::any_of(functions.begin(), functions.end(), [&](const std::string& name) {
-            return event.compare(6, name.size() + 1, name + ":") == 0;
-        });
-        if (!isLog || isNamed) {
-            chosen.push_back(event);
-        }
-    }
-    return chosen;
-}
+using fakes::Events;
 
 }  // namespace files

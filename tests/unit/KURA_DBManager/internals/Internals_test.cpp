@@ -10,6 +10,7 @@
 #include "Database.h"
 #include "Fakes.h"
 #include "KURA_DBManager.h"
+#include "LogLines.h"
 
 using database::Value;
 using testing::Contains;
@@ -25,14 +26,7 @@ TCDBManager& Manager() {
     return *TCDBManager::GetInstance();
 }
 
-std::vector<std::string> TakeLog() {
-    std::vector<std::string> lines;
-    for (const fakes::LogLine& line : fakes::Set().log) {
-        lines.push_back(std::to_string(line.priority) + " " + line.function + ": " + line.message);
-    }
-    fakes::Set().log.clear();
-    return lines;
-}
+using fakes::TakeLog;
 
 bool Insert(const std::string& code) {
     const std::vector<std::string> row = database::Problem(code);
