@@ -112,7 +112,8 @@ bool MayRead(std::size_t length) {
 
 int Execute(sqlite3* handle, const std::string& statement) {
     const int ready = IsInTransaction(handle) ? SQLITE_OK : PrepareTransaction(handle);
-    if (ready != SQLITE_OK) {
+    // In a damaged file the statement fails as well, and has its own error to tell.
+    if (ready != SQLITE_OK && ready != SQLITE_NOTADB && ready != SQLITE_CORRUPT) {
         return ready;
     }
     sqlite3_set_authorizer(handle, RefuseTransactions, nullptr);

@@ -50,14 +50,9 @@ void Store::Manager() {
     }
 }
 
-bool Store::IsNoDatabase() {
-    return sqlite3_exec(m_handle, "SELECT 1 FROM sqlite_master;", nullptr, nullptr, nullptr) == SQLITE_NOTADB;
-}
-
-bool Store::Execute(const std::string& query, bool blamesFile) {
+bool Store::Execute(const std::string& query) {
     m_record.Log(kError, "m_SqlExecute", "m_SqlExecute query : %s", query.c_str());
-    if (!(blamesFile && IsNoDatabase()) &&
-        sqlite3_exec(m_handle, query.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) {
+    if (sqlite3_exec(m_handle, query.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) {
         return true;
     }
     m_record.Log(kError, "m_SqlExecute", "ERROR: sql execute is fail!! ( %s )", sqlite3_errmsg(m_handle));
@@ -156,8 +151,7 @@ bool Store::Insert(const std::vector<std::string>& values) {
 bool Store::Delete(const std::string& issueCode) {
     Manager();
     m_record.Log(kError, "DeleteDB", "DeleteDB");
-    // Where the file is no database and the statement is faulty as well, the library tells of the file.
-    if (Execute(std::string("DELETE FROM ") + kTable + " WHERE issue_code='" + issueCode + "'", true)) {
+    if (Execute(std::string("DELETE FROM ") + kTable + " WHERE issue_code='" + issueCode + "'")) {
         return true;
     }
     m_record.Log(kError, "DeleteDB", "ERROR: %s column delete is fail!!", kTable);

@@ -50,9 +50,7 @@ public:
 
 private:
     void Manager();
-    /// blamesFile: a file that is no database is told of before a faulty statement.
-    bool Execute(const std::string& query, bool blamesFile = false);
-    bool IsNoDatabase();
+    bool Execute(const std::string& query);
     bool HasTable();
 
     Record& m_record;

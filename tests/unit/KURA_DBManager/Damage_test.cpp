@@ -68,6 +68,16 @@ TEST_F(Damage, OpensAFileThatIsNoDatabaseAndFailsAllThatFollows) {
     EXPECT_EQ(Read(database::kRemaining), junk);
 }
 
+TEST_F(Damage, TellsTheErrorOfTheStatementWhereTheFileIsNoDatabase) {
+    Write(database::kRemaining, std::string(5000, 'j'));
+    TCDBManager* manager = TCDBManager::GetInstance();
+    manager->OpenDB(EDB_REMAINING);
+    fakes::Set().log.clear();
+    EXPECT_FALSE(manager->DeleteDB("it's"));
+    manager->CloseDB();
+    EXPECT_THAT(SqlErrors(), ElementsAre(SqlError("near \"s\": syntax error")));
+}
+
 TEST_F(Damage, TakesAnEmptyFileForANewDatabase) {
     Write(database::kRemaining, "");
     std::vector<std::string> values;
