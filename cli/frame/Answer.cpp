@@ -17,8 +17,8 @@ namespace {
 
 int g_answer = STDOUT_FILENO;
 
-/// Ignores SIGPIPE, so that write() reports a reader that has gone. Only while the answer is written: programs
-/// started by this one would inherit it.
+/// Ignores SIGPIPE, so that write() reports a reader that has gone. Only while the answer is written:
+/// programs started by this one would inherit it.
 class NoPipeSignal {
 public:
     NoPipeSignal() {
