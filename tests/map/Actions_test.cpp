@@ -22,10 +22,10 @@ using kuramap::ValueUse;
 
 namespace {
 
-const fs::path kSource = KURA_SOURCE;
+const fs::path kProject = KURA_SOURCE;
 
 std::string ReadFile(const std::string& name) {
-    std::ifstream file(kSource / name, std::ios::binary);
+    std::ifstream file(kProject / name, std::ios::binary);
     EXPECT_TRUE(file) << name;
     return {std::istreambuf_iterator<char>(file), {}};
 }
