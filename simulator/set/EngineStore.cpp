@@ -8,6 +8,8 @@
 
 #include <sqlite3.h>
 
+#include "FileAccess.h"
+
 namespace kuraset {
 
 namespace fs = std::filesystem;
@@ -36,6 +38,9 @@ public:
         Require(result == SQLITE_OK);
         sqlite3_busy_timeout(m_handle.get(), 5000);
         if (access == Access::Write) {
+            if (WithoutSync::IsActive()) {
+                Run("PRAGMA synchronous=OFF");
+            }
             Run(createTable);
         }
     }

@@ -21,6 +21,8 @@ namespace {
 
 }  // namespace
 
+thread_local int WithoutSync::s_depth = 0;
+
 std::optional<std::string> ReadWhole(const std::filesystem::path& path) {
     Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
@@ -45,6 +47,13 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& path) {
     }
 }
 
+void SyncAll(const std::filesystem::path& folder) {
+    Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened || syncfs(opened.Number()) != 0) {
+        Refuse(folder, "write", errno);
+    }
+}
+
 void ReplaceWhole(const std::filesystem::path& path, const std::string& text) {
     static std::atomic<unsigned int> counter{0};
     const std::filesystem::path fresh =
@@ -54,7 +63,8 @@ void ReplaceWhole(const std::filesystem::path& path, const std::string& text) {
     if (!file) {
         Refuse(path, "write", errno);
     }
-    if (!WriteAll(file.Number(), text) || fsync(file.Number()) != 0 ||
+    const bool isSyncedLater = WithoutSync::IsActive();
+    if (!WriteAll(file.Number(), text) || (!isSyncedLater && fsync(file.Number()) != 0) ||
         rename(fresh.c_str(), path.c_str()) != 0) {
         const int error = errno;
         unlink(fresh.c_str());

@@ -156,12 +156,16 @@ SetDirectory SetDirectory::Create(const fs::path& path, const json& description,
     const SetDirectory set(fs::absolute(path, error).lexically_normal());
     MakeFolders(set.m_path);
     try {
-        MarkFormat(set.m_path, false);
-        set.Describe(description);
-        MakeFactoryState(set, settings);
-        if (fill) {
-            fill(set);
+        {
+            const WithoutSync untilMade;
+            MarkFormat(set.m_path, false);
+            set.Describe(description);
+            MakeFactoryState(set, settings);
+            if (fill) {
+                fill(set);
+            }
         }
+        SyncAll(set.m_path);
         MarkFormat(set.m_path, true);
     } catch (...) {
         RemoveContent(set.m_path, exists);
