@@ -20,11 +20,15 @@ namespace {
 
 using cli::ExitCode;
 
-int Fail(bool json, ExitCode code, const std::string& message) {
+int Fail(bool json, ExitCode code, const std::string& message, const char* kind = nullptr) {
     std::cerr << "kura: " << message << '\n';
     if (json) {
         try {
-            cli::PrintDocument(cli::ErrorDocument(code, message));
+            cli::Json document = cli::ErrorDocument(code, message);
+            if (kind != nullptr) {
+                document["error"]["kind"] = kind;
+            }
+            cli::PrintDocument(document);
         } catch (const cli::AnswerLost& lost) {
             if (!lost.ReaderLeft()) {
                 std::cerr << "kura: " << lost.what() << '\n';
@@ -44,6 +48,8 @@ int Answer(bool json, const std::function<int()>& make) {
         return make();
     } catch (const cli::AnswerLost& lost) {
         return lost.ReaderLeft() ? static_cast<int>(lost.Code()) : Fail(false, lost.Code(), lost.what());
+    } catch (const cli::NoSandbox& error) {
+        return Fail(json, error.Code(), error.what(), cli::kNoSandboxKind);
     } catch (const cli::VerbError& error) {
         return Fail(json, error.Code(), error.what());
     } catch (const kuraset::SetError& error) {

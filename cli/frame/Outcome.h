@@ -29,6 +29,13 @@ private:
     ExitCode m_code;
 };
 
+/// No verb that needs the library can run on this machine. The document's "kind" is then kNoSandboxKind.
+class NoSandbox : public VerbError {
+public:
+    using VerbError::VerbError;
+};
+constexpr const char* kNoSandboxKind = "no-sandbox";
+
 /// The document of a failure.
 Json ErrorDocument(ExitCode code, const std::string& message);
 

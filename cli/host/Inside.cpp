@@ -96,7 +96,7 @@ kurasandbox::SandboxOptions OptionsFor(const kuraset::SetDirectory& set,
 int RunSandbox(const kurasandbox::SandboxOptions& options) {
     const int status = kurasandbox::RunInSandbox(options);
     if (status == kurasandbox::kNoSandbox) {
-        throw VerbError(ExitCode::kFailed, "the sandbox could not be made (its reason is above)");
+        throw NoSandbox(ExitCode::kFailed, "the sandbox could not be made (its reason is above)");
     }
     if (status > 128) {
         throw VerbError(ExitCode::kFailed, "the run was cut off by signal " + std::to_string(status - 128));

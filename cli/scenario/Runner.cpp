@@ -43,6 +43,16 @@ void MakeKeepFolder(const RunOptions& options) {
     }
 }
 
+/// Throws ScenarioError when the machine lets no verb run, with what bubblewrap or the system said of it.
+void CheckSandbox(const Moment& moment) {
+    const Json error =
+        moment.answer.is_object() ? moment.answer.value("error", Json::object()) : Json::object();
+    if (error.value("kind", std::string()) == "no-sandbox") {
+        throw ScenarioError("no sandbox for the set can be made: " +
+                            moment.errors.substr(0, moment.errors.find('\n')));
+    }
+}
+
 }  // namespace
 
 Moment RunVerb(const kuraset::SetDirectory& set, const std::vector<std::string>& verb, const Json& expect,
@@ -63,6 +73,7 @@ Moment RunVerb(const kuraset::SetDirectory& set, const std::vector<std::string>&
         moment.answer = nullptr;
     }
     moment.errors = WithoutPlace(result.err, set.Path().string());
+    CheckSandbox(moment);
     return moment;
 }
 

@@ -127,6 +127,33 @@ TEST(Replay, KeepsLinksInTheSetFromLeadingOutOfIt) {
     EXPECT_TRUE(fs::is_empty(outside));
 }
 
+TEST(Replay, WithoutASandboxTheReasonIsTold) {
+    const Kura kura;
+    const std::string scenario = Write(kura, "good.json", Repair(35));
+    const fs::path bin = kura.Set().parent_path() / "bin";
+    fs::create_directory(bin);
+    command::WriteFile(bin / "bwrap",
+                       "#!/bin/sh\necho 'bwrap: No permissions to create new namespace' >&2\nexit 1\n");
+    fs::permissions(bin / "bwrap", fs::perms::owner_all);
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", (bin.string() + ":" + path).c_str(), 1);
+    const Answer text = kura.Run({"replay", scenario});
+    const Answer answer = kura.Run({"--json", "replay", scenario});
+    const Answer preview = kura.Run({"fix", "1001", "--preview"});
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(text.status, 1);
+    const std::string reason = "can be made: bwrap: No permissions to create new namespace";
+    EXPECT_THAT(text.out, testing::StartsWith("failed  "));
+    EXPECT_THAT(text.out, HasSubstr(reason));
+    EXPECT_EQ(answer.status, 1);
+    const json document = answer.Document();
+    EXPECT_EQ(document.at("summary").at("failed"), 1);
+    EXPECT_EQ(document.at("scenarios").at(0).at("result"), "failed");
+    EXPECT_THAT(document.at("scenarios").at(0).at("message").get<std::string>(), HasSubstr(reason));
+    EXPECT_EQ(preview.status, 1);
+    EXPECT_THAT(preview.err, HasSubstr(reason));
+}
+
 TEST(Replay, WithoutAFileIsAMistake) {
     const Kura kura;
     EXPECT_EQ(kura.Run({"--json", "replay"}).status, 64);
