@@ -10,7 +10,7 @@ namespace cli {
 
 namespace {
 
-constexpr std::chrono::seconds kVerbPatience{120};
+constexpr std::chrono::seconds kCopyPatience{120};
 
 }  // namespace
 
@@ -19,7 +19,7 @@ SetCopy::SetCopy(const kuraset::SetDirectory& set) {
     // Files keep their holes: an app of a gigabyte takes no room, and none in the copy.
     const auto result = scenario::RunProcess({"/bin/cp", "--archive", "--sparse=auto", "--reflink=auto",
                                               set.Path().string(), (m_folder.Path() / "set").string()},
-                                             m_folder.Path(), kVerbPatience);
+                                             m_folder.Path(), kCopyPatience);
     if (result.status != 0) {
         throw VerbError(ExitCode::kFailed,
                         "the set cannot be copied: " + result.err.substr(0, result.err.find('\n')));

@@ -2,15 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <stdexcept>
+#include <utility>
 
+#include "DiagnosisRun.h"
 #include "KURA_DiagResultManager.h"
-#include "KURA_MapToDBTable.h"
-#include "KURA_SO_Interface.h"
-#include "KURA_Storage.h"
 #include "host/Host.h"
-#include "map/Number32.h"
 
 namespace cli {
 
@@ -19,34 +15,21 @@ namespace {
 using KURA::KURA_Solution;
 using KURA::MapToDBTable;
 
-constexpr int kNoRecord = 4;
-
-std::int32_t EngineCode(const std::string& code) {
-    return kuramap::Number32::Read(code).Signed();
-}
-
 std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-KURA::KURA_DiagResultManager& Manager() {
-    return *KURA::KURA_DiagResultManager::GetInstance();
-}
-
-/// What the engine answered, in words.
-std::string ResultText(int result, const std::string& none) {
-    return result == kNoRecord ? none : "the engine failed with " + std::to_string(result);
-}
-
-/// The tests of one candidate, until one fails.
-class Tests {
+/// The conditions of one candidate, until one fails.
+class Conditions {
 public:
-    explicit Tests(std::string issue) { m_verdict.issue = std::move(issue); }
+    explicit Conditions(std::string issue) { m_verdict.issue = std::move(issue); }
 
     bool Add(const std::string& name, bool passed, const std::string& saw) {
-        m_verdict.tests.push_back({name, saw, passed});
+        m_verdict.conditions.push_back({name, saw, passed});
         return passed;
     }
+
+    bool Add(const Condition& condition) { return Add(condition.name, condition.passed, condition.saw); }
 
     Verdict Take(bool isListed) {
         m_verdict.isListed = isListed;
@@ -57,174 +40,138 @@ private:
     Verdict m_verdict;
 };
 
-/// What the library holds after it has read the document.
-struct LoadedMap {
-    unsigned int count = 0;
-    std::vector<KURA_Solution> solutions;
-    std::string failure;        ///< why it holds nothing new
-    std::string engineFailure;  ///< why no diagnosis comes to its end
-};
-
-LoadedMap Load() {
-    LoadedMap map;
-    try {
-        ParseSolutionMap();
-    } catch (const std::out_of_range& error) {
-        map.failure = "the map cannot be loaded: a value stands before its first solution";
-        return map;
-    }
-    KURA::TCInformationStorage::Instance()->GetSolutionInformation(map.count, map.solutions);
-    return map;
-}
-
-bool TestSource(Tests& tests, const std::string& source) {
+std::string SourceText(const std::string& source) {
     const HostFacts& facts = TheHost().Facts();
-    return tests.Add("source", Manager().CheckSourceType(source.c_str()),
-                     "source " + Quoted(source) + "; the input is " + std::to_string(facts.currentSource) +
-                         ", the channel type " + std::to_string(facts.channelType));
+    return "source " + Quoted(source) + "; the input is " + std::to_string(facts.currentSource) +
+           ", the channel type " + std::to_string(facts.channelType);
 }
 
-/// The engine saw the issue appear; time becomes when.
-bool TestAppeared(Tests& tests, std::int32_t code, _WMInfDBRecord& first) {
-    std::vector<_WMInfDBRecord> records;
-    const int result = GetInferenceDB(code, WM_TRANSITION_TYPE_TRUE, records);
-    if (result != 0) {
-        return tests.Add("appeared", false, ResultText(result, "the engine has not seen it appear"));
-    }
-    if (records.empty()) {
-        return tests.Add("appeared", false, "the engine answered without a record");
-    }
-    first = records.front();
-    return tests.Add("appeared", true, "the engine saw it appear at " + first.lastUpdateTime);
+/// The filters see nothing but source and viewer, so that rows of one issue which share both share their
+/// fate.
+bool IsShown(const DiagnosisRun& run, const KURA_Solution& solution) {
+    return std::any_of(run.shown.begin(), run.shown.end(), [&solution](const MapToDBTable& row) {
+        return row.issue_code == solution.issue_code && row.source == solution.source &&
+               row.view_authority == solution.view_authority;
+    });
 }
 
-/// The engine has not seen the issue go after seenAt. In doubt it is still there.
-bool TestStillThere(Tests& tests, std::int32_t code, const std::string& seenAt) {
-    std::vector<_WMInfDBRecord> records;
-    const int result = GetInferenceDB(code, WM_TRANSITION_TYPE_FALSE, records);
-    if (result != 0) {
-        return tests.Add("still there", true, ResultText(result, "the engine has not seen it go"));
-    }
-    if (records.empty()) {
-        return tests.Add("still there", true, "the engine answered without a record");
-    }
-    const std::string& goneAt = records.front().lastUpdateTime;
-    const bool isGone = goneAt > seenAt;
-    return tests.Add("still there", !isGone,
-                     "seen to go at " + goneAt + (isGone ? ", after " : ", not after ") + seenAt);
+bool IsShown(const DiagnosisRun& run, const MapToDBTable& kept) {
+    return std::any_of(run.shown.begin(), run.shown.end(), [&kept](const MapToDBTable& row) {
+        return row.issue_code == kept.issue_code && row.source == kept.source;
+    });
 }
 
-/// No solution was applied since the issue appeared.
-bool TestUnsolved(Tests& tests, std::int32_t code, const _WMInfDBRecord& first) {
-    _WMSolDBRecord record{0, 0, 0, 0, ""};
-    const int result = GetSolutionDB(code, record);
-    if (record.issue_code != first.issue_code) {
-        return tests.Add("unsolved", true,
-                         result == 0 ? "the engine's solution is for another issue"
-                                     : ResultText(result, "no solution is on record"));
+/// The diagnosis came to its end.
+bool AddRun(Conditions& conditions, const DiagnosisRun& run) {
+    if (!run.engineFailure.empty()) {
+        return conditions.Add("run", false, run.engineFailure);
     }
-    const std::string times =
-        "solution recorded at " + record.registerTime + ", appeared at " + first.lastUpdateTime;
-    if (first.lastUpdateTime > record.registerTime) {
-        return tests.Add("unsolved", true, times + ": it came back");
-    }
-    if (record.isApply == 0) {
-        return tests.Add("unsolved", true, times + ", but never applied");
-    }
-    return tests.Add("unsolved", false, times + ", and applied");
-}
-
-/// A diagnosis comes to its end.
-bool TestRun(Tests& tests, const LoadedMap& map, const std::string& count, const std::string& size) {
-    if (!map.engineFailure.empty()) {
-        return tests.Add("run", false, map.engineFailure);
-    }
-    const std::string numbers = "the map declares " + count + " and holds " + size;
-    const bool isWhole = map.count <= map.solutions.size();
-    return tests.Add("run", isWhole, isWhole ? numbers : numbers + ": every diagnosis breaks off");
+    const std::string numbers = "the map declares " + std::to_string(run.declared) + " and holds " +
+                                std::to_string(run.solutions.size());
+    return conditions.Add("run", !run.isBrokenOff,
+                          run.isBrokenOff ? numbers + ": every diagnosis breaks off" : numbers);
 }
 
 /// Entry number `number` of the map, from 1.
-Verdict ExplainEntry(const LoadedMap& map, std::size_t number) {
-    const KURA_Solution& solution = map.solutions[number - 1];
-    Tests tests(solution.issue_code);
-    const std::string size = std::to_string(map.solutions.size());
-    const std::string count = std::to_string(map.count);
-    tests.Add("in the map", true, "solution " + std::to_string(number) + " of " + size);
-    if (!TestRun(tests, map, count, size) ||
-        !tests.Add("declared count", number <= map.count, "the first " + count + " are evaluated") ||
-        !tests.Add("foreground", solution.is_fg_bg != "bg", "is_fg_bg " + Quoted(solution.is_fg_bg))) {
-        return tests.Take(false);
+Verdict ExplainEntry(const DiagnosisRun& run, const std::vector<Evaluation>& evaluations,
+                     std::size_t number) {
+    const KURA_Solution& solution = run.solutions[number - 1];
+    Conditions conditions(solution.issue_code);
+    conditions.Add("in the map", true,
+                   "solution " + std::to_string(number) + " of " + std::to_string(run.solutions.size()));
+    if (!AddRun(conditions, run) ||
+        !conditions.Add("declared count", number <= evaluations.size(),
+                        "the first " + std::to_string(evaluations.size()) + " are evaluated")) {
+        return conditions.Take(false);
     }
-    const std::int32_t code = EngineCode(solution.issue_code);
-    _WMInfDBRecord first{};
-    const bool isListed = TestAppeared(tests, code, first) &&
-                          TestStillThere(tests, code, first.lastUpdateTime) &&
-                          TestUnsolved(tests, code, first) && TestSource(tests, solution.source) &&
-                          tests.Add("viewer", Manager().CheckViewType(solution.view_authority.c_str()),
-                                    "view_authority " + Quoted(solution.view_authority));
-    return tests.Take(isListed);
+    const Evaluation& evaluation = evaluations[number - 1];
+    conditions.Add("foreground", !evaluation.isBackground, "is_fg_bg " + Quoted(solution.is_fg_bg));
+    for (const Condition& condition : evaluation.conditions) {
+        conditions.Add(condition);
+    }
+    if (!evaluation.isFound) {
+        return conditions.Take(false);
+    }
+    const bool isListed = IsShown(run, solution);
+    // The library does not log which of its two filters held a row back: it is asked once more.
+    auto& filters = *KURA::KURA_DiagResultManager::GetInstance();
+    if (conditions.Add("source", isListed || filters.CheckSourceType(solution.source.c_str()),
+                       SourceText(solution.source))) {
+        conditions.Add("viewer", isListed, "view_authority " + Quoted(solution.view_authority));
+    }
+    return conditions.Take(isListed);
 }
 
-Verdict NotFound(const std::string& code, const std::string& test, const std::string& saw) {
-    Tests tests(code);
-    tests.Add(test, false, saw);
-    return tests.Take(false);
+Verdict NotFound(const std::string& code, const std::string& condition, const std::string& saw) {
+    Conditions conditions(code);
+    conditions.Add(condition, false, saw);
+    return conditions.Take(false);
 }
 
-std::vector<Verdict> ExplainStart(const LoadedMap& map, const std::string& code) {
+std::vector<Verdict> ExplainStart(const DiagnosisRun& run, const std::string& code) {
+    const std::vector<Evaluation> evaluations = EvaluationsOf(run.journal);
     std::vector<Verdict> verdicts;
-    for (std::size_t i = 0; i < map.solutions.size(); ++i) {
-        if (code.empty() || map.solutions[i].issue_code == code) {
-            verdicts.push_back(ExplainEntry(map, i + 1));
+    for (std::size_t i = 0; i < run.solutions.size(); ++i) {
+        if (code.empty() || run.solutions[i].issue_code == code) {
+            verdicts.push_back(ExplainEntry(run, evaluations, i + 1));
         }
     }
     if (verdicts.empty() && !code.empty()) {
-        verdicts.push_back(
-            NotFound(code, "in the map", map.failure.empty() ? "the map has no such issue" : map.failure));
+        verdicts.push_back(NotFound(code, "in the map",
+                                    run.mapFailure.empty() ? "the map has no such issue" : run.mapFailure));
     }
     return verdicts;
 }
 
-/// The engine is asked again only about these.
-bool IsOnDemand(std::int32_t code) {
-    return code >= 10000000 && code < 20000000;
+/// What the library did about the row's going, in words.
+std::string GoingText(const Examination& examination, bool isKept) {
+    std::string saw =
+        examination.isOnDemand ? examination.saw : "no on-demand code, so the engine is not asked again";
+    if (isKept && examination.isRemoved) {
+        saw += ", but the store does not remove it";
+    } else if (!isKept && !examination.isRemoved) {
+        saw += ", but removed with another entry of the issue";
+    }
+    return saw;
 }
 
-Verdict ExplainRow(const LoadedMap& map, const MapToDBTable& row, bool isWhole) {
-    Tests tests(row.issue_code);
-    tests.Add("kept", true, "kept as unfixed, seen at " + row.last_time);
-    const std::string stop = map.failure.empty() ? map.engineFailure : map.failure;
-    if (!tests.Add("run", stop.empty(), stop.empty() ? "the engine delivers" : stop)) {
-        return tests.Take(false);
+Verdict ExplainRow(const DiagnosisRun& run, const HomeRun& home, std::size_t place) {
+    const MapToDBTable& row = run.kept[place];
+    Conditions conditions(row.issue_code);
+    conditions.Add("kept", true, "kept as unfixed, seen at " + row.last_time);
+    const std::string& stop = run.mapFailure.empty() ? run.engineFailure : run.mapFailure;
+    if (!conditions.Add("run", stop.empty(), stop.empty() ? "the engine delivers" : stop) ||
+        !conditions.Add(
+            "store", !home.isDamaged,
+            home.isDamaged ? "the store holds a damaged row: nothing is shown" : "the store reads well")) {
+        return conditions.Take(false);
     }
-    if (!tests.Add("store", isWhole,
-                   isWhole ? "the store reads well" : "the store holds a damaged row: nothing is shown")) {
-        return tests.Take(false);
+    const bool isKept = std::any_of(run.after.begin(), run.after.end(), [&row](const MapToDBTable& kept) {
+        return kept.issue_code == row.issue_code;
+    });
+    const Examination examination = place < home.rows.size() ? home.rows[place] : Examination();
+    if (!conditions.Add("still there", isKept, GoingText(examination, isKept))) {
+        return conditions.Take(false);
     }
-    const std::int32_t code = EngineCode(row.issue_code);
-    const bool isThere = IsOnDemand(code) ? TestStillThere(tests, code, row.last_time)
-                                          : tests.Add("still there", true,
-                                                      "no on-demand code, so the engine is not asked again");
-    return tests.Take(isThere && TestSource(tests, row.source));
+    const bool isListed = IsShown(run, row);
+    conditions.Add("source", isListed, SourceText(row.source));
+    return conditions.Take(isListed);
 }
 
-std::vector<Verdict> ExplainHome(const LoadedMap& map, const std::string& code) {
-    const bool isWhole = Manager().LoadRemainingProblems();
-    std::vector<MapToDBTable> rows;
-    Manager().GetRemainingTable(rows);
+std::vector<Verdict> ExplainHome(const DiagnosisRun& run, const std::string& code) {
+    const HomeRun home = HomeRunOf(run.journal);
     std::vector<Verdict> verdicts;
     const auto isKnown = [&verdicts](const std::string& issue) {
         return std::any_of(verdicts.begin(), verdicts.end(),
                            [&issue](const Verdict& verdict) { return verdict.issue == issue; });
     };
-    for (const MapToDBTable& row : rows) {
-        if (code.empty() || row.issue_code == code) {
-            verdicts.push_back(ExplainRow(map, row, isWhole));
+    for (std::size_t i = 0; i < run.kept.size(); ++i) {
+        if (code.empty() || run.kept[i].issue_code == code) {
+            verdicts.push_back(ExplainRow(run, home, i));
         }
     }
     const std::string saw = "not among the unfixed problems that the last diagnosis left";
-    for (const KURA_Solution& solution : map.solutions) {
+    for (const KURA_Solution& solution : run.solutions) {
         if (code.empty() && !isKnown(solution.issue_code)) {
             verdicts.push_back(NotFound(solution.issue_code, "kept", saw));
         }
@@ -237,22 +184,21 @@ std::vector<Verdict> ExplainHome(const LoadedMap& map, const std::string& code) 
 
 }  // namespace
 
-std::vector<Verdict> Explain(ProblemList list, const std::string& code, const std::string& engineFailure) {
-    LoadedMap map = Load();
-    map.engineFailure = engineFailure;
-    return list == ProblemList::kStart ? ExplainStart(map, code) : ExplainHome(map, code);
+std::vector<Verdict> Explain(const kuraset::SetDirectory& set, ProblemList list, const std::string& code) {
+    const DiagnosisRun run = RunDiagnosis(set, list);
+    return list == ProblemList::kStart ? ExplainStart(run, code) : ExplainHome(run, code);
 }
 
 Json ToJson(const std::vector<Verdict>& verdicts) {
     Json documents = Json::array();
     for (const Verdict& verdict : verdicts) {
         Json tests = Json::array();
-        for (const Test& test : verdict.tests) {
-            tests.push_back({{"test", test.name}, {"passed", test.passed}, {"saw", test.saw}});
+        for (const Condition& condition : verdict.conditions) {
+            tests.push_back({{"test", condition.name}, {"passed", condition.passed}, {"saw", condition.saw}});
         }
         documents.push_back({{"issue_code", verdict.issue},
                              {"listed", verdict.isListed},
-                             {"decided_by", verdict.tests.back().name},
+                             {"decided_by", verdict.conditions.back().name},
                              {"tests", std::move(tests)}});
     }
     return documents;

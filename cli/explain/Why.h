@@ -1,12 +1,13 @@
-// Why an issue is, or is not, on a list: every test that decides it, in the order in which the library makes
-// them, with the values that it saw. The library says all this in its log only; here the same questions are
-// asked of the same engine, the same map and the same store.
+// Why an issue is, or is not, on a list: every condition that decides it, in the order in which the library
+// looks at them, with the values that it saw. The library makes the list on a throw-away copy of the set;
+// what it asked the engine, what it logged and what the screen received is told here.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "frame/Outcome.h"
+#include "set/KuraSet.h"
 
 namespace cli {
 
@@ -14,8 +15,8 @@ namespace cli {
 /// unfixed.
 enum class ProblemList { kStart, kHome };
 
-/// One test: its name, what was seen, and whether the issue passed.
-struct Test {
+/// What the issue has to fulfil, what was seen, and whether the issue passed.
+struct Condition {
     std::string name;
     std::string saw;
     bool passed = true;
@@ -25,12 +26,12 @@ struct Test {
 struct Verdict {
     std::string issue;
     bool isListed = false;
-    std::vector<Test> tests;  ///< the last one decides
+    std::vector<Condition> conditions;  ///< the last one decides
 };
 
-/// Reads map, engine and store of this process's set. Empty code: every issue of the map and of the store.
-/// engineFailure: why no list comes at all, whatever it would hold; empty when one comes.
-std::vector<Verdict> Explain(ProblemList list, const std::string& code, const std::string& engineFailure);
+/// Has the library make the list on this process's set, which is a throw-away copy, and tells of the issue.
+/// Empty code: every issue of the map and of the store. To be called once in a process.
+std::vector<Verdict> Explain(const kuraset::SetDirectory& set, ProblemList list, const std::string& code);
 
 Json ToJson(const std::vector<Verdict>& verdicts);
 

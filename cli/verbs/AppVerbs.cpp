@@ -1,10 +1,16 @@
 // Installed applications: inventory, one application's sizes, and the clean-up of one application.
 #include <algorithm>
+#include <cstddef>
+#include <functional>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "CGetData.h"
 #include "Verbs.h"
+#include "explain/LibraryLog.h"
+#include "explain/MeasuredSizes.h"
 #include "frame/Progress.h"
 #include "frame/Sizes.h"
 #include "frame/Table.h"
@@ -31,40 +37,83 @@ AppIds FindApp(const kuraset::SetDirectory& set, const std::string& id) {
     throw VerbError(ExitCode::kNoSuchItem, "no such application: " + id);
 }
 
-Json AppToJson(const KURA::AppStorageInfo& app) {
-    return {{"title", app.title},        {"total_size", app.totalSize},  {"package_id", app.packageId},
+Json AppToJson(const KURA::AppStorageInfo& app, const Json& total) {
+    return {{"title", app.title},        {"total_size", total},          {"package_id", app.packageId},
             {"app_id", app.appId},       {"entry_id", app.entryId},      {"has_icon", app.hasIcon},
             {"icon_path", app.iconPath}, {"attribute1", app.attribute1}, {"attribute2", app.attribute2},
             {"flag", app.flag},          {"attribute3", app.attribute3}};
+}
+
+std::string SizeOrUnknown(const Json& size) {
+    return size.is_null() ? "unknown" : SizeText(size);
+}
+
+/// The answer, which is a failure where figures are unknown.
+Outcome FiguresOutcome(const Json& document, const std::function<void()>& print,
+                       const std::vector<Unmeasured>& reasons) {
+    if (reasons.empty()) {
+        return {document, print};
+    }
+    std::string message = "not every size could be measured: ";
+    for (const Unmeasured& unmeasured : reasons) {
+        message += (&unmeasured == &reasons.front() ? "" : "; ") + unmeasured.reason;
+    }
+    std::cerr << "kura: " << message << '\n';
+    Json failed = ErrorDocument(reasons.front().code, message);
+    failed.update(document);
+    return {failed, print, reasons.front().code};
+}
+
+/// Throws VerbError when the library could not list the applications.
+void CheckList(const std::vector<nlohmann::json>& journal) {
+    for (const auto& entry : journal) {
+        if (Says(entry, Line::kAppListFailed)) {
+            throw VerbError(ExitCode::kFailed, "the set did not tell its applications");
+        }
+        if (Says(entry, Line::kNoPackageClient)) {
+            throw VerbError(ExitCode::kNoAnswer, "the package manager is not there");
+        }
+    }
+}
+
+void MeasureList() {
+    const Progress progress([] {
+        return "applications: " + std::to_string(ThePoolCount().finished) + " of " +
+               std::to_string(ThePoolCount().posted);
+    });
+    KURA::CGetData::GetInstance()->sendAppList();
 }
 
 Outcome Apps(const Session& session) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
+    MeasureList();
+    const auto journal = JournalSince(set, before);
+    CheckList(journal);
+    MeasuredSizes sizes(journal);
     auto* data = KURA::CGetData::GetInstance();
-    {
-        const Progress progress([] {
-            return "applications: " + std::to_string(ThePoolCount().finished) + " of " +
-                   std::to_string(ThePoolCount().posted);
-        });
-        data->sendAppList();
+    Json apps = Json::array();
+    for (const auto& app : data->m_GetAppsDataStructure()) {
+        apps.push_back(AppToJson(app, sizes.TotalInList(app.appId, app.packageId, app.totalSize)));
     }
-    auto apps = data->m_GetAppsDataStructure();
-    std::stable_sort(apps.begin(), apps.end(),
-                     [](const auto& a, const auto& b) { return a.totalSize > b.totalSize; });
-    Json document = {{"count", data->m_GetAppsCount()}, {"apps", Json::array()}};
-    for (const auto& app : apps) {
-        document["apps"].push_back(AppToJson(app));
-    }
-    return {document, [document] {
-                Table table({{"SIZE", Table::Align::kRight}, {"TITLE"}, {"APP ID"}, {"ICON"}});
-                for (const Json& app : document.at("apps")) {
-                    table.AddRow({SizeText(app.at("total_size")), app.at("title"), app.at("app_id"),
-                                  app.at("icon_path")});
-                }
-                table.Print();
-            }};
+    // The unknown ones come last.
+    std::stable_sort(apps.begin(), apps.end(), [](const Json& a, const Json& b) {
+        const Json& left = a.at("total_size");
+        const Json& right = b.at("total_size");
+        return !left.is_null() && (right.is_null() || left > right);
+    });
+    const Json document = {{"count", data->m_GetAppsCount()}, {"apps", apps}};
+    const auto print = [document] {
+        Table table({{"SIZE", Table::Align::kRight}, {"TITLE"}, {"APP ID"}, {"ICON"}});
+        for (const Json& app : document.at("apps")) {
+            table.AddRow({SizeOrUnknown(app.at("total_size")), app.at("title"), app.at("app_id"),
+                          app.at("icon_path")});
+        }
+        table.Print();
+    };
+    return FiguresOutcome(document, print, sizes.Reasons());
 }
 
 Outcome OneApp(const Session& session, const std::string& id) {
@@ -72,22 +121,27 @@ Outcome OneApp(const Session& session, const std::string& id) {
     const AppIds ids = FindApp(set, id);
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
     auto* data = KURA::CGetData::GetInstance();
     if (data->sendAppData(ids.package.c_str(), ids.app.c_str()) == 0) {
         throw VerbError(ExitCode::kNoAnswer, "the package manager is not there");
     }
+    MeasuredSizes sizes(JournalSince(set, before));
+    const Figures figures = sizes.OfOne(
+        ids.app, {data->m_GetTotalSizeOfApp(), data->m_GetDataSizeOfApp(), data->m_GetCacheSizeOfApp()});
     const Json document = {{"app_id", ids.app},
                            {"package_id", ids.package},
-                           {"total_size", data->m_GetTotalSizeOfApp()},
-                           {"data_size", data->m_GetDataSizeOfApp()},
-                           {"cache_size", data->m_GetCacheSizeOfApp()}};
-    return {document, [document] {
-                Table table({{"WHAT"}, {"SIZE", Table::Align::kRight}});
-                table.AddRow({"total", SizeText(document.at("total_size"))});
-                table.AddRow({"data", SizeText(document.at("data_size"))});
-                table.AddRow({"cache", SizeText(document.at("cache_size"))});
-                table.Print();
-            }};
+                           {"total_size", figures.total},
+                           {"data_size", figures.data},
+                           {"cache_size", figures.cache}};
+    const auto print = [document] {
+        Table table({{"WHAT"}, {"SIZE", Table::Align::kRight}});
+        table.AddRow({"total", SizeOrUnknown(document.at("total_size"))});
+        table.AddRow({"data", SizeOrUnknown(document.at("data_size"))});
+        table.AddRow({"cache", SizeOrUnknown(document.at("cache_size"))});
+        table.Print();
+    };
+    return FiguresOutcome(document, print, sizes.Reasons());
 }
 
 Outcome Done(const std::string& what, const AppIds& ids, Json answer = nullptr) {

@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -13,6 +14,7 @@
 #include "KURA_DiagResultManager.h"
 #include "KURA_Storage.h"
 #include "Verbs.h"
+#include "explain/LibraryLog.h"
 #include "host/AgentAnswer.h"
 #include "host/Host.h"
 #include "host/HostSetUp.h"
@@ -176,8 +178,15 @@ Outcome Page(const Session& session, const DiagnosisOptions& options) {
     }
     const auto set = session.OpenSet();
     SetUpHost(set);
+    const std::size_t before = set.ReadJournal().size();
     std::string target = options.target;
     const std::string page = DiagManager().StartSelfDiagnosis(target.data());
+    for (const auto& entry : JournalSince(set, before)) {
+        if (entry.value("kind", nlohmann::json()) == "launch" && entry.value("result", 0) != 0) {
+            throw VerbError(ExitCode::kFailed,
+                            "the set refused to launch " + Shown(ToDocument(entry.at("app"))));
+        }
+    }
     const Json document = {{"target", options.target}, {"page", page}};
     return {
         document, [page] {
@@ -198,6 +207,7 @@ Outcome Optimize(const Session& session) {
     if (result != 0) {
         throw VerbError(ExitCode::kNoAnswer, "the memory boost could not be requested (see kura log)");
     }
+    AwaitAgent(set, before, "CleanAll.txt");
     AwaitAgent(set, before, "memBoost");
     return {{{"deep_clean", "done"}, {"memory_boost", "done"}},
             [] { std::cout << "deep clean and memory boost done\n"; }};

@@ -1,15 +1,21 @@
 // Applying a solution and launching: the verbs answer with what the set was asked to do, read back from its
 // journal.
 #include <cstddef>
-#include <filesystem>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "CGetData.h"
 #include "KURA_SO_Interface.h"
 #include "KURA_Storage.h"
 #include "Verbs.h"
+#include "explain/LibraryLog.h"
 #include "explain/Preview.h"
+#include "explain/RepairSteps.h"
 #include "frame/Table.h"
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
@@ -25,13 +31,12 @@ struct RepairOptions {
     std::string app;
 };
 
-/// What the set was asked to do since the journal held `before` entries; the log is left out.
-Json RequestsSince(const kuraset::SetDirectory& set, std::size_t before) {
+/// What the set was asked to do; the log is left out.
+Json RequestsOf(const std::vector<nlohmann::json>& entries) {
     Json requests = Json::array();
-    const auto entries = set.ReadJournal();
-    for (std::size_t i = before; i < entries.size(); ++i) {
-        if (entries[i].value("kind", std::string()) != "log") {
-            requests.push_back(ToDocument(entries[i]));
+    for (const auto& entry : entries) {
+        if (entry.value("kind", std::string()) != "log") {
+            requests.push_back(ToDocument(entry));
         }
     }
     return requests;
@@ -63,47 +68,92 @@ void PrintRequests(const Json& requests) {
     table.Print();
 }
 
+struct FailedStep {
+    ExitCode code;
+    std::string text;
+};
+
+/// The steps that failed, by solution.
+std::multimap<std::size_t, FailedStep> FailuresOf(const std::vector<RepairStep>& steps) {
+    std::multimap<std::size_t, FailedStep> failures;
+    for (const RepairStep& step : steps) {
+        if (const auto code = FailureOf(step.document)) {
+            failures.insert({step.solution, {*code, StepText(step.document)}});
+        }
+    }
+    return failures;
+}
+
+Json FailureDocument(const std::string& code, const std::multimap<std::size_t, FailedStep>& failures) {
+    std::string message = "the repair of issue " + code + " failed: ";
+    for (auto failure = failures.begin(); failure != failures.end(); ++failure) {
+        message += (failure == failures.begin() ? "" : "; ") + failure->second.text;
+    }
+    return ErrorDocument(failures.begin()->second.code, message);
+}
+
+void PrintSolutions(const Json& solutions, const std::multimap<std::size_t, FailedStep>& failures) {
+    for (std::size_t i = 0; i < solutions.size(); ++i) {
+        const auto [first, last] = failures.equal_range(i);
+        std::cout << (first == last ? "Applied " : "Failed ")
+                  << solutions[i].at("sol_type").get<std::string>() << ' '
+                  << solutions[i].at("sol_name").get<std::string>() << '\n';
+        for (auto failure = first; failure != last; ++failure) {
+            std::cout << "  " << failure->second.text << '\n';
+        }
+    }
+}
+
+void ApplySolutions(const std::string& code, bool background, Json& document) {
+    if (!background) {
+        RequestApplySolution(code.c_str());
+        return;
+    }
+    WMSolutionParams record{};
+    RequestApplySolution_BG(code.c_str(), &record);
+    document["record"] = {{"issue_code", record.issueCode},
+                          {"solution_code", record.solutionCode},
+                          {"solution_type", record.solutionType},
+                          {"started", record.started}};
+}
+
+Json SolutionsOf(const std::string& code) {
+    ParseSolutionMap();
+    std::vector<KURA::KURA_Solution> solutions;
+    KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(code, solutions);
+    if (solutions.empty()) {
+        throw VerbError(ExitCode::kNoSuchItem, "the solution map has no issue " + code);
+    }
+    Json documents = Json::array();
+    for (const auto& solution : solutions) {
+        documents.push_back(SolutionToJson(solution));
+    }
+    return documents;
+}
+
 Outcome Fix(const Session& session, const RepairOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
-    ParseSolutionMap();
-    std::vector<KURA::KURA_Solution> solutions;
-    KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(options.code, solutions);
-    if (solutions.empty()) {
-        throw VerbError(ExitCode::kNoSuchItem, "the solution map has no issue " + options.code);
-    }
+    Json document = {{"issue_code", options.code},
+                     {"background", options.background},
+                     {"solutions", SolutionsOf(options.code)}};
+    Repair repair{options.code, document.at("solutions"), ToDocument(set.ListSettings()), {}};
     const std::size_t before = set.ReadJournal().size();
-    Json document = {
-        {"issue_code", options.code}, {"background", options.background}, {"solutions", Json::array()}};
-    if (options.background) {
-        WMSolutionParams record{};
-        RequestApplySolution_BG(options.code.c_str(), &record);
-        document["record"] = {{"issue_code", record.issueCode},
-                              {"solution_code", record.solutionCode},
-                              {"solution_type", record.solutionType},
-                              {"started", record.started}};
-    } else {
-        RequestApplySolution(options.code.c_str());
+    ApplySolutions(options.code, options.background, document);
+    const auto failures = FailuresOf(SettledSteps(set, before, repair));
+    document["requests"] = RequestsOf(repair.journal);
+    const auto print = [document, failures] {
+        PrintSolutions(document.at("solutions"), failures);
+        PrintRequests(document.at("requests"));
+    };
+    if (failures.empty()) {
+        return {document, print};
     }
-    for (const auto& solution : solutions) {
-        document["solutions"].push_back(SolutionToJson(solution));
-        if (solution.sol_type == "CMD") {
-            AwaitAgent(set, before, "runCmdNativeApps");
-        }
-        // The library is content when the trigger has gone; the agent still has to say what it did.
-        if (solution.sol_name == "performDeepClean" && !std::filesystem::exists(kDeepCleanTrigger)) {
-            AwaitAgent(set, before, "CleanAll.txt");
-        }
-    }
-    document["requests"] = RequestsSince(set, before);
-    return {document, [document] {
-                for (const Json& solution : document.at("solutions")) {
-                    std::cout << "Applied " << solution.at("sol_type").get<std::string>() << ' '
-                              << solution.at("sol_name").get<std::string>() << '\n';
-                }
-                PrintRequests(document.at("requests"));
-            }};
+    Json failed = FailureDocument(options.code, failures);
+    std::cerr << "kura: " << failed.at("error").at("message").get<std::string>() << '\n';
+    failed.update(document);
+    return {failed, print, failures.begin()->second.code};
 }
 
 Outcome Preview(const Session& session, const RepairOptions& options) {
@@ -125,7 +175,7 @@ Outcome Launch(const Session& session, const RepairOptions& options) {
     if (!KURA::CGetData::GetInstance()->ProcessLaunchApp(options.app.c_str())) {
         throw VerbError(ExitCode::kFailed, "the set refused to launch " + options.app);
     }
-    const Json document = {{"app", options.app}, {"requests", RequestsSince(set, before)}};
+    const Json document = {{"app", options.app}, {"requests", RequestsOf(JournalSince(set, before))}};
     return {document, [document] { PrintRequests(document.at("requests")); }};
 }
 

@@ -1,5 +1,6 @@
 // The storage screen: partition and flash figures, the device's state, deep clean and memory boost.
 #include <chrono>
+#include <cstddef>
 #include <iostream>
 #include <memory>
 
@@ -19,11 +20,13 @@ namespace {
 void PrintStorage(const Json& document) {
     const auto total = document.at("opt").at("total").get<long long>();
     const auto used = document.at("opt").at("used").get<long long>();
-    const auto flash = document.at("flash").at("total").get<long long>();
-    const auto system = document.at("flash").at("system_used").get<long long>();
+    const Json& flash = document.at("flash").at("total");
     Table table({{"WHAT"}, {"USED", Table::Align::kRight}, {"OF", Table::Align::kRight}, {""}});
     table.AddRow({"/opt", SizeText(used), SizeText(total), Bar(used, total)});
-    if (flash > 0) {
+    if (flash.is_null()) {
+        table.AddRow({"system", "unknown", "unknown", ""});
+    } else {
+        const auto system = document.at("flash").at("system_used").get<long long>();
         table.AddRow({"system", SizeText(system), SizeText(flash), Bar(system, flash)});
     }
     table.Print();
@@ -35,11 +38,14 @@ Outcome Storage(const Session& session) {
     data->m_CalculateTotalSizeOfSystem();
     data->sendFlashSize();
     long long flash = 0;
-    KURA::getTotalSize(&flash);
+    // Without the size of the flash part the library takes it for 0.
+    const bool isFlashKnown = KURA::getTotalSize(&flash) == 0;
     const long long total = data->m_GetTotalOptSize();
     const long long used = data->m_GetUsedSize();
     const Json document = {{"opt", {{"total", total}, {"used", used}, {"remaining", total - used}}},
-                           {"flash", {{"total", flash}, {"system_used", data->m_GetSystemUsedSize()}}},
+                           {"flash",
+                            {{"total", isFlashKnown ? Json(flash) : Json()},
+                             {"system_used", isFlashKnown ? Json(data->m_GetSystemUsedSize()) : Json()}}},
                            {"free_space_state", data->CheckFlashFreespaceState()}};
     return {document, [document] { PrintStorage(document); }};
 }
@@ -60,6 +66,7 @@ Outcome Clean(const Session& session) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const auto services = kuraset::SetServices::Start(set);
+    const std::size_t before = set.ReadJournal().size();
     const auto start = std::chrono::steady_clock::now();
     const auto seconds = [start] {
         return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start)
@@ -74,6 +81,8 @@ Outcome Clean(const Session& session) {
     if (result != 0) {
         throw VerbError(ExitCode::kNoAnswer, "the agent did not finish the deep clean (see kura log)");
     }
+    // The library is content when the trigger has gone; the agent tells whether it did the work.
+    AwaitAgent(set, before, "CleanAll.txt");
     const Json document = {{"deep_clean", "done"}, {"seconds", seconds()}};
     return {document, [] { std::cout << "deep clean done\n"; }};
 }

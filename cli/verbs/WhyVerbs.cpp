@@ -65,22 +65,11 @@ private:
     std::unique_ptr<SetCopy> m_copy;
 };
 
-/// Why no completion reaches the library, empty when one does.
-std::string EngineFailure(const kuraset::SetDirectory& set) {
-    const auto faults = set.Description().value("/faults/engine"_json_pointer, kuraset::json::object());
-    if (faults.value("silent", false)) {
-        return "the engine takes the subscription and never delivers";
-    }
-    const int result = faults.value("subscribe", 0);
-    return result == 0 ? "" : "the engine refuses the subscription with " + std::to_string(result);
-}
-
 Outcome Why(const Session& session, const WhyOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
     const ProblemList list = options.list == "home" ? ProblemList::kHome : ProblemList::kStart;
-    const Json document = {{"list", options.list},
-                           {"issues", ToJson(Explain(list, options.code, EngineFailure(set)))}};
+    const Json document = {{"list", options.list}, {"issues", ToJson(Explain(set, list, options.code))}};
     const bool isOne = !options.code.empty();
     return {document, [document, isOne] {
                 const Json& verdicts = document.at("issues");

@@ -171,14 +171,65 @@ TEST(Repair, ServicesThatFailLeaveTheProblemRecordedAsTried) {
     description["faults"]["settings"]["refuse_writes"] = json::array({"db/menu/picture/backlight"});
     description["faults"]["settings_service"] = -1;
     kura.Describe(description);
-    kura.Json({"fix", "1001"});
-    kura.Json({"fix", "2004"});
+    EXPECT_EQ(kura.Run({"fix", "1001"}).status, 1);
+    EXPECT_EQ(kura.Run({"fix", "2004"}).status, 1);
     const auto remaining = Codes(kura.Json({"problems"}).at("problems"));
     EXPECT_EQ(std::count(remaining.begin(), remaining.end(), "1001"), 0);
     EXPECT_EQ(std::count(remaining.begin(), remaining.end(), "2004"), 0);
     const json lines = kura.Json({"log", "--function", "ProcessVconf_INT"}).at("lines");
     EXPECT_TRUE(std::any_of(lines.begin(), lines.end(),
                             [](const json& line) { return line.at("message") == "ret : 1"; }));
+}
+
+TEST(Repair, AStepThatFailedIsNamed) {
+    const Kura kura;
+    json description = kura.Description();
+    description["faults"] = {{"settings", {{"refuse_writes", {"db/menu/picture/mode"}}}}};
+    kura.Describe(description);
+    const command::Answer text = kura.Run({"fix", "1006"});
+    EXPECT_EQ(text.status, 1);
+    const std::string step = "sets db/menu/picture/mode: dynamic -> standard (fails: -1)";
+    EXPECT_THAT(text.out, testing::StartsWith("Applied VCONFSET_STR db/menu/system/usage_mode\n"
+                                              "Failed VCONFSET_STR db/menu/picture/mode\n  " +
+                                              step + "\n"));
+    EXPECT_EQ(text.err, "kura: the repair of issue 1006 failed: " + step + "\n");
+    const command::Answer answer = kura.Run({"fix", "1006", "--json"});
+    EXPECT_EQ(answer.status, 1);
+    const json document = answer.Document();
+    EXPECT_EQ(document.at("error").at("kind"), "failed");
+    EXPECT_EQ(document.at("error").at("message"), "the repair of issue 1006 failed: " + step);
+    EXPECT_EQ(document.at("solutions").size(), 2U);
+    EXPECT_EQ(document.at("requests").size(), 4U);
+}
+
+TEST(Repair, WhatTheSetRefusesIsAFailureOfTheRepair) {
+    const Kura kura;
+    kura.Json({"diagnose"});
+    const json whole = kura.Description();
+    struct Case {
+        json faults;
+        const char* issue;
+        int status;
+        const char* step;
+    };
+    // The agent's rows come first: whoever has run on the set has left its folders.
+    const Case cases[] = {
+        {{{"agent", "absent"}}, "1009", 4, "/tmp/vardo/runCmdNativeApps cannot be written"},
+        {{{"agent", "absent"}}, "6001", 4, "CleanAll.txt cannot be written"},
+        {{{"launch", {"*"}}}, "3001", 1, "launches org.vesta.NetworkSetting-Vesta (fails: -2)"},
+        {{{"engine", {{"record", 5}}}}, "1001", 1, "solution 100101, type 2 (fails: 5)"},
+        {{{"opt", "read-only"}}, "1006", 1, "removes issue 1006 from the unfixed problems (fails: "},
+        {{{"opt", "full"}}, "5003", 1, "removes issue 5003 from the unfixed problems (fails: "},
+    };
+    for (const Case& row : cases) {
+        json description = whole;
+        description["faults"] = row.faults;
+        kura.Describe(description);
+        const command::Answer answer = kura.Run({"fix", row.issue});
+        EXPECT_EQ(answer.status, row.status) << row.faults << answer.out << answer.err;
+        EXPECT_THAT(answer.err, HasSubstr(row.step)) << row.faults;
+        EXPECT_THAT(answer.out, testing::StartsWith("Failed ")) << row.faults;
+    }
 }
 
 TEST(Repair, ARefusedLaunchIsAFailureOfLaunchOnly) {

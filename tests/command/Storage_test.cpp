@@ -176,17 +176,28 @@ TEST(Storage, AnAbsentPackageManagerIsExitCodeFour) {
     description["faults"]["pkgmgr"] = "absent";
     kura.Describe(description);
     EXPECT_EQ(kura.Run({"app", "org.vesta.streambox", "--json"}).status, 4);
-    EXPECT_EQ(kura.Json({"apps"}).at("count"), 0);
+    EXPECT_EQ(kura.Run({"apps", "--json"}).status, 4);
 }
 
-TEST(Storage, ADeniedPackageManagerCountsItsErrorAsSystemDoes) {
+TEST(Storage, ADeniedPackageManagerLeavesTheTotalUnknown) {
     const Kura kura;
     json description = kura.Description();
     description["faults"]["pkgmgr"] = "denied";
     kura.Describe(description);
-    const json app = kura.Json({"app", "org.vesta.streambox"});
-    EXPECT_EQ(app.at("total_size"),
-              app.at("data_size").get<std::int64_t>() + app.at("cache_size").get<std::int64_t>());
+    const Answer app = kura.Run({"app", "org.vesta.streambox", "--json"});
+    EXPECT_EQ(app.status, 1);
+    EXPECT_EQ(app.Document().at("total_size"), nullptr);
+    EXPECT_EQ(app.Document().at("data_size"), 14680064);
+    EXPECT_EQ(app.Document().at("error").at("message"),
+              "not every size could be measured: the package manager denied the question");
+    EXPECT_THAT(kura.Run({"app", "org.vesta.streambox"}).out, testing::HasSubstr("total  unknown\n"));
+    const Answer apps = kura.Run({"apps", "--json"});
+    EXPECT_EQ(apps.status, 1);
+    EXPECT_EQ(apps.Document().at("apps").size(), 9U);
+    for (const json& listed : apps.Document().at("apps")) {
+        EXPECT_EQ(listed.at("total_size"), nullptr) << listed;
+    }
+    EXPECT_THAT(kura.Run({"apps"}).out, testing::HasSubstr("unknown Streambox"));
     const json log = kura.Json({"log", "--function", "getAppSize"});
     ASSERT_FALSE(log.at("lines").empty());
     EXPECT_EQ(log.at("lines").at(0).at("message"), "request failed: -5");
@@ -202,14 +213,18 @@ TEST(Storage, AnAbsentAgentIsExitCodeFour) {
     EXPECT_EQ(clean.status, 4);
 }
 
-TEST(Storage, BadAgentAnswersLeaveTheSizesDocumented) {
+TEST(Storage, BadAgentAnswersLeaveTheSizesUnknown) {
     const Kura kura;
     for (const std::string mode : {"partial", "binary", "flood"}) {
         json description = kura.Description();
         description["faults"]["agent"] = mode;
         kura.Describe(description);
-        const json app = kura.Json({"app", "org.vesta.streambox"});
-        EXPECT_EQ(app.at("cache_size"), 0) << mode;
+        const Answer app = kura.Run({"app", "org.vesta.streambox", "--json"});
+        EXPECT_EQ(app.status, 4) << mode;
+        EXPECT_EQ(app.Document().at("cache_size"), nullptr) << mode;
+        const Answer apps = kura.Run({"apps", "--json"});
+        EXPECT_EQ(apps.status, 4) << mode;
+        EXPECT_EQ(AppOf(apps.Document().at("apps"), "org.vesta.streambox").at("total_size"), nullptr) << mode;
     }
 }
 

@@ -197,7 +197,7 @@ class PageTest(unittest.TestCase):
         until("the words of failure", lambda: self.find(".toast.failure"))
         self.keep("start-fix-failed")
         self.assertEqual(self.texts(".toast strong"), ["The setting could not be changed. Try again later."])
-        self.assertIn("result -1", self.texts(".toast span")[0])
+        self.assertIn("fails: -1", self.texts(".toast span")[0])
 
     def test_shows_that_nothing_was_found(self):
         def without_problems(served):

@@ -10,8 +10,6 @@ const part = (id) => document.getElementById(id);
 const NAMES = ["start", "home", "storage", "journal"];
 /// Which calls fill a screen.
 const FILLING = { start: ["diagnose"], home: ["problems"], storage: ["storage", "apps"], journal: [] };
-/// Kinds of the journal's entries that carry the result of something done to the set.
-const DOING = { setting: /^(set|Set)/, launch: /./, picture: /./, power: /./, video: /./ };
 
 const journal = new JournalScreen();
 let state = null;
@@ -52,13 +50,6 @@ function again() {
     }
 }
 
-/// What did not succeed of a repair, in words; empty when all of it did.
-function complaintOf(requests) {
-    const failed = requests.find((request) => request.kind in DOING && DOING[request.kind].test(request.op ?? "x") &&
-        typeof request.result === "number" && request.result !== 0);
-    return failed ? entryText(failed) : "";
-}
-
 async function fix(rows) {
     const [first] = rows;
     if (!isFree()) {
@@ -73,17 +64,18 @@ async function fix(rows) {
     }
     const screen = shown;
     const answer = await call("fix", { code: first.issue_code });
-    if (!answer.ok) {
-        return toast("failure", first.texts.toast2 || text("failure.short"), reasonOf(answer.document));
-    }
-    const complaint = complaintOf(answer.document.requests);
-    if (complaint) {
-        toast("failure", first.texts.toast2 || text("failure.short"), complaint);
-    } else {
+    if (answer.ok) {
         toast("ok", first.texts.toast1 || text("problems.fixed"), "");
+    } else {
+        toast("failure", first.texts.toast2 || text("failure.short"), reasonOf(answer.document));
+    }
+    // A repair of which a step failed has changed the set as well.
+    const { requests } = answer.document;
+    if (!requests) {
+        return;
     }
     await fill(FILLING[screen]);
-    const opensStorage = answer.document.requests.some((request) =>
+    const opensStorage = requests.some((request) =>
         request.kind === "screen" && request.screen === "storage" && request.event === "opened");
     if (opensStorage && !isOpen()) {
         show("storage");
