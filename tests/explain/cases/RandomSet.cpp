@@ -137,8 +137,13 @@ json RandomFaults(Dice& dice) {
 
 Situation RandomSituation(Dice& dice) {
     Situation situation;
+    bool hasCommand = false;
     for (std::size_t count = dice.Roll(6); count > 0; --count) {
-        situation.entries.push_back(RandomEntry(dice));
+        Entry entry = RandomEntry(dice);
+        // Of two commands in a row the agent takes up whichever it finds: no two runs are alike.
+        entry.type = entry.type == "CMD" && hasCommand ? "INFO" : entry.type;
+        hasCommand = hasCommand || entry.type == "CMD";
+        situation.entries.push_back(entry);
     }
     situation.declared = RandomCount(dice, situation.entries.size());
     situation.map = Document(situation);
