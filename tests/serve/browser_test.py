@@ -313,7 +313,7 @@ class PageTest(unittest.TestCase):
         until("more is free", lambda: self.served.state()["screens"]["storage"]["document"]["opt"]["remaining"] > free)
 
     def test_shows_that_no_apps_are_listed(self):
-        self.show(description={"faults": {"apps": 5}})
+        self.show(description={"apps": []})
         self.go("storage")
         self.assertIn("No apps are listed", self.state("empty"))
         self.keep("storage-no-apps")
