@@ -254,7 +254,7 @@ std::string CGetData::GetStdoutFromCommand(std::string command) {
         return "";
     }
     KURA_INFO("Buffer1 is : %s", line.c_str());
-    std::string word = FirstWord(line.c_str());
+    std::string word = FirstWord(line.substr(0, line.find('\0')));
     KURA_INFO("Buffer2 is : %s", word.c_str());
     return word;
 }

@@ -118,7 +118,7 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
     KURA_INFO("m_table Size is %zu", m_table.size());
     std::string codes;
     for (const MapToDBTable& row : m_table) {
-        codes.append(row.issue_code.c_str()).append("\n");
+        codes.append(row.issue_code, 0, row.issue_code.find('\0')).append("\n");
     }
     if (!base::WriteAndClose(std::move(file), codes)) {
         // Opening truncates: the guide must not take a part of the list for all of it.
