@@ -13,6 +13,12 @@
 
 namespace trust {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;
+#else
+constexpr bool kIsSanitized = false;
+#endif
+
 inline std::size_t Factor() {
     const char* text = std::getenv("KURA_TRUST_COUNT");
     const std::size_t factor = text == nullptr ? 1 : std::strtoul(text, nullptr, 10);
