@@ -39,7 +39,8 @@ public:
 
     // --- Storage and device state ---
 
-    /// 0, or -1 with the outputs untouched. 70 MiB always count as used.
+    /// Sets the bytes of the file system that holds path; 70 MiB always count as used. Returns 0, or -1 with
+    /// the outputs untouched.
     int getFlashSize(const char* path, long long* remaining, long long* used, long long* total);
     /// Measures "/opt" into the figures below. Call m_CalculateTotalSizeOfSystem first.
     void sendFlashSize();
@@ -47,38 +48,41 @@ public:
     long long m_GetUsedSize();
     /// Bytes of "/opt" when it was last measured.
     long long m_GetTotalOptSize();
-    /// The flash part's nominal size less that of "/opt"; negative before m_CalculateTotalSizeOfSystem.
+    /// The nominal size of the flash part less the size of "/opt", as of the last sendFlashSize. Negative
+    /// when m_CalculateTotalSizeOfSystem was not called before that.
     long long m_GetSystemUsedSize();
-    /// Reads the flash part's nominal size; an unknown one leaves the last.
+    /// Reads the nominal size of the flash part; keeps the last one when it cannot be read.
     void m_CalculateTotalSizeOfSystem();
-    /// 0 = nothing remains, 1 = less than 70 MiB remain, 2 = 70 MiB or more.
+    /// 0 = nothing remains in "/opt", or it cannot be measured; 1 = less than 70 MiB remain; 2 = 70 MiB or
+    /// more.
     int CheckFlashFreespaceState();
-    /// 1 ("Good") or 0 ("Normal"); also sends a usage event.
+    /// 0 ("Normal") when nothing remains in "/opt", else 1 ("Good"). Also sends a usage event.
     int CheckDeviceState();
     /// The text id of a state: 0 normal, 1 good, anything else bad.
     std::string getSIDForDeviceState(int state);
-    /// The screen that was set last; 6 before.
+    /// The screen that was set last; 6 when none was.
     _CurrentScreen m_GetCurrentScreen();
     /// Remembers the screen; nothing else depends on it.
     void m_SetCurrentScreen(_CurrentScreen screen);
 
     // --- Installed applications ---
 
-    /// Rebuilds the app list; blocks until every application is measured.
+    /// Rebuilds the app list; blocks until every application is measured. The list is empty after a failure.
+    /// It leaves out applications that have no icon, that the terms hide, or that no client could measure.
     void sendAppList();
     /// A copy of the app list of the last sendAppList.
     std::vector<AppStorageInfo> m_GetAppsDataStructure();
     /// The number of applications of the last sendAppList.
     int m_GetAppsCount();
-    /// Measures one application into the figures below (blocks up to about 5 s for the agent, more for the
-    /// package manager). Returns the length of "total|data|cache"; 0, the figures untouched, without a
-    /// client.
+    /// Measures one application into the figures below. Blocks up to about 5 s for the agent, more for the
+    /// package manager. Returns the length of the text "total|data|cache". Returns 0 and leaves the figures
+    /// untouched when the package manager gives no client.
     int sendAppData(const char* packageName, const char* appId);
-    /// Bytes of the application measured last, all of it.
+    /// All bytes of the application that was measured last.
     long m_GetTotalSizeOfApp();
-    /// Bytes of its data.
+    /// The bytes of its data.
     long m_GetDataSizeOfApp();
-    /// Bytes of its cache.
+    /// The bytes of its cache.
     long m_GetCacheSizeOfApp();
     /// Sets the figure in bytes, kept in 32 bits.
     void m_SetTotalSizeOfApp(long size);
@@ -86,16 +90,19 @@ public:
     void m_SetDataSizeOfApp(long size);
     /// Sets the figure in bytes, kept in 32 bits.
     void m_SetCacheSizeOfApp(long size);
-    /// Asks the agent; the outputs stay untouched when it does not answer within about 5 s.
+    /// Asks the agent for the bytes of data and cache. The outputs stay untouched when it does not answer
+    /// within about 5 s, or when the request cannot be written.
     void findDataCacheSize(char* packageName, char* appId, long* dataSize, long* cacheSize);
-    /// Bytes, or a negative error; callback and userData are ignored.
+    /// The bytes of the package, cut to 32 bits. Otherwise an error: the package manager's own result code as
+    /// it is, or -1, -2, -3 or -5. callback and userData are ignored.
     int getAppSize(pkgmgr_client* client, const char* packageId, unsigned uid, pkgmgr_getsize_type type,
                    pkgmgr_getsize_cb callback, void* userData);
-    /// 0 with *result owned by the caller, -2 when no attempt was answered, -5 when access was denied. A
-    /// floating params is taken over.
+    /// Returns 0 and sets *result, which the caller owns. Returns -2 when no attempt was answered and -5 when
+    /// access was denied; *result is then untouched. Takes over params when its reference is floating.
     int pkgmgr_client_connection_send_request(pkgmgr_client* client, const char* method, GVariant* params,
                                               GVariant** result);
-    /// The first word of the command's first output line; runs a shell.
+    /// Runs the command in a shell and returns the first word of the first line that it prints, standard
+    /// error included. Only the first 255 characters of the line count.
     std::string GetStdoutFromCommand(std::string command);
     /// Kept for hosts that call it; has no effect.
     void EcoreToSendAppList();
@@ -108,15 +115,15 @@ public:
 
     // --- Clean-up ---
 
-    /// 0 when the agent finished within 10 s, else -1. Blocks.
+    /// Asks the agent and waits. Returns 0 when the agent finished within 10 s, else -1.
     int performDeepClean();
-    /// 0 once the request stands, else -1. Does not wait.
+    /// Asks the agent and does not wait. Returns 0 when the request was written, else -1.
     int performMemBoost();
-    /// Asks the agent to end the application. Does not wait; a failure is logged.
+    /// Asks the agent to end the application and does not wait. A failure is logged.
     void killApp(char* packageName);
-    /// 0 once the request stands, else -1. Does not wait.
+    /// Asks the agent and does not wait. Returns 0 when the request was written, else -1.
     int clearAppCache(char* packageName, char* appId);
-    /// 0, 1 for a protected application, -1 on failure.
+    /// Returns 0 when the data was cleared, 1 for a protected application, -1 after a failure.
     int clearAppData(char* packageName);
     /// 1 for an application whose data and cache are never cleared, else 0.
     int m_IfDisableClearDataCache(char* id);
@@ -125,7 +132,7 @@ public:
 
     /// The stored consent (1 = accepted); 0 when it cannot be read.
     int m_CheckTermsCond();
-    /// Whether the default gateway answers; false, too, when the set cannot be asked.
+    /// Whether the default gateway answers. Also false when the set cannot be asked.
     bool m_CheckNetwork();
     /// Whether the host may offer a service request.
     bool check_request_support_enable();
@@ -137,7 +144,8 @@ public:
     void launch_menu_app();
     /// Starts the hotel menu; a refusal is logged.
     void launch_hotel_menu();
-    /// Starts the application, with what its id asks for; false when it was refused. Throws nothing.
+    /// Starts the application with the extra data that it expects. False when the launch was refused. Throws
+    /// nothing.
     bool ProcessLaunchApp(const char* appId);
 
 private:
@@ -158,10 +166,11 @@ private:
     static boost::mutex& m_KDMmutex;  ///< never destroyed
 };
 
-/// The flash part's nominal size: 0 when *total was set, -1 with *total untouched otherwise.
+/// Sets *total to the nominal size of the flash part in bytes and returns 0. Returns -1 and leaves *total
+/// untouched when the size is not known.
 KURA_API int getTotalSize(long long* total);
 
-/// The size that the agent keeps for YouTube; 0 when there is none.
+/// The bytes that the agent noted for YouTube; 0 when it noted none.
 KURA_API long long getAppSizeForYoutube();
 
 /// Kept for hosts that call it; has no effect.

@@ -12,10 +12,10 @@ struct sqlite3;
 /// The databases, each one file with one table. The numbers index the tables of paths and names.
 enum EDBName : int { EDB_INFERENCE = 0, EDB_SOLUTION, EDB_REMAINING, EDB_TEST };
 
-/// One connection for the process. Each operation is thread-safe by itself; users who share the connection
-/// serialise their OpenDB, operations and CloseDB, or each meets what the others did to it.
-/// Nothing throws for a database failure: the result is false and the log tells why. Only memory that runs
-/// out throws, std::bad_alloc.
+/// One connection for the process. Each operation is thread-safe by itself. Threads that share the connection
+/// serialise their sequences of OpenDB, operations and CloseDB; otherwise one sees what the others did to it.
+/// A database failure throws nothing: the result is false and the log tells why. Only std::bad_alloc is
+/// thrown, when memory runs out.
 class KURA_API TCDBManager {
 public:
     /// Created on the first call, never destroyed. Thread-safe.
@@ -23,8 +23,8 @@ public:
     TCDBManager(const TCDBManager&) = delete;
     TCDBManager& operator=(const TCDBManager&) = delete;
 
-    /// Opens the file of db and creates its table if missing. Always true, also after a failed open; the
-    /// operations that follow then fail. A connection still open is abandoned, so close it first.
+    /// Opens the file of db and creates its table if missing. Returns true even when the open failed; the
+    /// operations that follow then fail. A connection that is still open leaks, so close it first.
     bool OpenDB(EDBName db);
     /// Closes the connection; false when none is open.
     bool CloseDB();
@@ -33,33 +33,35 @@ public:
     /// an empty text. True also when the table is missing; after a failure out keeps the rows read so far.
     bool GetDB(EDBName db, std::string column, std::vector<std::string>& out);
 
-    /// Inserts one row. Values are quoted, not escaped: one that holds a double quote fails, and so does a
-    /// list in which an earlier value equals the last one.
+    /// Inserts one row. Values are quoted, not escaped: a double quote inside a value ends its text early,
+    /// and SQLite then refuses the statement. SQLite also refuses a list in which an earlier value equals the
+    /// last one, because that value closes the list.
     bool SetDB(std::string table, std::list<std::string> values);
 
-    /// Deletes the rows of one issue from the remaining table, whichever database is open. True if none
-    /// matched.
+    /// Deletes the rows of one issue from the remaining table of the database that is open. Also true when no
+    /// row matched.
     bool DeleteDB(std::string issueCode);
 
     /// Deletes every row; the table stays.
     bool FlushDB(EDBName db);
 
-    /// One save or one load as a whole, for the library alone: it does not export this. What it promises
-    /// stands in src/KURA_DBManager/Transaction.cpp.
+    /// Runs one save or one load in one transaction. The library does not export it; hosts cannot use it. Its
+    /// rules stand in src/KURA_DBManager/Transaction.cpp.
     class Transaction {
     public:
         /// A save writes, a load only reads.
         enum class Kind { kSave, kLoad };
-        /// Begins on the connection that is open; the manager outlives it.
+        /// Begins a transaction on the open connection. The manager outlives it.
         Transaction(TCDBManager& manager, Kind kind);
-        /// Takes back what was not committed.
+        /// Rolls back what was not committed.
         ~Transaction();
         Transaction(const Transaction&) = delete;
         Transaction& operator=(const Transaction&) = delete;
 
-        /// After an operation that failed: whether its own text or row was refused, not the store.
+        /// Call it after an operation that failed. True when SQLite refused the text or the row of that
+        /// operation; false when the store itself failed.
         bool IsOwnFault() const;
-        /// Keeps what was written; a failure is logged.
+        /// Commits what was written; a failure is logged.
         void Commit();
 
     private:

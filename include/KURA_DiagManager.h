@@ -10,8 +10,8 @@
 #include "KURA_Export.h"
 #include "watchman.h"
 
-/// The host's main loop, ended by the guided diagnosis; null when the host runs none. Written by the host,
-/// which keeps a reference of its own: the loop is unreferenced before it is told to quit.
+/// The host's main loop, which the guided diagnosis ends; null when the host runs none. The host writes it
+/// and keeps a reference of its own, because the library calls unref before quit.
 extern "C" KURA_API GMainLoop* loop;
 
 namespace KURA {
@@ -19,42 +19,47 @@ namespace KURA {
 /// The number of the current input source, -1 when the TV service names none.
 KURA_API int GetCurrentSourceInfo();
 
-/// The entry for hosts. The starting calls return at once; what they found arrives on the engine's thread.
+/// The entry for hosts. The starting calls return at once; the result reaches the host's screens on the
+/// engine's thread.
 class KURA_API KURA_DiagManager {
 public:
-    /// Created on the first call, never destroyed. The creation loads the solution map; what a misplaced
-    /// value element throws passes, and the next call tries again. Thread-safe.
+    /// Creates the manager on the first call and never destroys it. Creating it loads the solution map: a
+    /// misplaced value element in the map throws std::out_of_range, and the next call tries again.
+    /// Thread-safe.
     static KURA_DiagManager* GetInstance();
     KURA_DiagManager(const KURA_DiagManager&) = delete;
     KURA_DiagManager& operator=(const KURA_DiagManager&) = delete;
 
-    /// Opens the installed library, looks its entry points up and loads the solution map through them. A
-    /// library that cannot be opened is logged; the map is then not loaded.
+    /// Opens the installed library, looks up its entry points and loads the solution map through them. When
+    /// the library cannot be opened, this is logged and the map is not loaded.
     KURA_DiagManager();
     /// Does nothing: the library stays open.
     ~KURA_DiagManager();
 
-    /// What the constructor does, except for the loading of the map.
+    /// Does what the constructor does, but does not load the map.
     void createLibHandler();
 
-    /// "NetworkSetting" launches the network settings and returns an empty text; "SignalInfo" returns the
-    /// host page to open, "hdmi-information" or "signal-information". Any other target is logged: empty text.
+    /// For "NetworkSetting", launches the network settings and returns an empty text. For "SignalInfo",
+    /// returns the host page to open: "hdmi-information" or "signal-information". Any other target is logged
+    /// and returns an empty text.
     std::string StartSelfDiagnosis(char* target);
 
     /// Guided diagnosis: arms one engine completion and returns; TutorCallbackFunc follows.
     void StartTutorDiagnosis();
     /// Automatic diagnosis: arms one engine completion and returns; SolutionCallbackFunc follows.
     void StartAutoDiagnosis();
-    /// Check of what remains: arms one engine completion and returns; RemainingCallbackFunc follows.
+    /// Check of the remaining problems: arms one engine completion and returns; RemainingCallbackFunc
+    /// follows.
     void RemainingProblem();
 
     /// Kept for hosts that call it; only logs.
     void EnterRemaining();
 
-    /// Deep clean (blocks up to about 10 s), then memory boost; returns the result of the latter.
+    /// Runs a deep clean, which blocks up to about 10 s, then a memory boost. Returns the result of the
+    /// memory boost.
     int OptimizeDevice();
 
-    /// Notes whether the guided diagnosis has come to its end.
+    /// Stores whether the guided diagnosis has ended; nothing in the library reads it.
     void SetIsCallBackFinish(bool finished);
 
     /// Ends the process at once, without exit handlers.
@@ -62,13 +67,13 @@ public:
     /// Always 0.
     int GetExitFlag();
 
-    // Engine callbacks, on the engine's thread, serialised by m_KDMmutex.
+    // Engine callbacks: they run on the engine's thread, one at a time under the class's mutex.
 
     /// Writes the guide application's file and ends the host's main loop.
     static void TutorCallbackFunc(unsigned int id, WMSignalData data);
-    /// Hands what remains to the home screen.
+    /// Hands the remaining problems to the home screen.
     static void RemainingCallbackFunc(unsigned int id, WMSignalData data);
-    /// Hands what was found to the start screen.
+    /// Hands the problems found to the start screen.
     static void SolutionCallbackFunc(unsigned int id, WMSignalData data);
 
 private:

@@ -30,10 +30,11 @@ struct KURA_InferenceDB {
     std::vector<std::string> solutionCode;     ///< of its solution
 };
 
-/// Operations marked (locks) hold m_KDRMmutex, which is recursive; for the others the caller serialises.
+/// Operations marked (locks) hold the class's recursive mutex and are thread-safe. For all others but
+/// GetInstance the caller serialises.
 class KURA_API KURA_DiagResultManager {
 public:
-    /// Created on the first call, never destroyed.
+    /// Created on the first call, never destroyed. Thread-safe.
     static KURA_DiagResultManager* GetInstance();
     KURA_DiagResultManager(const KURA_DiagResultManager&) = delete;
     KURA_DiagResultManager& operator=(const KURA_DiagResultManager&) = delete;
@@ -43,7 +44,7 @@ public:
     /// throws std::out_of_range; rows added before stay.
     int GetInferenceResult();
 
-    /// 1 when the issue is present and unfixed (a row is appended), else 0.
+    /// Returns 1 and appends a row when the issue is present and unfixed, else 0.
     int FindErrorCodeInDB(KURA_Solution& sol, std::vector<_WMInfDBRecord>& inf_data,
                           _WMSolDBRecord& sol_data);
 
@@ -66,14 +67,15 @@ public:
     /// Replaces the stored problems by the rows of the table that pass both filters.
     void SaveRemainingProblems();
     /// (locks) Replaces the table by the stored problems; true when at least one was loaded. A damaged row
-    /// index ends the loading with false, the rows before it staying in the table; a column with fewer values
-    /// than there are rows throws std::out_of_range.
+    /// index ends the loading with false; the table then keeps the rows before it. A column that has fewer
+    /// values than there are rows throws std::out_of_range.
     bool LoadRemainingProblems();
     /// Appends a copy of the table to out; false when the table is empty.
     bool GetRemainingTable(std::vector<MapToDBTable>& out);
-    /// Deletes stored on-demand problems that have gone away since they were recorded.
+    /// Replaces the table by the stored problems and deletes from the store those on-demand problems that the
+    /// engine has seen go away since they were recorded.
     void GetInferenceResult_Remaining();
-    /// (locks) Re-checks the stored problems and hands what remains to the home screen.
+    /// (locks) Checks the stored problems again and hands those that remain to the home screen.
     void CompareRemaining();
     /// (locks) Deletes the stored rows of one issue.
     void DeleteRemainingDBColumn(std::string issue_code);
@@ -84,15 +86,16 @@ public:
     void CreateErrorList();
     /// Writes the issue codes found to the guide application's result file.
     void CreateTutorErrList();
-    /// (locks) As above, to path; refuses links and anything that is not a plain file.
+    /// (locks) Writes the issue codes found to path. Refuses a link and anything but a regular file with one
+    /// name. The file is empty when there is nothing to write or when it cannot be written whole.
     void openTutorForWrite(char* path);
-    /// Empties the table and resets the row being built, all but its sol_name.
+    /// Empties the table and resets the row being built, except for its sol_name.
     void CleanDiagResult();
 
 private:
     KURA_DiagResultManager() = default;
 
-    // Guarded by m_KDRMmutex where an operation says so.
+    // Guarded by m_KDRMmutex in the operations marked (locks).
     std::vector<MapToDBTable> m_table;
     MapToDBTable m_currentRow;
 

@@ -1,4 +1,4 @@
 #pragma once
 
-/// Marks what libkura_parser.so offers to the host; everything else stays inside the library.
+/// Marks what libkura_parser.so exports to the host. Everything else stays inside the library.
 #define KURA_API __attribute__((visibility("default")))

@@ -8,8 +8,8 @@
 
 namespace KURA {
 
-/// Device facts are gathered once, at creation. Thread-safe, but of two reports at the same time each may
-/// carry values of the other. No failure reaches the caller; it is logged.
+/// The sender reads the device's facts once, when it is created. Thread-safe, but each of two reports sent at
+/// the same time may carry values of the other. No failure reaches the caller; it is logged.
 class KURA_API KURA_KPISender {
 public:
     /// Created on the first call, never destroyed.
@@ -18,7 +18,7 @@ public:
     KURA_KPISender& operator=(const KURA_KPISender&) = delete;
 
     /// Reports what was selected. Texts are copied; null reads as empty. A field that a report does not set
-    /// keeps the value of the last report that did.
+    /// keeps the value that the last report gave it.
     void SendKurahelpKPI(char* selectItem);
     /// The same, with the state of the device.
     void SendKurahelpKPI(char* selectItem, char* status);

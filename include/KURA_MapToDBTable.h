@@ -4,8 +4,8 @@
 
 namespace KURA {
 
-/// One current problem, as the host's screens receive it and the remaining database stores it (all but
-/// sol_name). Texts come from the solution map, last_time from the engine.
+/// One current problem as the host's screens receive it. The remaining database stores all of it but
+/// sol_name. The texts come from the solution map, last_time from the engine.
 struct MapToDBTable {
     int index = 0;               ///< 1 for every row that an evaluation builds
     std::string issue_code;      ///< decimal

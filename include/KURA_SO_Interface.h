@@ -1,4 +1,5 @@
-// The library's plain entry points. Texts are zero-terminated; null reads as an empty text.
+// The library's plain entry points. Texts are zero-terminated; null reads as an empty text. The caller
+// serialises the calls.
 #pragma once
 
 #include <string>
@@ -10,11 +11,12 @@
 
 extern "C" {
 
-/// Reads the installed document and replaces the stored map, also after a failure: the store then holds what
-/// was read before it. A misplaced value element throws std::out_of_range and leaves the store as it was.
+/// Reads the installed document and replaces the stored map. After a failure the store holds what was read
+/// before it. A misplaced value element throws std::out_of_range and leaves the store as it was.
 KURA_API void ParseSolutionMap();
 
-/// Reads the document at path into map. False, logged and map untouched, when it cannot be read.
+/// Reads the document at path into map. When the file cannot be read, logs it, returns false and leaves map
+/// untouched; otherwise see parseInterface.
 KURA_API bool XMLParse(const char* path, KURA::KURA_SolutionMap& map);
 
 /// Reads a document's text into map; see KURA::TCXMLParser::Parse.
@@ -29,27 +31,28 @@ KURA_API void RemoveSolvedProblemFromRemainingDB(const std::string& issueCode);
 /// Sends a usage event: the item chosen and a status text.
 KURA_API void SendSelfDiagnosisResult(const char* first, const char* second);
 
-/// Applies every solution of the issue (decimal text), removes it from the remaining problems and records the
-/// start with the engine. Never throws; failures are logged.
+/// Applies every solution of the issue, whose code value gives in decimal; removes the issue from the
+/// remaining problems and records the start with the engine. Never throws; failures are logged.
 KURA_API void RequestApplySolution(const char* value);
 
-/// The same without recording: the engine's record is handed back in params instead.
+/// Does the same, but does not record the start: it hands the engine's record back in params. A null params
+/// is ignored.
 KURA_API void RequestApplySolution_BG(const char* value, WMSolutionParams* params);
 
-/// Executors, one action each. A failed platform call is logged where it is looked at; nothing throws for it.
+/// Executors, one action each. They do not throw when a platform call fails; some log the failure.
 KURA_API void ProcessVconf_STR(const char* key, const char* value);
 KURA_API void ProcessVconf_BOOL(const char* key, const char* value);
 KURA_API void ProcessVconf_INT(const char* key, const char* value);
-/// Hands a command line to the agent: 0 once the request stands, -1 when a file was refused.
+/// Hands a command line to the agent and does not wait. Returns 0 when the request was written, else -1.
 KURA_API int ProcessCMD(const char* command);
 KURA_API void ProcessLaunchApp(const char* appId);
 KURA_API void ProcessSettingAPI(const char* key, const char* value);
-/// values stays the caller's; null or empty reads as one empty value.
+/// The caller keeps values; null or an empty list counts as one empty value.
 KURA_API void ProcessAPI(const char* name, std::vector<KURA::KURA_SolutionValue>* values);
 }
 
-/// What RequestApplySolution (false) and RequestApplySolution_BG (true) run.
+/// Both requests run this: RequestApplySolution with isBGPatch false, RequestApplySolution_BG with true.
 KURA_API void RequestApplySolutionWrapper(const char* value, bool isBGPatch);
 
-/// Fills the engine's record from the stored map; the last solution of the issue wins.
+/// Fills the engine's record from the stored map. When the issue has several solutions, the last one is used.
 KURA_API void FillSolutionParams(std::string issueCode, std::string state, WMSolutionParams* params);

@@ -10,7 +10,8 @@
 
 namespace KURA {
 
-/// Guards the creation of the information storage and every operation on it. Not recursive; innermost.
+/// Guards the creation of the information storage and every operation on it. Not recursive. No other lock is
+/// taken while it is held.
 extern KURA_API boost::mutex m_KURAmutex;
 
 /// Summary of the stored map.
@@ -20,10 +21,10 @@ struct TSCurrentKURAMap {
     std::vector<KURA_Solution> solutions;  ///< in document order
 };
 
-/// Thread-safe: every operation holds m_KURAmutex for its whole body. Reads hand out copies, never a
-/// reference into the store. A load of the map replaces everything at once; whoever sets version, count and
-/// solutions by separate calls lets a reader see a new count beside an old list. A failure to lock throws
-/// boost's lock error; when a copy runs out of memory the exception passes and the output is as before.
+/// Thread-safe: every operation holds m_KURAmutex while it uses the store. Reads hand out copies, never a
+/// reference into the store. A load of the map replaces version, count and solutions in one step; a host that
+/// sets them by separate calls lets a reader see a new count beside an old list. A failure to lock throws
+/// Boost's lock error. When a copy runs out of memory, std::bad_alloc passes and the output is as before.
 class KURA_API TCInformationStorage {
 public:
     /// Created on the first call, never destroyed.
@@ -45,11 +46,11 @@ public:
     /// Hands back the declared count.
     void GetSMCount(unsigned int& count);
 
-    /// Version, count and solutions of map in place of what was stored, in one step: a reader at the same
-    /// time gets all the old or all the new. Moving the map in costs no copy.
+    /// Replaces version, count and solutions in one step: a reader at the same time gets the whole old map or
+    /// the whole new one. Moving the map in avoids a copy.
     void SetSolutionMap(KURA_SolutionMap map);
 
-    /// Replaces the count and appends the solutions; moving the vector in costs no copy.
+    /// Replaces the count and appends the solutions. Moving the vector in avoids a copy.
     void SetSolutionInformation(unsigned int count, std::vector<KURA_Solution> solutions);
 
     /// Hands back the declared count and appends a copy of every solution to out, which is not cleared.
@@ -65,7 +66,7 @@ public:
 private:
     TCInformationStorage() = default;
 
-    // Guarded by m_KURAmutex, like all that follow.
+    // Guarded by m_KURAmutex, like all members that follow.
     static TCInformationStorage* m_pInstance;
     unsigned int m_version = 0;
     unsigned int m_count = 0;

@@ -16,8 +16,9 @@ namespace KURA {
 /// A growable run of bytes.
 class KURA_API TCParserDataBuffer {
 public:
-    /// Appends length bytes; nothing for a length below 1. The capacity doubles, starting at 1 byte; beyond
-    /// 2147483647 bytes std::length_error "vector::_M_realloc_insert", the bytes held staying as they were.
+    /// Appends length bytes; does nothing for a length below 1 or a null data. data may point into the
+    /// buffer. The capacity starts at 1 byte and doubles. Beyond 2147483647 bytes it throws std::length_error
+    /// "vector::_M_realloc_insert" and keeps the bytes held as they were.
     void InsertData(const char* data, int length);
 
     /// The first byte; may be null while the buffer is empty. Valid until the next InsertData.
@@ -26,14 +27,14 @@ public:
     /// Bytes held.
     int GetDataSize() const;
 
-    /// Forgets the bytes and keeps the capacity.
+    /// Removes the bytes and keeps the capacity.
     void Clear();
 
 private:
     std::vector<char> m_bytes;
 };
 
-/// One parser serves one document: created, used for one Parse, destroyed. Parse leaves no state behind.
+/// Reads documents. Parse leaves no state behind in the parser. The caller serialises calls that share a map.
 class KURA_API TCXMLParser {
 public:
     /// The attributes of one start tag. Names are kept in lower case, values as written. A getter compares
@@ -42,26 +43,29 @@ public:
     class KURA_API TCAttributes {
     public:
         TCAttributes() = default;
-        /// A copy owns its texts, whatever the original borrowed.
+        /// The copy owns its texts, also when the original borrowed them.
         TCAttributes(const TCAttributes& other);
-        /// Like the copy, it owns its texts.
+        /// The result owns its texts, also when other borrowed them.
         TCAttributes& operator=(const TCAttributes& other);
         ~TCAttributes() = default;
 
-        /// Lower-cases name; the last value of a name wins.
+        /// Stores value under the lower-cased name, in place of an earlier value of that name.
         void Insert(std::string name, const std::string& value);
 
         /// The text as written.
         bool GetValue(const std::string& name, std::string& value) const;
         /// Base-10 strtoul of a 32-bit machine: saturates at 4294967295, junk gives 0.
         bool GetValue(const std::string& name, unsigned long long& value) const;
-        /// False, the output untouched, unless strtod consumes the whole text; an empty text is 0.0.
+        /// True when strtod consumes the whole text, else false with the output untouched. An empty text is
+        /// 0.0.
         bool GetValue(const std::string& name, double& value) const;
         /// False for "false" and "0" in any letter case, true for every other text.
         bool GetValue(const std::string& name, bool& value) const;
-        /// "%u" of a 32-bit machine; true, the output untouched, when there is no number.
+        /// sscanf "%u" of a 32-bit machine. Also true when the text holds no number; the output is then
+        /// untouched.
         bool GetValue(const std::string& name, unsigned int& value) const;
-        /// "%d" of a 32-bit machine; true, the output untouched, when there is no number.
+        /// sscanf "%d" of a 32-bit machine. Also true when the text holds no number; the output is then
+        /// untouched.
         bool GetValue(const std::string& name, int& value) const;
 
         /// Whether the attribute's value equals value in any letter case; false for an absent one.
@@ -70,17 +74,18 @@ public:
     private:
         friend class TCXMLParser;
 
-        /// Borrows Expat's name/value pairs for the length of one callback, so that a parse copies no text
-        /// that no record keeps.
+        /// Borrows Expat's name/value pairs for the duration of one callback, so that a parse copies only the
+        /// texts that a record keeps.
         explicit TCAttributes(const char** pairs) : m_borrowed(pairs) {}
 
         /// Copies what is borrowed.
         void m_Own();
 
-        /// False, the value untouched, for an absent name. A value is always followed by a zero byte.
+        /// False with value untouched for an absent name. A zero byte always follows the text of value.
         bool m_Find(const std::string& name, std::string_view& value) const;
 
-        /// The values of count lower-case names in one pass over borrowed pairs; absent ones stay untouched.
+        /// Finds the values of count lower-case names in one pass over the borrowed pairs. The value of an
+        /// absent name stays untouched.
         void m_FindAll(const char* const* names, std::size_t count, std::string_view* values) const;
 
         const char** m_borrowed = nullptr;
@@ -108,15 +113,16 @@ public:
     struct TSParsingContext {
         const TCXMLParser* parser;   ///< not owned
         KURA_SolutionMap* map;       ///< filled; not owned
-        std::string currentElement;  ///< lower case; of the start tag seen last
+        std::string currentElement;  ///< the last start tag, in lower case
     };
 
-    /// Knows its tags' handlers from the beginning.
+    /// Registers the handlers of the four tags.
     TCXMLParser();
 
-    /// Empties map.solutions, then fills the map from text; version and count stay where the document names
-    /// none. False, logged, on malformed text: what was read before the error stays in the map. Text that
-    /// only lacks its end parses. A value element before any solution throws std::out_of_range.
+    /// Empties map.solutions, then fills the map from text. Version and count keep their values when the
+    /// document names none. Malformed text is logged and returns false; the map keeps what was read before
+    /// the error. A text that is cut off, but correct so far, parses. A value element before any solution
+    /// throws std::out_of_range.
     bool Parse(const std::string& text, KURA_SolutionMap& map) const;
 
     // Callbacks in Expat's shape; context is a TSParsingContext. They return at once on null arguments.
@@ -125,16 +131,16 @@ public:
     static void m_StartXmlElement(void* context, const char* name, const char** attributes);
     /// An end tag.
     static void m_EndXmlElement(void* context, const char* name);
-    /// The text of an element, or a piece of it; length without a zero byte behind it.
+    /// The text of an element, or a piece of it. length counts no terminating zero byte.
     static void m_SetCharacterData(void* context, const char* text, int length);
 
-    /// Takes the version from "version"; 0 without one.
+    /// Takes the version from the attribute "version"; 0 when it is absent.
     static void m_HandleSMInfoTag(KURA_SolutionMap& map, const TCAttributes& attributes);
-    /// Takes the declared count from "cnt"; 0 without one.
+    /// Takes the declared count from the attribute "cnt"; 0 when it is absent.
     static void m_HandleSolutionMapTag(KURA_SolutionMap& map, const TCAttributes& attributes);
-    /// Appends a solution; an attribute that is absent is an empty text.
+    /// Appends a solution. An absent attribute becomes an empty text.
     static void m_HandleSolutionTag(KURA_SolutionMap& map, const TCAttributes& attributes);
-    /// std::out_of_range while the map has no solution.
+    /// Appends a value to the last solution. Throws std::out_of_range when the map has no solution.
     static void m_HandleSolutionValTag(KURA_SolutionMap& map, const TCAttributes& attributes);
 
 private:
