@@ -42,7 +42,7 @@ constexpr std::chrono::milliseconds kPause{10};
 
 using Pipe = std::unique_ptr<std::FILE, base::Release<pclose>>;
 
-/// What the workers share: read-only, but for the result and the record of each.
+/// What the workers share. A worker only reads it, except for result and its own record.
 struct Inventory {
     CGetData* device;
     const was_app_entry* entries;
@@ -52,7 +52,7 @@ struct Inventory {
     std::atomic<int> result{0};  ///< -1 once a worker could not create a client
 };
 
-/// A path that is too long is cut, and the cut one is used.
+/// Kept: a path of more than 1023 characters is cut, and the cut path is used.
 std::string IconPath(const std::string& folder, const char* name) {
     constexpr std::size_t kLongest = 1023;
     return (folder + name).substr(0, kLongest);
@@ -68,7 +68,7 @@ bool IsPlainForShell(const std::string& id) {
            std::string::npos;
 }
 
-/// Ids come from outside: the shell must take what is unusual as one word.
+/// Quotes text so that the shell takes it as one word: ids come from outside.
 std::string QuoteForShell(const std::string& text) {
     std::string quoted = "'";
     for (const char c : text) {
@@ -86,7 +86,7 @@ std::int32_t WebCacheSize(CGetData& device, const std::string& appId) {
     return size;
 }
 
-/// False when there is no client to ask the package manager with.
+/// False when the package manager gives no client.
 bool MeasureApp(CGetData& device, const was_app_entry& entry, const std::string& title, AppSizes& sizes) {
     const PackageClient client = NewPackageClient();
     if (client == nullptr) {
@@ -157,7 +157,8 @@ int MeasureEntry(Inventory& inventory, std::size_t index) {
     return inventory.result;
 }
 
-/// An exception that leaves a worker would end the host. The unwinding of a cancelled thread must pass.
+/// Catches exceptions, because one that leaves a worker would end the host. Lets the unwinding of a cancelled
+/// thread pass.
 int RunWorker(Inventory& inventory, std::size_t index) {
     try {
         return MeasureEntry(inventory, index);
@@ -182,8 +183,7 @@ void MeasureAll(Inventory& inventory) {
     }
 }
 
-/// The first line with its line feed, at most 255 characters. A signal that interrupts a read does not end
-/// it.
+/// Reads the first line with its line feed, at most 255 characters. Reads again when a signal interrupts.
 std::string ReadLine(std::FILE* pipe) {
     constexpr std::size_t kLongest = 255;
     std::string line;

@@ -33,7 +33,7 @@ long Narrow(long long size) {
     return static_cast<std::int32_t>(size);
 }
 
-/// A regular file, no link. It need not be readable.
+/// An acknowledgement is a regular file, no link. It need not be readable, so it is not opened.
 bool IsAcknowledged(const std::string& path) {
     struct stat status {};
     return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
@@ -63,7 +63,7 @@ void ScanSizes(const char* text, long* dataSize, long* cacheSize) {
     }
 }
 
-/// An answer is one number or two; what stands behind this many bytes is no part of one.
+/// Reads at most 4096 bytes: an answer is one number or two, and nothing behind them belongs to it.
 std::string ReadAnswer(std::FILE* file) {
     std::string text(4096, '\0');
     text.resize(std::fread(text.data(), 1, text.size(), file));
@@ -98,7 +98,7 @@ void CGetData::findDataCacheSize(char* packageName, char* appId, long* dataSize,
     }
     ScanSizes(ReadAnswer(answer.get()).c_str(), dataSize, cacheSize);
     answer.reset();
-    // In this order: an acknowledgement promises a result.
+    // The acknowledgement goes first, because it promises a result.
     base::RemoveFile(ack);
     base::RemoveFile(result);
 }
@@ -148,7 +148,7 @@ int CGetData::sendAppData(const char* packageName, const char* appId) {
     m_totalSizeOfApp = CombinedSize(sizes);
     m_dataSizeOfApp = static_cast<std::int32_t>(sizes.agentData);
     m_cacheSizeOfApp = static_cast<std::int32_t>(sizes.agentCache);
-    // Kept: only the length is of use to the host; it takes the figures from the getters.
+    // Kept: the result is the length of a text that nobody gets. The host takes the figures from the getters.
     std::array<char, kAnswerTextSize> text{};
     return std::snprintf(text.data(), text.size(), "%ld|%ld|%ld", m_GetTotalSizeOfApp(), m_GetDataSizeOfApp(),
                          m_GetCacheSizeOfApp());

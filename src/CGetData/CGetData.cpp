@@ -1,4 +1,4 @@
-// The object itself, the size of the user partition, and what is derived from it.
+// The singleton, the size of the user partition, and the states derived from it.
 #include "CGetData.h"
 
 #include <sys/statvfs.h>
@@ -22,7 +22,7 @@ namespace KURA {
 
 namespace {
 
-/// Always counted as used and never as remaining: 70 MiB.
+/// 70 MiB, which always count as used and never as remaining.
 constexpr std::uint64_t kReserve = 73400320;
 
 constexpr int kFlashGib[] = {4, 8, 16, 32, 64};
@@ -50,7 +50,7 @@ CGetData* CGetData::GetInstance() {
     return m_pInstance;
 }
 
-// Kept: blocks that are free but held back for the superuser count in neither figure.
+// Kept: free blocks that are reserved for the superuser count neither as used nor as remaining.
 int CGetData::getFlashSize(const char* path, long long* remaining, long long* used, long long* total) {
     struct statvfs status {};
     if (statvfs(base::OrEmpty(path), &status) != 0) {
@@ -100,7 +100,7 @@ int getTotalSize(long long* total) {
         return -1;
     }
     const int gib = kFlashGib[index];
-    // Kept: the line says ram for the flash part.
+    // Kept: the line says "ram" and means the flash part.
     KURA_INFO("ram is %d", gib);
     *total = static_cast<long long>(gib) << 30;
     KURA_INFO("total Bytes R -- %lld", *total);

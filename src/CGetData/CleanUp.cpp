@@ -1,5 +1,6 @@
-// Actions that free space or memory. The agent does all of them but clearing an application's data; it is
-// asked through request files. A request that is not awaited succeeds once its trigger is written.
+// Actions that free space or memory. The package manager clears an application's data; the agent does
+// everything else, asked through request files. Only the deep clean waits for the agent; every other request
+// succeeds once its trigger is written.
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -25,7 +26,6 @@ constexpr int kDeepCleanAttempts = 10;
 
 constexpr const char* kProtectedApps[] = {base::kPrimeVideoApp, base::kYouTubeApp, base::kNetflixApp};
 
-/// The trigger is complete before the log says so.
 bool RequestDeepClean() {
     if (!base::WriteGuarded(base::kDeepCleanTrigger, "CleanUp\n")) {
         KURA_LOG_AS("performDeepClean", DLOG_INFO, "File creation failed (%s)", base::kDeepCleanTrigger);
@@ -36,7 +36,7 @@ bool RequestDeepClean() {
     return true;
 }
 
-/// One file of a request, with the line that tells how it went.
+/// Logs whether one file of a request was written.
 bool Report(const char* function, const char* path, bool created) {
     KURA_LOG_AS(function, DLOG_INFO, "[KELMGR-NATIVE] file %s (%s)",
                 created ? "created successfully" : "creation failed", path);
@@ -57,7 +57,8 @@ bool CreateCacheTrigger() {
            base::WriteAndClose(base::OpenPlainFile(base::kClearAppCacheTrigger, base::WriteMode::kWrite), "");
 }
 
-/// Whether the agent is done. Only "no such file" says so; a path that cannot be looked at says nothing.
+/// Whether the agent is done and has deleted its trigger. Only "no such file" means that; any other failure
+/// to look at the path tells nothing.
 bool IsGone(const char* path) {
     struct stat status {};
     return stat(path, &status) != 0 && errno == ENOENT;
@@ -122,7 +123,7 @@ int CGetData::clearAppData(char* packageName) {
         return 1;
     }
     constexpr int kClearMode = 1;
-    // A null client is passed on: the call refuses it, and its result is what is logged.
+    // A null client is passed on: the call refuses it, and its result is logged.
     const PackageClient client = NewPackageClient();
     const int result =
         pkgmgr_client_clear_user_data(client.get(), nullptr, base::OrEmpty(packageName), kClearMode);

@@ -84,7 +84,7 @@ bool CGetData::m_GetTypeOfTV() {
 }
 
 bool CGetData::m_CheckForSwModel(std::string model) {
-    // Kept: the last occurrence counts, so a model that occurs twice is not this one.
+    // Kept: only the last occurrence counts, so a software model that contains model twice does not match.
     const std::size_t found = CUtils::Instance()->m_GetSwModel().rfind(model);
     if (found != std::string::npos) {
         KURA_INFO("at found index is %zu", found);

@@ -1,5 +1,5 @@
-// Launches of other applications with the extra data that each expects. The rows below say what an
-// application wants; whatever is not in them is launched plainly.
+// Launches other applications with the extra data that each expects. The table below has a row for each
+// application that expects some; any other is launched plainly.
 #include <cxxabi.h>
 
 #include <algorithm>
@@ -30,11 +30,11 @@ struct Extra {
 struct LaunchRule {
     const char* appId;
     bool setsMultitasking;
-    bool showsSignalPage;  ///< which a self-diagnosis names first
-    Extra extras[3];       ///< without a key where there are fewer
+    bool showsSignalPage;  ///< a self-diagnosis chooses the page, which is passed as "ID"
+    Extra extras[3];       ///< unused ones have no key
 };
 
-/// The tests of the set's parts know by this who started them.
+/// Tells a test application who started it.
 constexpr Extra kLaunchedFrom{"launchedFrom", base::kCareApp};
 
 constexpr LaunchRule kLaunchRules[] = {

@@ -1,5 +1,5 @@
-// Sizes from the package manager, over D-Bus. It may be starting or busy, so a call is tried several times;
-// only denied access is final.
+// Asks the package manager for sizes over D-Bus. It may be starting or busy, so a call is tried several
+// times; only denied access ends the tries.
 #include <gio/gio.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -34,8 +34,8 @@ constexpr int kNotAnswered = -2;
 constexpr int kInvalidParameter = -3;
 constexpr int kAccessDenied = -5;
 
-/// What a proxy leaves behind stays with its context until that is iterated, and not every host runs a main
-/// loop.
+/// Iterates the context before it is freed. A proxy leaves work behind in its context, which only an
+/// iteration removes, and not every host runs a main loop.
 struct ContextEnd {
     void operator()(GMainContext* context) const {
         while (g_main_context_iteration(context, FALSE) != FALSE) {
@@ -50,7 +50,8 @@ using Variant = std::unique_ptr<GVariant, base::Release<g_variant_unref>>;
 using Proxy = std::unique_ptr<GDBusProxy, base::Release<g_object_unref>>;
 using Error = std::unique_ptr<GError, base::Release<g_error_free>>;
 
-/// GLib ends the process where it gets no descriptor for a context. A call needs two.
+/// Whether the two descriptors that a call needs can be had. GLib ends the process when it gets none for a
+/// context.
 bool HasDescriptors() {
     const int first = eventfd(0, EFD_CLOEXEC);
     const int second = eventfd(0, EFD_CLOEXEC);
@@ -59,7 +60,7 @@ bool HasDescriptors() {
     return first >= 0 && second >= 0;
 }
 
-/// Whether GIO takes the call. It treats anything else, also a closed connection, as a mistake in the
+/// Whether GIO accepts the call. It takes wrong arguments, and a closed connection, for a mistake in the
 /// program.
 bool IsCallable(const pkgmgr_client* client, const char* method, GVariant* params) {
     return client != nullptr && HasDescriptors() && G_IS_DBUS_CONNECTION(client->connection) &&
@@ -68,8 +69,8 @@ bool IsCallable(const pkgmgr_client* client, const char* method, GVariant* param
            (params == nullptr || g_variant_is_of_type(params, G_VARIANT_TYPE_TUPLE) != FALSE);
 }
 
-/// One attempt: the reply, or null and what went wrong. Only the one call is made through the proxy, so it
-/// neither loads properties nor listens.
+/// Makes one attempt and returns the reply, or null and the error. The proxy serves one call, so it loads no
+/// properties and connects no signals.
 std::pair<Variant, Error> Call(GDBusConnection* connection, const char* method, GVariant* params) {
     constexpr auto kProxyFlags = static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES |
                                                               G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS);
@@ -88,7 +89,7 @@ std::pair<Variant, Error> Call(GDBusConnection* connection, const char* method, 
     return {std::move(reply), Error(error)};
 }
 
-/// The reply as (result code, size); a reply of another type counts as a failure of the request.
+/// Returns the reply's result code and size. A reply of another type counts as a failure of the request.
 std::pair<int, std::int64_t> ReadSizeReply(GVariant* reply) {
     gint32 code = kFailed;
     gint64 size = 0;

@@ -16,12 +16,13 @@ constexpr long long kMostProcessorTime = 500000000;  // nanoseconds
 constexpr int kStepsBetweenLooks = 100;
 constexpr int kMostText = 16 << 20;
 
-// A completion may come while the process ends, so the mutex is never destroyed. It guards what follows, too.
+// A completion may come while the process ends, so the mutex is never destroyed. It also guards the three
+// variables below.
 std::mutex g_mutex;
 static_assert(std::is_trivially_destructible_v<std::mutex>);
-Clock::duration g_waited{};  ///< for readers, by this transaction
-std::size_t g_read = 0;      ///< bytes, by this transaction
-long long g_deadline = 1;    ///< of this statement; 0 once one took too long, until the next open
+Clock::duration g_waited{};  ///< how long this transaction has waited for readers
+std::size_t g_read = 0;      ///< bytes of text that this transaction has read
+long long g_deadline = 1;    ///< of the statement, in processor time; 0 stops all until the next open
 
 long long ProcessorTime() {
     timespec time{};
@@ -29,7 +30,7 @@ long long ProcessorTime() {
     return time.tv_sec * 1000000000LL + time.tv_nsec;
 }
 
-/// Before every statement.
+/// Sets the deadline of the next statement; outside of a transaction it also starts the other counts anew.
 void Allow(sqlite3* handle) {
     if (!IsInTransaction(handle)) {
         g_waited = {};
@@ -43,7 +44,8 @@ int IsTooSlow(void*) {
     return g_deadline == 0 ? 1 : 0;
 }
 
-/// A commit waits for those who still read; SQLite lets no new ones in meanwhile. Nothing else waits.
+/// The busy handler. Only a commit waits, for processes that still read; SQLite admits no new readers
+/// meanwhile.
 int WaitForReaders(void* handle, int) {
     const bool commits = sqlite3_txn_state(static_cast<sqlite3*>(handle), nullptr) == SQLITE_TXN_WRITE;
     if (!commits || g_waited >= kLongestWait) {
@@ -56,7 +58,7 @@ int WaitForReaders(void* handle, int) {
 }
 
 int RefuseTransactions(void*, int action, const char*, const char*, const char*, const char*) {
-    // A text that attaches a database writes to a file of its choice.
+    // ATTACH is refused as well: with it a text could write to any file.
     return action == SQLITE_TRANSACTION || action == SQLITE_SAVEPOINT || action == SQLITE_ATTACH ? SQLITE_DENY
                                                                                                  : SQLITE_OK;
 }
@@ -75,7 +77,7 @@ void Distrust(sqlite3* handle) {
     sqlite3_limit(handle, SQLITE_LIMIT_SQL_LENGTH, kMostText);
     sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 1000);
     sqlite3_limit(handle, SQLITE_LIMIT_VDBE_OP, 1000);
-    // Those that make a long text of a short one, or take the square of its length, cannot be interrupted.
+    // SQLite cannot interrupt a function. These make a long text of a short one, or take quadratic time.
     for (const char* name : {"format", "hex", "instr", "ltrim", "printf", "quote", "randomblob", "replace",
                              "rtrim", "trim", "zeroblob"}) {
         sqlite3_create_function(handle, name, -1, SQLITE_UTF8, nullptr, RefuseFunction, nullptr, nullptr);
@@ -112,7 +114,7 @@ bool MayRead(std::size_t length) {
 
 int Execute(sqlite3* handle, const std::string& statement) {
     const int ready = IsInTransaction(handle) ? SQLITE_OK : PrepareTransaction(handle);
-    // In a damaged file the statement fails as well, and has its own error to tell.
+    // In a damaged file the statement fails as well, and its own error is the one to log.
     if (ready != SQLITE_OK && ready != SQLITE_NOTADB && ready != SQLITE_CORRUPT) {
         return ready;
     }

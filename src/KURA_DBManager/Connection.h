@@ -1,5 +1,6 @@
-// A connection to a file that may come from anywhere: what it brings along is not trusted, and no statement
-// on it waits, computes or reads without a bound. A null handle fails in SQLite, as it does in sqlite3_exec.
+// A connection to a database file that anybody may have made. Its schema is not trusted, and every statement
+// has a limit on how long it waits and computes and on how much it reads. A null handle is allowed: its
+// statements fail in SQLite.
 #pragma once
 
 #include <sqlite3.h>
@@ -13,7 +14,8 @@
 
 namespace KURA::store {
 
-/// Held by every operation: threads take turns, and one that is cancelled finishes its operation first.
+/// Every operation of the manager holds one: threads take turns, and a cancelled thread finishes its
+/// operation first.
 class Operation {
 public:
     Operation();
@@ -28,27 +30,28 @@ struct StatementFinalizer {
 };
 using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 
-/// SQLite's result. The handle of a failed open has the reason, and is to be closed.
+/// Opens the file and returns SQLite's result. After a failure handle holds the reason; the caller closes it.
 int Open(const std::string& path, sqlite3*& handle);
 
-/// Null when the query is wrong.
+/// Null when SQLite refuses the query.
 Statement Prepare(sqlite3* handle, const std::string& query);
 
-/// Whether so much text more may be read: by this query, or by all of a transaction.
+/// Counts length more bytes of text as read. False beyond 16 MiB for one query, or for all queries of a
+/// transaction.
 bool MayRead(std::size_t length);
 
-/// SQLite's result of a statement made of texts, none of which can begin or end a transaction.
+/// Runs a statement that contains texts and returns SQLite's result. No text can begin or end a transaction.
 int Execute(sqlite3* handle, const std::string& statement);
 
-/// Before BEGIN and before a statement outside of a transaction. Its end is then durable: the folder is
-/// synced once the journal is gone, which a cut of power could bring back. Fails while another process holds
-/// the file.
+/// Makes the next transaction durable. Call it before BEGIN, and before a statement outside of a transaction.
+/// SQLite then syncs the folder after it has deleted the journal, which a power cut could otherwise bring
+/// back. Fails while another process holds the file.
 int PrepareTransaction(sqlite3* handle);
-/// A statement without texts, BEGIN or COMMIT.
+/// Runs a statement without texts, such as BEGIN or COMMIT.
 int Run(sqlite3* handle, const char* statement);
 void RollBack(sqlite3* handle);
 bool IsInTransaction(sqlite3* handle);
-/// Whether a transaction is open and has read, so that nobody changes the tables.
+/// Whether a transaction is open and has read. No other process can then change the tables.
 bool HasRead(sqlite3* handle);
 
 }  // namespace KURA::store

@@ -1,5 +1,5 @@
-// Four small databases behind one connection. SQL is glued together from its arguments as they come: the
-// texts of the statements, oddities included, are what field engineers see in the log.
+// Four small databases behind one connection. Statements are built from their arguments as they are, oddities
+// included, because field engineers know them from the log.
 #include "KURA_DBManager.h"
 
 #include <sqlite3.h>
@@ -49,8 +49,8 @@ bool IsDatabase(EDBName db) {
     return db >= EDB_INFERENCE && db <= EDB_TEST;
 }
 
-/// The row's columns in order, without a separator. Types other than these have no text; a text is null, and
-/// left out, when SQLite is out of memory.
+/// Joins the row's columns in order, without a separator. Only texts count, and integers if withIntegers.
+/// SQLite returns null for a text when it is out of memory; the text is then left out.
 std::string RowText(sqlite3_stmt* statement, bool withIntegers) {
     std::string row;
     const int columns = sqlite3_column_count(statement);
@@ -119,7 +119,7 @@ bool TCDBManager::OpenDB(EDBName db) {
         sqlite3_close(m_handle);
         m_handle = nullptr;
     }
-    // Kept: a failed open is not the caller's business; what follows fails and says so.
+    // Kept: a failed open is not reported to the caller. The operations that follow fail and log why.
     const int tables = m_GetLimitForTableCnt(db);
     for (int index = 0; index < tables; ++index) {
         const std::string table = m_GetTableName(db, index);
@@ -228,7 +228,7 @@ bool TCDBManager::m_Create(std::string table) {
 bool TCDBManager::m_IsTableExist(std::string table) {
     KURA_ERROR("m_IsTableExist");
     if (KURA::store::HasRead(m_handle)) {
-        // Nobody else changes the tables meanwhile, and SQLite knows them.
+        // No other process can change the tables now, so the schema that SQLite has read is up to date.
         return sqlite3_table_column_metadata(m_handle, "main", table.c_str(), nullptr, nullptr, nullptr,
                                              nullptr, nullptr, nullptr) == SQLITE_OK;
     }

@@ -1,13 +1,13 @@
-// One save or one load as a whole. Its rules:
+// Runs one save or one load as a whole. Its rules:
 //
-// 1. While it lives, the statements of the manager run in one transaction, and log as they always do.
-// 2. Without Commit nothing of it is stored: its end rolls back.
+// 1. While it lives, the manager's statements run in one transaction and log as they always do.
+// 2. Without Commit nothing is stored: the destructor rolls back.
 // 3. SQLite rolls back by itself after some errors, of the disk for example. A statement that runs after that
 //    would be stored alone; the commit hook refuses it.
 // 4. No text of a statement begins or ends a transaction (Execute).
-// 5. A row that is refused for its own text or by a constraint is left out, and the others may stay. After
-//    any other failure, or when the list before could not be cleared, the owner does not commit: a part of a
-//    list, or two lists, would be worse than none.
+// 5. A row that is refused for its own text or by a constraint is left out, and the others stay. After any
+//    other failure, or when the old list could not be cleared, the owner does not commit: a part of a list,
+//    or two lists, would be worse than none.
 // 6. A commit that fails is logged, and nothing is stored.
 // 7. When another thread opens or closes a database in between, nothing is stored.
 #include "KURA_DBManager.h"
@@ -34,7 +34,7 @@ TCDBManager::Transaction::Transaction(TCDBManager& manager, Kind kind) : m_manag
     const store::Operation operation;
     sqlite3* handle = m_manager.m_handle;
     m_isDurable = kind == Kind::kSave && store::PrepareTransaction(handle) == SQLITE_OK;
-    // A read of anything begins the state that a load sees.
+    // BEGIN alone takes no lock. The first read does, and from then on the load sees one state of the file.
     store::Run(handle, kind == Kind::kSave ? "BEGIN" : "BEGIN; PRAGMA user_version");
     SetCommitHook(handle, Refuse);
 }

@@ -36,11 +36,11 @@ namespace {
 
 using Lock = boost::lock_guard<boost::recursive_mutex>;
 
-/// First argument of every subscription; what it measures is the engine's business.
+/// First argument of every subscription. Only the engine knows its unit.
 constexpr int kSubscriptionPeriod = 10000000;
 
-// Two inputs more than the list that filters HDMI problems: 46 and 47 count as HDMI only here. The screens
-// rely on both lists as they are.
+// Kept: 46 and 47 count as HDMI here, but not in the list that filters HDMI problems. The screens rely on
+// both lists as they are.
 constexpr std::array<int, 8> kHdmiSources{13, 14, 15, 16, 38, 39, 46, 47};
 
 template <typename Function>
@@ -173,7 +173,7 @@ void KURA_DiagManager::SetIsCallBackFinish(bool finished) {
 }
 
 void KURA_DiagManager::SetExitFlag(int status) {
-    // Stores nothing, whatever its name says: the host calls it to leave without exit handlers.
+    // Kept: it sets no flag, despite its name. The host calls it to end without exit handlers.
     _exit(status);
 }
 

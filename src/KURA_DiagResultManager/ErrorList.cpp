@@ -94,7 +94,7 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
     KURA_INFO("open Tutorfor write");
     const Lock lock(m_KDRMmutex);
     const char* target = path == nullptr ? "" : path;
-    // Once more: others may write to the folder, and may have laid a link since.
+    // Check again: others may write to the folder and may have put a link there since.
     const PathState state = StateOf(target);
     if (state == PathState::kError) {
         KURA_ERROR("lstat error");
@@ -121,7 +121,7 @@ void KURA_DiagResultManager::openTutorForWrite(char* path) {
         codes.append(row.issue_code, 0, row.issue_code.find('\0')).append("\n");
     }
     if (!base::WriteAndClose(std::move(file), codes)) {
-        // Opening truncates: the guide must not take a part of the list for all of it.
+        // Opening truncates the file, so that the guide does not take a part of the list for all of it.
         base::OpenPlainFile(target, base::WriteMode::kReadWrite);
     }
 }

@@ -1,6 +1,6 @@
-// Which issues of the solution map are present and still need the user. An issue is present when the engine
-// saw it appear and has not seen it go since; it needs the user unless a solution was applied after it last
-// appeared. Times are texts of one fixed form, so that their byte order is their order in time.
+// Finds the issues of the solution map that are present and still need the user. An issue is present when the
+// engine saw it appear and has not seen it go since; it needs the user unless a solution was applied after it
+// last appeared. Times are texts of one fixed form, so their byte order is their order in time.
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -23,8 +23,8 @@ constexpr const char kRule[] =
     "@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@";
 static_assert(sizeof kRule == 83 + 1);
 
-/// What the engine knows of one issue. It appends to the lists, so every issue starts with new ones. Issue
-/// code 0 stands for no solution; its type is then 5, which only the log shows.
+/// The engine's records of one issue. The engine appends to the lists, so every issue starts with new ones.
+/// Without a solution record the issue code stays 0 and the type stays 5; the type only appears in the log.
 struct EngineRecords {
     std::vector<_WMInfDBRecord> appeared;
     std::vector<_WMInfDBRecord> disappeared;
@@ -66,7 +66,8 @@ void ReadSolution(int code, EngineRecords& records) {
     if (result == kNoMatchingRecord) {
         KURA_LOG_AS(kEvaluation, DLOG_INFO, "No Matching SolutionDB : %u", static_cast<unsigned int>(code));
     } else if (result != 0) {
-        // Kept: the message of the inference query. Readers of the log find all errors of the engine by it.
+        // Kept: this is the inference query's message. Readers of the log find all errors of the engine by
+        // it.
         KURA_LOG_AS(kEvaluation, DLOG_ERROR, "GetInferenceDB API Error : %d", result);
     }
 }
@@ -109,7 +110,8 @@ int KURA_DiagResultManager::GetInferenceResult() {
     TCInformationStorage::Instance()->GetSolutionInformation(count, solutions);
     KURA_INFO("Solution Map  : %zu", solutions.size());
     int matches = 0;
-    // The count is what the document declares. One beyond the list is the document's error: at() throws.
+    // The document declares the count. When it is larger than the list, the document is wrong and at()
+    // throws.
     for (unsigned int index = 0; index < count; ++index) {
         KURA_Solution& solution = solutions.at(index);
         if (solution.is_fg_bg == "bg") {

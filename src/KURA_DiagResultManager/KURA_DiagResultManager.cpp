@@ -26,8 +26,8 @@ namespace {
 constexpr int kTunerSource = 0;
 constexpr std::array<int, 3> kTunerChannelTypes{2, 4, 7};
 
-// Kept: without 46 and 47, which count as HDMI where the signal page is chosen. The screens rely on both
-// lists.
+// Kept: 46 and 47 do not count here, although they count as HDMI where the signal page is chosen. The screens
+// rely on both lists as they are.
 constexpr std::array<int, 6> kHdmiSources{13, 14, 15, 16, 38, 39};
 
 template <std::size_t Size>
@@ -54,14 +54,15 @@ static base::NeverDestroyed<boost::recursive_mutex> classMutex;
 boost::recursive_mutex& KURA_DiagResultManager::m_KDRMmutex = classMutex.object;
 
 KURA_DiagResultManager* KURA_DiagResultManager::GetInstance() {
-    // Not under m_KDRMmutex: a screen that only asks for the manager must not wait for an evaluation.
+    // Does not take m_KDRMmutex: a screen that only asks for the manager must not wait for an evaluation.
     [[maybe_unused]] static const auto* const created = m_pInstance = new KURA_DiagResultManager;
     return m_pInstance;
 }
 
 void KURA_DiagResultManager::CleanDiagResult() {
     KURA_INFO("CleanDiagResult");
-    // Kept: sol_name stays. The store has no column for it, so loaded rows carry that of the row built last.
+    // Kept: sol_name survives. The store has no column for it, so loaded rows carry the sol_name of the row
+    // that was built last.
     std::string solName = std::move(m_currentRow.sol_name);
     m_currentRow = BlankRow();
     m_currentRow.sol_name = std::move(solName);

@@ -1,6 +1,6 @@
-// Problems that the user has not fixed yet, kept in the remaining database so that the home screen can show
-// them again after a restart. A save replaces the whole store in one transaction: what was kept before is
-// either still there, gone, or replaced by the whole new list.
+// Keeps the problems that the user has not fixed in the remaining database, so that the home screen can show
+// them again after a restart. A save clears the old list and then writes the new one in one transaction: the
+// store holds the whole old list, nothing, or the whole new list.
 #include <array>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
@@ -111,7 +111,8 @@ void LogRow(const MapToDBTable& row) {
     }
 }
 
-/// Only these are examined again: 10000000 to 19999999. A negative code wraps far beyond.
+/// On-demand issues have the codes 10000000 to 19999999; only they are checked again. The subtraction wraps
+/// smaller and negative codes beyond the range.
 bool IsOnDemand(std::int32_t code) {
     constexpr std::uint32_t kFirst = 10000000;
     constexpr std::uint32_t kCount = 10000000;
@@ -231,7 +232,7 @@ void KURA_DiagResultManager::CompareRemaining() {
     }
     for (const MapToDBTable& row : rows) {
         LogListed(__func__, row);
-        // Not the viewer: the rows were saved for the same one. The source may have changed since.
+        // The source may have changed since the rows were saved. The viewer has not, so it is not checked.
         if (CheckSourceType(row.source.c_str())) {
             LogSending(__func__, row);
             shown.push_back(row);

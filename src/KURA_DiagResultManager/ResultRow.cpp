@@ -6,7 +6,7 @@ namespace KURA {
 
 namespace {
 
-/// Calls log with the eleven values of a list's entry as the host presents it; the fifth is a placeholder.
+/// Calls log with the eleven values of a row as the host presents them; the fifth is a placeholder.
 template <typename Log>
 void WithValues(const MapToDBTable& row, Log log) {
     log(row.issue_code.c_str(), row.last_time.c_str(), row.sid_issue.c_str(), row.sid_sol.c_str(), " ",

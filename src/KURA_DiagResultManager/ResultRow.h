@@ -1,4 +1,5 @@
-// What the files of the result manager share: the engine's records, how a row starts, how the log shows it.
+// What the result manager's files share: the query of the engine's records, the blank row, the log lines of a
+// row.
 #pragma once
 
 #include <vector>
@@ -8,19 +9,21 @@
 
 namespace KURA {
 
-/// What the engine's queries answer when they hold no record of the issue; 0 is success, any other an error.
+/// The engine's queries return this when there is no record of the issue. 0 is success; any other result is
+/// an error.
 constexpr int kNoMatchingRecord = 4;
 
-/// Appends the issue's records of that transition. False after a failure, logged in the name of operation.
+/// Appends the issue's records of that transition. Returns false after a failure or without a record, and
+/// logs it in the name of operation.
 bool QueryInference(const char* operation, int code, int transition, std::vector<_WMInfDBRecord>& records);
 
-/// A row that stands for nothing: both numbers -1, every text empty.
+/// A row without a problem: both numbers are -1, every text is empty.
 MapToDBTable BlankRow();
 
-/// The line of a stored row that is looked at, in the name of operation.
+/// Logs a stored row that is checked, in the name of operation.
 void LogListed(const char* operation, const MapToDBTable& row);
 
-/// The two lines of a row that goes to a screen, in the name of operation.
+/// Logs the two lines of a row that goes to a screen, in the name of operation.
 void LogSending(const char* operation, const MapToDBTable& row);
 
 }  // namespace KURA

@@ -1,5 +1,5 @@
-// Device facts are read once, when the sender is made. A report sets its own fields; all others keep their
-// values, and the receiving statistics rely on that.
+// The sender reads the device's facts once, when it is created. A report sets its own fields; all others keep
+// their values, and the receiving statistics rely on that.
 #include "KURA_KPISender.h"
 
 #include <sys/statvfs.h>
@@ -54,7 +54,7 @@ OwnedText ReadInfo(int key) {
 std::mutex g_fieldsMutex;
 static_assert(std::is_trivially_destructible_v<std::mutex>);
 
-/// The size of so many blocks in MiB. A block counts in whole KiB; the result has 32 bits.
+/// The size of the blocks in MiB, cut to 32 bits. The size of a block is first rounded down to whole KiB.
 std::string Mebibytes(std::uint64_t blockBytes, std::uint64_t blocks) {
     constexpr std::uint64_t kKibi = 1024;
     return std::to_string(static_cast<std::uint32_t>(blockBytes / kKibi * blocks / kKibi));
@@ -192,7 +192,7 @@ void KURA_KPISender::m_report(char* selectItem, std::string KURA_KPISender::*fie
     const int seconds = m_getTTime();
     std::string description;
     {
-        // The logger may call back or block, so it is called without this lock.
+        // The logger may call back or block, so it is called after this lock is released.
         const std::lock_guard<std::mutex> lock(g_fieldsMutex);
         m_pSet_param_select_type(selectItem);
         m_selectItem = m_Get_param_select_type();

@@ -54,7 +54,8 @@ void ResetPictureSize(const char*) {
     }
 }
 
-// Kept: the settings rows pass their own name as the item. The solution's values are not used.
+// Kept: this and the next two operations pass their own name as the item and do not use the solution's
+// values.
 void TurnVoiceGuideOn(const char*) {
     KURA_LOG_AS("ProcessAPI", DLOG_INFO, "Voice guide is ON");
     const int result = SettingsAPI::SetItemValue("voiceguide_on", "voiceguide", false);

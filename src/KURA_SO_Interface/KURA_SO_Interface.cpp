@@ -1,5 +1,5 @@
-// Loading the solution map and recording what became of a problem. Every load starts from an empty map and
-// replaces the whole store, whatever the document was like: a request never works on yesterday's map.
+// Loads the solution map and records what became of a problem. Every load starts with an empty map and
+// replaces the whole stored map, even when the document is broken: a request never works on an older map.
 #include "KURA_SO_Interface.h"
 
 #include <fcntl.h>
@@ -33,8 +33,8 @@ using KURA::base::OrEmpty;
 
 constexpr const char* kLoad = "ParseSolutionMap";
 
-// The document may be a link. Non-blocking, because a FIFO without a writer would hold the caller up: opened
-// like this it has no size and is refused.
+// Opens the document, which may be a link. The open does not block, because a FIFO without a writer would
+// hold the caller up; the FIFO is refused later, because it has no size.
 File OpenDocument(const char* path) {
     const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (fd < 0) {
@@ -51,7 +51,8 @@ File OpenDocument(const char* path) {
     return file;
 }
 
-/// Leaves the file at its start. Nothing for a file without a size, or with one that the set cannot hold.
+/// The size in bytes; leaves the file at its start. No value for a file without a size, or with a size beyond
+/// 2147483647.
 std::optional<std::size_t> DocumentSize(std::FILE* file) {
     if (std::fseek(file, 0, SEEK_END) != 0) {
         return std::nullopt;
@@ -63,7 +64,7 @@ std::optional<std::size_t> DocumentSize(std::FILE* file) {
     return static_cast<std::size_t>(size);
 }
 
-/// A text of size zero bytes, or false where the set has no room for it.
+/// Makes text size bytes long. False when there is not enough memory.
 bool Reserve(std::size_t size, std::string& text) {
     try {
         text.assign(size, '\0');
@@ -71,7 +72,7 @@ bool Reserve(std::size_t size, std::string& text) {
     } catch (const std::bad_alloc&) {
         return false;
     } catch (const std::length_error&) {
-        // On a 32-bit set a file can be longer than any text.
+        // On a 32-bit set a file can be longer than any std::string.
         return false;
     }
 }
@@ -105,7 +106,8 @@ std::size_t LoadSolutionMap() {
         KURA_LOG_AS(kLoad, DLOG_ERROR, "Parse error!!!!");
     }
     const std::size_t size = map.solutions.size();
-    // In one step: a diagnosis that met the new count without its list would throw on the engine's thread.
+    // Replace it in one step: a diagnosis that saw the new count beside the old list would throw on the
+    // engine's thread.
     KURA::TCInformationStorage::Instance()->SetSolutionMap(std::move(map));
     return size;
 }

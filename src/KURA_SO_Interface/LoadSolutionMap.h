@@ -2,5 +2,5 @@
 
 #include <cstddef>
 
-/// What ParseSolutionMap runs. Returns how many solutions are stored now.
+/// Does what ParseSolutionMap does, and returns how many solutions are stored now.
 std::size_t LoadSolutionMap();

@@ -1,7 +1,7 @@
-// Applying the solutions of one issue. What a solution does depends on its type alone: one table gives the
-// executor and the engine's number of each type. The record of a repair means "tried", not "worked": an
-// action that fails quietly is still removed from the remaining problems and recorded; only an exception ends
-// the request.
+// Applies the solutions of one issue. What a solution does depends on its type alone: one table gives the
+// executor and the engine's number of each type. The record of a repair means "tried", not "worked": after an
+// action that failed quietly the issue is still removed from the remaining problems and recorded. Only an
+// exception ends the request.
 #include "KURA_SO_Interface.h"
 
 #include <cxxabi.h>
@@ -100,7 +100,7 @@ constexpr Action kActions[] = {
      }},
 };
 
-/// Null for an unknown type: nothing is then done.
+/// Null for an unknown type, for which nothing is done.
 const Action* FindAction(const std::string& type) {
     const auto action = std::find_if(std::begin(kActions), std::end(kActions),
                                      [&](const Action& row) { return type == row.type; });
@@ -131,7 +131,7 @@ void ApplyAll(const std::string& issueCode, bool isBGPatch) {
     }
 }
 
-/// Ends an operation at its first exception, logged. Only the unwinding of a cancelled thread passes.
+/// Runs the operation and logs the exception that ends it. Only the unwinding of a cancelled thread passes.
 template <typename Operation>
 void RunGuarded(const char* function, Operation operation) {
     try {
@@ -174,7 +174,7 @@ void FillSolutionParams(std::string issueCode, std::string state, WMSolutionPara
     record.issueCode = KURA::base::ToInt32(issueCode.c_str());
     record.started = state == "start" ? 1 : 0;
     if (!solutions.empty()) {
-        // Kept: where an issue has several solutions the engine hears of the last one only.
+        // Kept: when an issue has several solutions, the engine is told of the last one only.
         const KURA_Solution& last = solutions.back();
         const Action* action = FindAction(last.sol_type);
         record.solutionCode = KURA::base::ToInt32(last.sol_code.c_str());

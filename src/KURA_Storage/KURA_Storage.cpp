@@ -14,9 +14,9 @@
 
 namespace KURA {
 
-// An alias of plain storage, so that no destructor runs at exit: the engine's thread may take the lock until
-// the process is gone. It is made through the exported name, since a linked host has the object in its own
-// memory.
+// The mutex is an alias of plain storage, so that no destructor runs at exit: the engine's thread may take
+// the lock until the process is gone. It is constructed through the exported name, because the linker puts
+// the object into the memory of a host that links the library.
 extern "C" {
 alignas(boost::mutex) unsigned char kuraMapMutex[sizeof(boost::mutex)];
 }

@@ -25,15 +25,15 @@ namespace KURA {
 
 namespace {
 
-/// In the order of the record's constructor.
+/// In the order of the parameters of KURA_Solution's constructor.
 constexpr std::array<const char*, 15> kSolutionAttributes = {
     "issue_code", "sol_code", "sol_type", "sol_name", "sid_issue", "sid_sol", "sid_button1",   "sid_button2",
     "reboot",     "is_fg_bg", "action",   "toast1",   "toast2",    "source",  "view_authority"};
 
 constexpr std::array<const char*, 2> kValueAttributes = {"param_value", "param_type"};
 
-/// A parse reserves one record for so many bytes of text: at most the memory that the text takes itself,
-/// whatever count the document declares.
+/// A parse reserves one record per this many bytes of text, so that it reserves no more memory than the text
+/// takes itself. The count that the document declares may be anything and is not used.
 constexpr std::size_t kTextPerRecord = sizeof(KURA_Solution);
 constexpr std::size_t kMaxRecordsAhead = 65536;
 
@@ -51,7 +51,7 @@ struct ParseRun : TCXMLParser::TSParsingContext {
     std::exception_ptr failure;
 };
 
-/// Keeps an exception for Parse to throw again: none may pass Expat's frames, which are C.
+/// Stores an exception, which Parse throws again: none may pass Expat's frames, which are C.
 void XMLCALL OnStartElement(void* userData, const XML_Char* name, const XML_Char** attributes) {
     auto* run = static_cast<ParseRun*>(userData);
     try {
@@ -62,14 +62,14 @@ void XMLCALL OnStartElement(void* userData, const XML_Char* name, const XML_Char
     }
 }
 
-/// Expat takes the length as int, and refuses a negative one with an error: a text longer than INT_MAX gets
-/// that error.
+/// Expat takes the length as int. A text longer than INT_MAX gets the length -1, which Expat refuses with an
+/// error.
 int LengthForExpat(const std::string& text) {
     return text.size() <= static_cast<std::size_t>(INT_MAX) ? static_cast<int>(text.size()) : -1;
 }
 
-/// Not final: a document that only lacks its end is read for what it holds. A thread that is cancelled ends
-/// after the parse: its unwinding would leave Expat's frames without cleaning up.
+/// Never tells Expat that the text is final, so that a document which is cut off is read for what it holds.
+/// Holds cancellation back, because unwinding would leave Expat's frames without cleaning up.
 XML_Status ParseText(XML_Parser expat, const std::string& text) {
     const base::CancellationHeld held;
     return XML_Parse(expat, text.data(), LengthForExpat(text), 0);
@@ -129,7 +129,7 @@ bool TCXMLParser::Parse(const std::string& text, KURA_SolutionMap& map) const {
 
     const XML_Status status = ParseText(parser.get(), text);
     if (map.solutions.size() < map.solutions.capacity() / 2) {
-        // The text was long for another reason, comments for example.
+        // The text was long for another reason than solutions, comments for example: give the room back.
         map.solutions.shrink_to_fit();
     }
     if (run.failure != nullptr) {
@@ -229,7 +229,7 @@ void TCXMLParser::m_HandleSolutionValTag(KURA_SolutionMap& map, const TCAttribut
     std::array<std::string_view, kValueAttributes.size()> texts;
     attributes.m_FindAll(kValueAttributes.data(), texts.size(), texts.data());
     if (map.solutions.empty()) {
-        // The index is size() - 1 of an empty list in 32 bits, on every machine.
+        // The message names the index size() - 1 of an empty list as a 32-bit machine prints it.
         throw std::out_of_range(
             "vector::_M_range_check: __n (which is 4294967295) >= this->size() (which is 0)");
     }

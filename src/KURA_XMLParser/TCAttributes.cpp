@@ -1,6 +1,7 @@
-// The attributes of one start tag, in one of two modes: owned, a map that Insert fills, or borrowed, the XML
-// reader's own pairs, which live as long as its callback. Both answer alike: names count in lower case, the
-// last one wins. Borrowing is what keeps a parse from copying each name and value twice.
+// The attributes of one start tag are either owned or borrowed. Owned, they are a map that Insert fills.
+// Borrowed, they are Expat's own pairs, which live as long as its callback; this saves a parse from copying
+// each name and value twice. Both answer alike: names are compared in lower case, and the last value of a
+// name wins.
 #include "KURA_XMLParser.h"
 
 #include <algorithm>
@@ -47,8 +48,8 @@ bool IsNamed(const char* written, const char* name) {
     return *name == '\0' && *written == '\0';
 }
 
-/// The index of the name that equals written, lower-cased; count for none. Documents keep their attributes in
-/// a fixed order, so the search starts at the name expected next.
+/// Returns the index of the name that equals written, lower-cased, or count when none does. Documents write
+/// their attributes in a fixed order, so the search starts at the name that is expected next.
 std::size_t IndexOf(const char* written, const char* const* names, std::size_t count, std::size_t expected) {
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t index = (expected + i) % count;
@@ -173,7 +174,7 @@ bool TCXMLParser::TCAttributes::GetValue(const std::string& name, unsigned int& 
     if (!m_Find(name, text)) {
         return false;
     }
-    // True also for a value that is no number: the caller's default then stays.
+    // Also true when the value is no number: the caller's default then stays.
     std::uint32_t number = 0;
     if (base::ScanUInt32(text.data(), number)) {
         value = number;

@@ -35,7 +35,7 @@ void TCParserDataBuffer::InsertData(const char* data, int length) {
         m_bytes.insert(m_bytes.end(), data, data + length);
         return;
     }
-    // The old bytes live until the new ones are copied: data may point into them.
+    // Keep the old bytes until the new ones are copied, because data may point into them.
     std::vector<char> grown;
     grown.reserve(GrownCapacity(m_bytes.capacity(), needed));
     grown.insert(grown.end(), m_bytes.begin(), m_bytes.end());

@@ -24,7 +24,7 @@ inline AppControl NewLaunch(const char* appId) {
     return launch;
 }
 
-/// False also for no request.
+/// Sends the request. False when the set refuses it, or when it is null.
 inline bool Send(const AppControl& launch) {
     return launch != nullptr && app_control_send_launch_request(launch.get(), nullptr, nullptr) == 0;
 }

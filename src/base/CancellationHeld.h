@@ -6,8 +6,8 @@
 
 namespace KURA::base {
 
-/// While it lives, pthread_cancel on this thread stays pending. For code that the unwinding of a cancelled
-/// thread must not pass: destructors, and libraries in C, which would keep their locks and memory.
+/// Keeps pthread_cancel on this thread pending while the object lives. It surrounds code that a cancelled
+/// thread must not unwind: destructors, and C libraries, which would keep their locks and memory.
 class CancellationHeld {
 public:
     CancellationHeld() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
@@ -19,7 +19,8 @@ private:
     int m_before = PTHREAD_CANCEL_ENABLE;
 };
 
-/// A deleter that calls release, which may wait, within a destructor.
+/// A deleter for a release function that may wait. It holds cancellation back, because it runs in a
+/// destructor.
 template <auto release>
 struct Release {
     template <typename Handle>

@@ -53,7 +53,8 @@ private:
     int m_fd;
 };
 
-/// -1 with ENOSYS or EPERM where the kernel, or a filter in front of it, does not offer the call.
+/// Opens path and follows no link in it. -1 with ENOSYS or EPERM where the kernel does not offer openat2, or
+/// a system call filter denies it.
 int OpenWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] int flags) {
 #ifdef RESOLVE_NO_SYMLINKS
     open_how how{};
@@ -67,8 +68,8 @@ int OpenWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] int fla
 #endif
 }
 
-/// For older kernels: opens one folder after the other, from the root or from here, and follows a link in
-/// none of the steps.
+/// Does the same on older kernels: opens one folder after the other, from the root or from the current
+/// folder, and follows no link in any step.
 int OpenStepByStep(const char* path, int flags) {
     Descriptor folder(open(*path == '/' ? "/" : ".", kFolderFlags));
     const char* part = path + std::strspn(path, "/");
@@ -91,7 +92,7 @@ int OpenDescriptor(const char* path, int flags) {
     return OpenStepByStep(path, flags);
 }
 
-/// Refuses all but regular files; for writing also those that have a second name elsewhere.
+/// Accepts only a regular file, and for writing only one that has no second name (hard link).
 bool IsAcceptable(int fd, bool forWriting) {
     struct stat status {};
     if (fstat(fd, &status) != 0) {

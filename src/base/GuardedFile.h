@@ -1,6 +1,6 @@
-// Files that others may tamper with. Anyone may write to the agent's folders, so a path could become a link,
-// a FIFO or a device between a check and the open: the open itself follows no link and never blocks, and what
-// was opened must be a regular file with one name before it is truncated.
+// Opens files that others may tamper with. Anyone may write to the agent's folders, so a path can become a
+// link, a FIFO or a device between a check and the open. Therefore the open itself follows no link and never
+// blocks, and a file is truncated only once it is known to be a regular file with one name.
 #pragma once
 
 #include <cstdio>
@@ -19,27 +19,27 @@ enum class WriteMode {
     kReadWrite,  ///< as "w+"
 };
 
-/// The guard: true when path resolves to itself or does not exist yet. With resolved not null, *resolved is
-/// where the path leads, empty when it does not resolve. On refusal errno tells why (ELOOP for a path that
-/// leads elsewhere).
+/// The guard: true when path resolves to itself or does not exist yet. Unless resolved is null, *resolved
+/// receives the place where path leads, empty when it does not resolve. On refusal errno tells why (ELOOP for
+/// a path that leads elsewhere).
 bool IsPlainPath(const char* path, std::string* resolved = nullptr);
 
-/// Opens for writing, created (0666 less the umask) or truncated. No component of the path may be a link, and
-/// what is there must be a regular file with one name. Null with errno set otherwise; nothing is then
-/// created, written or truncated. Close-on-exec.
+/// Opens path for writing; creates it (0666 less the umask) or truncates it. No component of the path may be
+/// a link, and an existing file must be a regular file with one name. Otherwise returns null with errno set,
+/// and creates, writes and truncates nothing. Close-on-exec.
 File OpenPlainFile(const char* path, WriteMode mode);
 
 /// IsPlainPath, then OpenPlainFile for writing.
 File OpenGuarded(const char* path);
 
-/// Writes text and closes the file. False, errno telling why, without a file or when any of it did not
-/// arrive.
+/// Writes text and closes the file. False when file is null or when text was not written whole; errno tells
+/// why.
 bool WriteAndClose(File file, const std::string& text);
 
 /// OpenGuarded, then WriteAndClose.
 bool WriteGuarded(const std::string& path, const std::string& text);
 
-/// Removes the file of an absolute path, unless a folder on the way is a link. A failure is ignored.
+/// Removes the file at an absolute path, but not through a folder that is a link. A failure is ignored.
 void RemoveFile(const std::string& path);
 
 /// Opens a regular file for reading under the same conditions. Null with errno set otherwise.

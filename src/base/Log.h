@@ -33,17 +33,19 @@ constexpr const char* BaseName(const char* path) {
                    __LINE__, __VA_ARGS__);                                                                  \
     } while (false)
 
-// Standard C++17 has no empty variadic part: a lone format takes the plain form, up to 12 values the other.
+// C++17 does not allow an empty variadic part: a format without values takes KURA_LOG_PLAIN_, a format with
+// up to 12 values takes KURA_LOG_WITH_.
 #define KURA_LOG_CHOOSE_(a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, chosen, ...) chosen
 #define KURA_LOG_FORM_(...)                                                                          \
     KURA_LOG_CHOOSE_(__VA_ARGS__, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_,    \
                      KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, \
                      KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_WITH_, KURA_LOG_PLAIN_, unused)
 
-/// KURA_LOG_AS(function, priority, format, values...): for a step that logs in the name of its operation.
+/// KURA_LOG_AS(function, priority, format, values...) logs in the name of another function: a step logs in
+/// the name of its operation.
 #define KURA_LOG_AS(function, priority, ...) KURA_LOG_FORM_(__VA_ARGS__)(function, priority, __VA_ARGS__)
 
-/// KURA_INFO(format, values...) and so on: the message of the enclosing function.
+/// KURA_INFO(format, values...) and its like log in the name of the enclosing function.
 #define KURA_DEBUG(...) KURA_LOG_AS(__func__, DLOG_DEBUG, __VA_ARGS__)
 #define KURA_INFO(...) KURA_LOG_AS(__func__, DLOG_INFO, __VA_ARGS__)
 #define KURA_ERROR(...) KURA_LOG_AS(__func__, DLOG_ERROR, __VA_ARGS__)

@@ -2,7 +2,7 @@
 
 namespace KURA::base {
 
-/// Text from a host that may be null reads as empty.
+/// Returns an empty text for null, which a host may pass.
 inline const char* OrEmpty(const char* text) {
     return text == nullptr ? "" : text;
 }

@@ -24,9 +24,9 @@ constexpr const char* kDebugMarkPath = "/etc/debug";
 constexpr const char* kUserPartition = "/opt";
 constexpr const char* kWebAppsCachePrefix = "/opt/usr/home/owner/.cache/Apps/WebAppsCache/";  ///< + app id
 
-// --- The agent: data and result files, triggers (req), acknowledgements (ack). A trigger is the request, and
-// the agent acts at once: the data file must be complete and closed before. Others may write to these
-// folders. ---
+// --- The agent: data and result files, triggers (req), acknowledgements (ack). The agent acts as soon as a
+// trigger appears, so the data file must be complete and closed before. Others may write to these folders.
+// ---
 constexpr const char* kDeepCleanTrigger = "/tmp/vardo/req/CleanAll.txt";
 constexpr const char* kMemBoostTrigger = "/tmp/vardo/req/memBoost";
 constexpr const char* kKillAppData = "/tmp/vardo/killApp";

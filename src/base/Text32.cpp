@@ -27,7 +27,7 @@ Digits ReadDigits(const char* text) {
     const char* digits = (*sign == '-' || *sign == '+') ? sign + 1 : sign;
     result.end = text;
     if (IsBlank(*digits) || *digits == '-' || *digits == '+') {
-        return result;  // strtoull would take another sign
+        return result;  // strtoull would accept a second sign
     }
     char* end = nullptr;
     result.magnitude = std::strtoull(digits, &end, 10);

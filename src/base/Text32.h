@@ -1,13 +1,13 @@
-// Text to number with the results of the set, a 32-bit machine, on every machine: where long has 64 bits the
-// C library would saturate and wrap elsewhere.
+// Converts text to numbers with the results of the set, a 32-bit machine, on every machine. The C library
+// would saturate and wrap at other limits where long has 64 bits.
 #pragma once
 
 #include <cstdint>
 
 namespace KURA::base {
 
-/// strtol(text, end, 10): saturates at -2147483648 and 2147483647, no digits give 0. end may be null; with no
-/// digits it is text.
+/// strtol(text, end, 10): saturates at -2147483648 and 2147483647; no digits give 0, and *end is then text.
+/// end may be null.
 std::int32_t ToInt32(const char* text, const char** end = nullptr);
 
 /// strtoul(text, end, 10): saturates at 4294967295, a minus sign wraps, no digits give 0.
