@@ -5,7 +5,7 @@
 
 namespace support {
 
-/// Owns a file descriptor. Movable, not copyable; -1 is none.
+/// Owns a file descriptor and closes it at its end. Movable, not copyable; -1 means none.
 class Descriptor {
 public:
     explicit Descriptor(int number = -1) : m_number(number) {}
@@ -24,7 +24,7 @@ private:
     int m_number;
 };
 
-/// A pipe whose ends close on exec. Both are none, with errno set, when the system refuses.
+/// A pipe whose ends close on exec. Both ends are -1, with errno set, when the system refuses.
 struct Pipe {
     Pipe();
 

@@ -1,4 +1,4 @@
-// Whole files.
+// Reads whole files.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,7 @@
 
 namespace support {
 
-/// The file's bytes; none, with errno set, when it cannot be opened or read.
+/// Returns the file's bytes, or nothing, with errno set, when it cannot be opened or read.
 std::optional<std::string> ReadFile(const std::filesystem::path& path);
 
 }  // namespace support

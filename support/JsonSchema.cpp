@@ -38,7 +38,7 @@ const TypeName& TypeOf(const std::string& name) {
     throw std::logic_error("the schema names an unknown type: " + name);
 }
 
-/// The types that a schema allows; none: all.
+/// The types that a schema allows; an empty list allows all.
 Words TypesOf(const OrderedJson& schema) {
     const auto found = schema.find("type");
     if (found == schema.end()) {
@@ -81,8 +81,8 @@ Words KeysOf(const OrderedJson& object) {
     return keys;
 }
 
-/// Compiles each expression once, which takes longer than a search. Never destroyed: sets are read while the
-/// process exits.
+/// Compiles each expression once, because compiling takes longer than a search. The map is never destroyed,
+/// because sets are read while the process exits.
 bool Matches(const std::string& text, const std::string& pattern) {
     static std::mutex mutex;
     static auto& compiled = *new std::map<std::string, std::regex>;
@@ -91,7 +91,7 @@ bool Matches(const std::string& text, const std::string& pattern) {
 }
 
 bool Fits(const std::string& text, const OrderedJson& schema) {
-    // The length first: a regular expression takes stack for every character.
+    // Check the length first: a regular expression takes stack for every character.
     return text.size() >= schema.value("minLength", std::size_t{0}) &&
            text.size() <= schema.value("maxLength", SIZE_MAX) &&
            (!schema.contains("pattern") || Matches(text, schema.at("pattern").get<std::string>()));
@@ -131,8 +131,8 @@ std::string EnumComplaint(const OrderedJson& value, const OrderedJson& choices) 
 
 }  // namespace
 
-/// One check: throws the first complaint. Every schema goes with the file that it stands in, whose
-/// definitions its references name.
+/// Runs one check and throws the first complaint. Every schema is passed with the file in which it stands,
+/// because its references name definitions of that file.
 class JsonSchema::Walk {
 public:
     explicit Walk(const std::vector<OrderedJson>& schemas) : m_schemas(schemas) {}
@@ -156,7 +156,7 @@ public:
             Demand(at, EnumComplaint(value, rule->at("enum")));
         }
         if (value.is_object()) {
-            // Before what is missing: a misspelt key is both, and its spelling is what helps.
+            // Unknown keys come before missing ones: a misspelt key is both, and naming it helps more.
             KnownKeys(value, rule, at);
         }
         if (rule->contains("anyOf")) {
@@ -180,7 +180,8 @@ private:
         }
     }
 
-    /// What "FILE#/definitions/NAME" names; without FILE in the same file.
+    /// Finds the schema that "$ref" names as "FILE#/definitions/NAME"; without FILE it stands in the same
+    /// file.
     Rule Resolve(const Rule& rule) const {
         const auto found = rule->find("$ref");
         if (found == rule->end()) {

@@ -1,8 +1,8 @@
-// Checks a JSON document against a JSON Schema (draft 7), so that the file that is shipped for editors and
-// the program cannot say different things. It knows what the shipped schemas use: $ref, type, enum,
-// pattern, minimum, maximum, minLength, maxLength, minItems, minProperties, maxProperties, items, properties,
-// propertyNames, required, additionalProperties, and anyOf (by type, or by required members). A schema of a
-// text or a number may have a title, which says in words what the value must be.
+// Checks a JSON document against a JSON Schema (draft 7). The program and the user's editor read the same
+// schema, so they cannot disagree. Supported is what the shipped schemas use: $ref, type, enum, pattern,
+// minimum, maximum, minLength, maxLength, minItems, minProperties, maxProperties, items, properties,
+// propertyNames, required, additionalProperties, and anyOf (by type, or by required members). The title of a
+// schema for a text or a number says in words what the value must be.
 #pragma once
 
 #include <initializer_list>
@@ -19,7 +19,7 @@ using OrderedJson = nlohmann::ordered_json;
 /// A place in a document, as data.
 using JsonPlace = OrderedJson::json_pointer;
 
-/// "/steps/2/expect/log" of the document as people write it: "steps[2].expect.log".
+/// Writes a place of the document for people: "/steps/2/expect/log" becomes "steps[2].expect.log".
 std::string PlaceInWords(const JsonPlace& place, const OrderedJson& document);
 
 /// What is wrong with a document, and where.
@@ -30,7 +30,7 @@ struct JsonComplaint {
 
 class JsonSchema {
 public:
-    /// The texts of the schema and of those to which it refers by their "$id".
+    /// texts: the schema first, then the schemas to which it refers by their "$id".
     JsonSchema(std::initializer_list<const char*> texts);
 
     /// The first difference, if any. Thread-safe.

@@ -11,8 +11,8 @@ bool IsSame(char a, char b) {
     return lower(a) == lower(b);
 }
 
-/// The greatest distance at which a word is still near: one in three characters, two in a word of five, and
-/// one in a shorter word, of which two changes leave too little.
+/// The greatest distance at which a word is still near: a third of its length, but at least two, and one in a
+/// word of fewer than five characters, of which two changes leave too little.
 std::size_t GreatestDistance(std::size_t length) {
     return length < 5 ? 1 : std::max<std::size_t>(2, length / 3);
 }
@@ -40,7 +40,7 @@ std::size_t EditDistance(std::string_view from, std::string_view to) {
 }
 
 std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
-    // A word that is far longer than every known one is near none, and comparing it costs its length.
+    // A word far longer than every known one is near none of them, and comparing it would take long.
     constexpr std::size_t kLongest = 100;
     if (word.size() > kLongest) {
         return "";

@@ -8,8 +8,8 @@
 
 namespace support {
 
-/// How many characters to change, add, leave out or swap with their neighbour to make one word of the other.
-/// Upper and lower case of an ASCII letter count as the same.
+/// Counts the characters to change, add, leave out or swap with their neighbour to turn one word into the
+/// other. Upper and lower case of an ASCII letter count as the same.
 std::size_t EditDistance(std::string_view from, std::string_view to);
 
 /// "; did you mean "WORD"?" with the known word nearest to the given one, or "" when none is near.
