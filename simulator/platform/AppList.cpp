@@ -15,7 +15,7 @@ using kuraset::Entry;
 using kuraset::json;
 using kuraset::kFailed;
 
-/// The list last handed out, with the texts to which its entries point.
+/// The list that was handed out last, with the texts to which its entries point.
 struct HandedOut {
     std::vector<std::vector<std::string>> texts;
     std::vector<was_app_entry> entries;

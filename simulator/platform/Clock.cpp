@@ -1,6 +1,6 @@
-// The set's clock. With "clock" in set.json it stands at that local time until set.json says another: the
-// same run then writes the same times. time() below replaces the C library's for the whole process; the
-// journal keeps the machine's time, which is what orders it.
+// The set's clock. "clock" in set.json stops it at that local time, so that the same run writes the same
+// times. time() below replaces the C library's function in the whole process. The journal keeps the machine's
+// time, which puts its entries in order.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -23,7 +23,7 @@ bool IsEngineTime(const std::string& text) {
 
 namespace {
 
-/// Reading the set may ask for the time itself.
+/// True while the set is read: reading may ask for the time itself.
 thread_local bool reading = false;
 
 /// The clock in set.json, when this process runs on a set.
@@ -38,7 +38,7 @@ std::string ClockOfSet() {
     return text;
 }
 
-/// -1 when the clock runs with the machine's.
+/// The time at which the clock stands, or -1 when it follows the machine's.
 std::time_t StandingClock() {
     std::string text = ClockOfSet();
     if (text.empty()) {

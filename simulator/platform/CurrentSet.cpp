@@ -18,7 +18,7 @@ bool SameFile(const struct stat& a, const struct stat& b) {
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
-/// A step to cut the power at: "function:detail", with '*' for any rest and "#3" for the third time.
+/// The step at which to cut the power: "function:detail"; '*' stands for any rest, "#3" for the third time.
 struct Cut {
     std::string pattern;
     int time = 1;
@@ -92,7 +92,7 @@ std::shared_ptr<const json> CurrentSet::Refresh(Snapshot& snapshot, const std::f
         now = {};
     }
     if (!SameFile(now, snapshot.status) || now.st_ino == 0) {
-        // Noted before reading, so that a change during the read is seen at the next call.
+        // The status is noted before the read, so that the next call sees a change during the read.
         snapshot.status = now;
         snapshot.content = std::make_shared<const json>((this->*load)());
     }
@@ -153,7 +153,7 @@ std::optional<json> CurrentSet::Setting(const std::string& key) noexcept {
         const auto found = settings->find(key);
         return found == settings->end() ? std::nullopt : std::optional<json>(*found);
     } catch (const std::exception& error) {
-        // Forget what was read before: a damaged file answers for no key.
+        // Forget the settings that were read before: a damaged file answers for no key.
         m_settings.status = {};
         Complain(error.what());
         return std::nullopt;

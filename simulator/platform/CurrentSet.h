@@ -1,6 +1,6 @@
 // The set on which this process runs, as the platform functions see it: the description, the settings, the
-// journal and the named steps at which power may be cut. Nothing here throws: a set that is missing or
-// damaged answers like a set on which nothing is known, and says so once on standard error.
+// journal and the steps at which power may be cut. Nothing here throws: a missing or damaged set answers as
+// if it held nothing, and complains once on standard error.
 #pragma once
 
 #include <map>
@@ -16,7 +16,7 @@
 
 namespace kuraset {
 
-/// A null text as an empty one.
+/// Copies a text; null becomes an empty text.
 inline std::string TextOrEmpty(const char* text) {
     return text == nullptr ? std::string() : std::string(text);
 }
@@ -32,7 +32,7 @@ public:
     /// Null when the environment names no directory.
     const SetDirectory* Directory() const { return m_directory ? &*m_directory : nullptr; }
 
-    /// set.json, read again whenever the file has changed. Never null; empty when it cannot be used.
+    /// set.json, which is read again whenever the file has changed. Never null; empty when it cannot be used.
     std::shared_ptr<const json> Description() noexcept;
 
     /// The value at a place like "/faults/logger", or the fallback.
@@ -53,7 +53,7 @@ public:
     std::optional<json> Setting(const std::string& key) noexcept;
     bool PutSetting(const std::string& key, const json& value) noexcept;
 
-    /// Journals the entry; then, when the set's "kill_at" names this step, the power is cut: SIGKILL.
+    /// Journals the entry. Then cuts the power (SIGKILL) when the set's "kill_at" names this step.
     void NoteAndMaybeDie(const std::string& step, const Entry& entry, bool escape = false) noexcept;
 
 private:

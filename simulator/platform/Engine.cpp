@@ -1,5 +1,5 @@
-// The Watchman engine: its queries answer from the records in its databases, newest first, or with the result
-// that the set's faults give to the query.
+// The Watchman engine. Its queries answer from the records in its databases, newest first; a fault of the set
+// replaces the answer by its own result.
 #include "watchman.h"
 
 #include <chrono>
@@ -32,7 +32,7 @@ Entry EngineEntry(const char* operation) {
     return Entry{{"kind", "engine"}, {"op", operation}};
 }
 
-/// The result that the faults give to a query, if any.
+/// Sets result to the one that the set's faults give to the query; false when they give none.
 bool FaultOf(const std::string& place, int& result) {
     CurrentSet& set = CurrentSet::Get();
     if (!set.Contains(place.c_str())) {
@@ -83,7 +83,8 @@ int FetchSolution(int issueCode, _WMSolDBRecord& record) {
     return kSuccess;
 }
 
-/// A damaged or busy database is the engine's own error, never an exception in the caller.
+/// Runs the query. A damaged or busy database becomes the engine's own error, never an exception in the
+/// caller.
 template <typename Query>
 int Guarded(Query query, std::string& failure) {
     try {

@@ -1,5 +1,4 @@
-// The engine's own thread: it delivers armed completions one after the other, a little later than they were
-// armed.
+// The engine's own thread. It delivers armed completions one after the other, each after its delay.
 #pragma once
 
 #include <chrono>
@@ -15,7 +14,7 @@ namespace kuraset {
 
 class EngineThread {
 public:
-    /// Kept until the process is gone, since callbacks may run while it exits.
+    /// Never destroyed, because callbacks may run while the process exits.
     static EngineThread& Get();
 
     /// Starts the thread at the first call.

@@ -1,4 +1,4 @@
-// Application launching. Nothing is started: a request is journalled, and the set may refuse it.
+// Application launching. No application is started: a request is journalled, and the set may refuse it.
 #include "app_control.h"
 
 #include <new>

@@ -1,6 +1,6 @@
-// The set's log. The library's lines carry a prefix with file, function and line, which the journal keeps
-// apart from the message. A message may be a whole document: what is formatted is bounded, and the full
-// length is still told.
+// The set's log. The library's lines begin with file, function and line, which the journal keeps apart from
+// the message. A message may be a whole document, so only its first part is formatted; its full length is
+// journalled beside it.
 #include "dlog.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The package manager's client: a connection of its own to the private bus for every client, and the clearing
-// of an application's data.
+// The package manager's client. Each client has its own connection to the private bus and can clear an
+// application's data.
 #include "pkgmgr_client.h"
 
 #include <cstdlib>

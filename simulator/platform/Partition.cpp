@@ -1,7 +1,7 @@
-// The user partition. A set's files lie on whatever disk the machine has, and are sparse, so the machine's
-// own figures say nothing of the set. With "opt_size" in set.json the set has a partition of that size, used
-// by the files below /opt at their full sizes: statvfs() below then replaces the C library's for that one
-// path.
+// The user partition. A set's files lie on any disk of the machine and are sparse, so the machine's own
+// figures say nothing about the set. "opt_size" in set.json gives the set a partition of that size, in which
+// the files below /opt count with their full sizes. statvfs() below replaces the C library's function for
+// that one path.
 #include <dlfcn.h>
 #include <sys/statvfs.h>
 
@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kOpt = "/opt";
 constexpr unsigned int kBlockSize = 4096;
 
-/// Below 0 when the set has no partition of its own.
+/// The size of the set's own partition; negative when it has none.
 std::int64_t PartitionSize() {
     return kuraset::CurrentSet::Get().Read<std::int64_t>("/opt_size", -1);
 }

@@ -1,4 +1,4 @@
-// The set's settings keys, out of settings.json. A key answers only in the type that it holds.
+// The set's settings keys, from settings.json. A key can be read only in the type that it holds.
 #include "vconf.h"
 
 #include <cstring>

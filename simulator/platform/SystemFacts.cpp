@@ -1,4 +1,4 @@
-// Facts of the set out of set.json: system information, the network's state and the consent items.
+// Facts of the set from set.json: system information, the state of the network and the consent items.
 #include <cstdlib>
 #include <cstring>
 
@@ -17,7 +17,7 @@ using kuraset::kFailed;
 constexpr int kSeries = 0;
 constexpr int kSerialNumber = 187;
 
-/// The panel's size stands in set.json once, and answers these keys unless "features" overrides them.
+/// These keys read the panel's size from set.json unless "features" overrides them.
 constexpr const char* kPanelFeatures[][2] = {
     {"com.norvik/featureconf/panel_resolution_width", "/panel/width"},
     {"com.norvik/featureconf/panel_resolution_height", "/panel/height"},

@@ -1,5 +1,5 @@
-// The TV's own services: source and video control, power timers, picture control, the settings service. What
-// they would change on a television is journalled.
+// The TV's own services: source and video control, power timers, picture control, the settings service. They
+// change nothing and journal each call.
 #include <new>
 #include <string>
 

@@ -1,5 +1,5 @@
-// The usage-statistics logger. A description may hold any byte: the time stamp in it is one raw character, so
-// the journal also tells its number.
+// The usage-statistics logger. The time stamp in a description is one raw byte, which may not be printable,
+// so the journal also holds its number.
 #include "kpi_logger.h"
 
 #include "CurrentSet.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kSent = 1;
 
-/// The number of the character behind "user_time=", or -1.
+/// The number of the byte behind "user_time=", or -1.
 int TimeCharacter(const std::string& description) {
     static const std::string kKey = "user_time=";
     const std::size_t at = description.find(kKey);

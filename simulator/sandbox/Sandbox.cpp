@@ -29,7 +29,7 @@ constexpr const char* kRealProc = "/run/machine/proc";
 constexpr const char* kReleaseMark = "release";
 constexpr const char* kDebugMark = "debug";
 
-/// Processes that a sandbox is expected to name by number; all others are found through "self" alone.
+/// How many processes get a numbered entry in /proc; others are found through "self" alone.
 constexpr int kNumberedProcesses = 300;
 
 void Add(Arguments& arguments, std::initializer_list<std::string> more) {
@@ -40,8 +40,8 @@ bool IsNumber(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
-/// Lets the library into /usr/lib, which nobody may write: an empty folder in its place, filled again with
-/// what was there.
+/// Puts the library into /usr/lib, which is read-only: mounts an empty folder over it and fills that with the
+/// old entries and the library.
 void AddLibrary(Arguments& arguments, const fs::path& library) {
     const fs::path folder = "/usr/lib";
     const fs::path seen = folder / "libkura_parser.so";
@@ -59,7 +59,7 @@ void AddLibrary(Arguments& arguments, const fs::path& library) {
     Add(arguments, {"--ro-bind", fs::absolute(library), seen});
 }
 
-/// An /etc of links to the machine's, without the marks of an image type.
+/// Makes an /etc of links to the machine's files, without the marks of an image type.
 void AddEtc(Arguments& arguments, const std::string& imageType) {
     Add(arguments, {"--ro-bind", "/etc", kRealEtc, "--tmpfs", "/etc"});
     for (const fs::directory_entry& entry : fs::directory_iterator("/etc")) {
@@ -73,7 +73,7 @@ void AddEtc(Arguments& arguments, const std::string& imageType) {
     }
 }
 
-/// A /proc of links into the real one: that file system takes no new file.
+/// Makes a /proc of links into the real one, because the real one takes no new file.
 void AddProc(Arguments& arguments, const std::optional<fs::path>& chipIdFile) {
     Add(arguments, {"--proc", kRealProc, "--tmpfs", "/proc"});
     const auto link = [&](const std::string& name) {
@@ -140,7 +140,7 @@ public:
 
     int WriteEnd() const { return m_ends[1]; }
 
-    /// Everything written so far. Call it after the writer ended.
+    /// Returns everything that was written. Call it after the writer has ended.
     std::string ReadAll() const {
         fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
         std::string text;
@@ -156,7 +156,7 @@ private:
     std::array<int, 2> m_ends{-1, -1};
 };
 
-/// The error number of the start; on success process is set.
+/// Starts bwrap. Returns 0 and sets process, or returns the error number.
 int Start(const Arguments& arguments, int keptDescriptor, int standardOutput, pid_t& process) {
     std::vector<char*> pointers;
     for (const std::string& argument : arguments) {
@@ -165,7 +165,7 @@ int Start(const Arguments& arguments, int keptDescriptor, int standardOutput, pi
     pointers.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    // A descriptor duplicated onto itself loses its close-on-exec mark.
+    // Duplicating a descriptor onto itself clears its close-on-exec flag.
     posix_spawn_file_actions_adddup2(&actions, keptDescriptor, keptDescriptor);
     if (standardOutput >= 0) {
         posix_spawn_file_actions_adddup2(&actions, standardOutput, STDOUT_FILENO);
@@ -185,7 +185,7 @@ int WaitFor(pid_t process) {
 }  // namespace
 
 std::vector<std::string> BuildBubblewrapCommand(const SandboxOptions& options) {
-    // The machine's session and its folder for temporary files are not those of the sandbox.
+    // The sandbox has its own session and its own folder for temporary files.
     Arguments arguments = {
         "bwrap", "--unshare-all", "--die-with-parent", "--unsetenv", "TMPDIR", "--ro-bind", "/", "/",
         "--dev", "/dev",          "--tmpfs",           "/run"};
@@ -227,7 +227,7 @@ int RunInSandbox(const SandboxOptions& options) try {
         return kNoSandbox;
     }
     const int result = WaitFor(process);
-    // bwrap reports an exit code only for a command that it got to start; its own failures end with status 1.
+    // bwrap reports an exit code only for a command that it started; its own failures end with status 1.
     if (result == 1 && status.ReadAll().find("\"exit-code\"") == std::string::npos) {
         std::fputs(
             "sandbox: bubblewrap could not make the sandbox or start the command in it (its reason is "

@@ -1,4 +1,4 @@
-// kura-sandbox: a command in a sandbox of its own.
+// kura-sandbox: runs a command in a sandbox of its own.
 #include <getopt.h>
 
 #include <cstdio>
@@ -79,7 +79,7 @@ struct CommandLine {
     bool help = false;
 };
 
-/// Cuts "left=right"; false without a left side.
+/// Splits "left=right"; false without a left side.
 bool Cut(const std::string& text, std::string& left, std::string& right) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
@@ -114,7 +114,7 @@ bool TakePair(int option, const char* text, kurasandbox::SandboxOptions& sandbox
     return true;
 }
 
-/// False for an option or a value that makes no sense.
+/// Applies one option; false for an unknown one or a wrong value.
 bool Take(int option, const char* value, CommandLine& line) {
     kurasandbox::SandboxOptions& sandbox = line.sandbox;
     switch (option) {
@@ -168,7 +168,7 @@ bool Take(int option, const char* value, CommandLine& line) {
     }
 }
 
-/// False, said on standard error, for a wrong command line.
+/// Reads the command line. When it is wrong, says so on standard error and returns false.
 bool Read(int count, char** arguments, CommandLine& line) {
     int option = 0;
     while ((option = getopt_long(count, arguments, "+", kOptions, nullptr)) != -1) {

@@ -12,10 +12,10 @@ struct ServiceArguments {
     std::filesystem::path tmp = "/tmp";
     int readyDescriptor = -1;
 
-    /// False after a line of usage on standard error.
+    /// When the command line is wrong, prints the usage on standard error and returns false.
     bool Parse(int count, char** arguments);
 
-    /// Tells whoever started the service that it works now.
+    /// Tells the process that started the service that it is ready.
     void Ready();
 };
 

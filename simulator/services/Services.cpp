@@ -1,5 +1,5 @@
-// Starting and ending the processes beside the host. Each says that it is ready on a pipe of its own, and
-// each gets a signal from the kernel when the host dies, so that nothing is left behind.
+// Starts and ends the processes beside the host. Each writes to a pipe of its own when it is ready, and the
+// kernel sends each a signal when the host dies, so that none is left behind.
 #include "set/KuraSet.h"
 
 #include <cerrno>
@@ -28,7 +28,8 @@ namespace {
 using support::Pipe;
 using Clock = std::chrono::steady_clock;
 
-/// Longer than the agent's longest command, five seconds, which it finishes before it ends.
+/// Longer than five seconds, which the agent's longest command may take: the agent finishes it before it
+/// ends.
 constexpr std::chrono::milliseconds kEndPatience{7000};
 
 [[noreturn]] void Refuse(const std::string& text) {
@@ -44,7 +45,8 @@ fs::path OwnFolder() {
     return program.parent_path();
 }
 
-/// What a child says on standard output and error: the bus complains about limits that it cannot raise.
+/// Whether a child's standard output and error are shown. Those of the bus are dropped, because it complains
+/// about limits that it cannot raise.
 enum class Chatter { Kept, Dropped };
 
 struct ChildNature {
@@ -53,7 +55,7 @@ struct ChildNature {
     std::vector<int> inherited;  ///< descriptors that it keeps
 };
 
-/// One child process; ended when the object goes.
+/// One child process, which ends with the object.
 class Child {
 public:
     Child() = default;
@@ -102,7 +104,7 @@ Child::Child(const ChildNature& nature, std::vector<std::string> arguments) : m_
         if (nature.chatter == Chatter::Dropped) {
             dup2(nowhere, STDERR_FILENO);
         }
-        // Standard output belongs to what the host prints.
+        // Standard output belongs to the host.
         dup2(STDERR_FILENO, STDOUT_FILENO);
         execvp(pointers[0], pointers.data());
         _exit(127);
@@ -126,7 +128,7 @@ void Child::End() noexcept {
     }
 }
 
-/// The first line that arrives; throws when the writer ends without one or the time is over.
+/// Waits for the first line. Throws when the writer ends without one or the time is over.
 std::string FirstLine(const Pipe& pipe, const std::string& name, std::chrono::milliseconds patience) {
     const auto limit = Clock::now() + patience;
     std::string line;
@@ -151,7 +153,8 @@ std::string FirstLine(const Pipe& pipe, const std::string& name, std::chrono::mi
     }
 }
 
-/// Starts a program with the number of a pipe's end in its arguments ("%ready") and waits for its line.
+/// Starts a program and waits for its first line on a pipe. "%ready" in its arguments stands for the number
+/// of the pipe's end.
 Child StartReady(ChildNature nature, std::vector<std::string> arguments, std::chrono::milliseconds patience,
                  std::string& line) {
     Pipe pipe;
@@ -171,8 +174,8 @@ Child StartReady(ChildNature nature, std::vector<std::string> arguments, std::ch
     return child;
 }
 
-/// A bus that admits nobody but this user and knows no service files. Its socket has a name and no file, so
-/// that nothing stays behind however the host ends.
+/// Configures a bus that admits only this user and reads no service files. Its socket is abstract, so that no
+/// file is left behind, however the host ends.
 std::string BusConfiguration(const std::string& name) {
     return "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
            " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"

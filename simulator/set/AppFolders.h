@@ -1,6 +1,5 @@
-// Where an application of the set keeps its files, how large they are, and how they are removed: shared by
-// the agent, the package manager's service and its client. An id is a name of one folder, never a way out of
-// it.
+// Knows where an application of the set keeps its files, measures and removes them. The agent, the package
+// manager's service and its client share it. An id is the name of one folder and can never lead out of it.
 #pragma once
 
 #include <cstdint>
@@ -9,15 +8,16 @@
 
 namespace kuraset {
 
-/// The name of one folder or file: not empty, ".", "..", or anything with a slash or a zero byte.
+/// Whether name names one folder or file: it is not empty, ".", or "..", and holds no slash and no zero byte.
 bool IsPlainName(const std::string& name);
 
-/// As the library sees it; ends with a slash, since the library appends the icon's name directly.
+/// The folder's path as the library sees it. It ends with a slash, because the library appends the icon's
+/// name.
 std::string DefaultIconFolder(const std::string& package);
 
 class AppFolders {
 public:
-    /// opt: what stands for /opt.
+    /// opt: the folder that serves as /opt.
     explicit AppFolders(std::filesystem::path opt) : m_opt(std::move(opt)) {}
 
     std::filesystem::path Program(const std::string& package) const {
@@ -36,11 +36,10 @@ private:
     std::filesystem::path m_opt;
 };
 
-/// A folder that is really there, reached from root without any link.
+/// Whether folder exists below root and no component of its path is a link.
 bool IsOwnFolder(const std::filesystem::path& root, const std::filesystem::path& folder);
 
-/// The bytes of the regular files below a folder, links not followed; 0 when it is no folder of the root's
-/// own.
+/// The bytes of the regular files below a folder; follows no link. 0 when IsOwnFolder is false.
 std::int64_t FolderSize(const std::filesystem::path& root, const std::filesystem::path& folder);
 
 struct Removal {
@@ -49,7 +48,7 @@ struct Removal {
     int failures = 0;  ///< entries that stayed
 };
 
-/// Removes what a folder holds and keeps the folder; links inside are removed, not followed.
+/// Removes everything in a folder and keeps the folder. Links inside are removed, not followed.
 Removal EmptyFolder(const std::filesystem::path& root, const std::filesystem::path& folder);
 
 }  // namespace kuraset

@@ -5,7 +5,7 @@
 namespace kuraset {
 
 void CheckDescription(const json& description) {
-    // Never destroyed: the engine's thread may read the set while the process exits.
+    // Never destroyed, because the engine's thread may read the set while the process exits.
     static const auto& schema = *new support::JsonSchema({schema::kSet});
     const support::OrderedJson document(description);
     if (const auto complaint = schema.Check(document)) {

@@ -1,4 +1,4 @@
-// The engine's records as people write them.
+// Converts the engine's records to and from JSON as people write it.
 #include <string>
 
 #include "KuraSet.h"

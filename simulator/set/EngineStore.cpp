@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// "INTEFER" is what the sets in the field have; SQLite takes any word for a type.
+// Kept: sets in the field have the type "INTEFER"; SQLite accepts any word as a type.
 constexpr const char* kCreateInference =
     "CREATE TABLE IF NOT EXISTS inferenceTBL(registerTime TEXT, lastUpdatedTime TEXT, issueCode TEXT, TR "
     "INTEGER, "
@@ -91,7 +91,7 @@ public:
         return *this;
     }
 
-    /// True while there is a row.
+    /// Steps to the next row; false when there is none.
     bool Step() {
         const int result = sqlite3_step(m_statement.get());
         m_database.Require(result == SQLITE_ROW || result == SQLITE_DONE);

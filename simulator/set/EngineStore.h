@@ -9,17 +9,17 @@
 
 namespace kuraset {
 
-/// Every function throws SetError (Damaged, Io). Connections live for one call.
+/// Every function throws SetError (Damaged, Io). Every call opens and closes its own connection.
 class EngineStore {
 public:
-    /// home: what stands for /home.
+    /// home: the folder that serves as /home.
     explicit EngineStore(const std::filesystem::path& home);
 
     void CreateTables() const;
     void Append(const InferenceRecord& record) const;
     void Append(const SolutionRecord& record) const;
 
-    /// Newest first; without a code all of them. A missing database holds nothing.
+    /// The records, newest first; without a code those of all issues. Empty when the database is missing.
     std::vector<InferenceRecord> Inferences(std::optional<int> issueCode = {},
                                             std::optional<bool> present = {}) const;
     std::vector<SolutionRecord> Solutions(std::optional<int> issueCode = {}) const;

@@ -1,4 +1,4 @@
-// Whole files of the set, read and replaced so that parallel processes never see half of one.
+// Reads and replaces whole files of the set, so that no other process ever sees half a file.
 #pragma once
 
 #include <filesystem>
@@ -12,11 +12,11 @@ namespace kuraset {
 using support::Descriptor;
 using support::WriteAll;
 
-/// None when the file does not exist; throws SetError::Io for every other failure.
+/// The file's text; none when the file does not exist. Throws SetError::Io for every other failure.
 std::optional<std::string> ReadWhole(const std::filesystem::path& path);
 
-/// While one lives, this thread does not wait for the disk: for the files of a set that does not count as
-/// made.
+/// While one lives, this thread's writes do not wait for the disk. A new set needs no wait for each file,
+/// because it is synced as a whole before it counts as made.
 class WithoutSync {
 public:
     WithoutSync() { ++s_depth; }
@@ -30,13 +30,13 @@ private:
     static thread_local int s_depth;
 };
 
-/// Waits once for everything that was written below the folder; throws SetError::Io.
+/// Waits once until everything that was written below the folder is on the disk; throws SetError::Io.
 void SyncAll(const std::filesystem::path& folder);
 
-/// Writes a new file beside it and renames it over; throws SetError::Io and leaves the old one.
+/// Writes a new file beside path and renames it over the old one. Throws SetError::Io and keeps the old one.
 void ReplaceWhole(const std::filesystem::path& path, const std::string& text);
 
-/// An exclusive lock between processes, held as long as the object lives. Throws SetError::Io.
+/// Holds an exclusive lock between processes while the object lives. Throws SetError::Io.
 class FileLock {
 public:
     explicit FileLock(const std::filesystem::path& path);

@@ -192,7 +192,7 @@ std::vector<json> SetDirectory::ReadJournal(const std::string& kind) const {
 }
 
 void SetDirectory::ClearJournal() const {
-    // In place: whoever holds the journal open goes on in the same file.
+    // Truncate it in place: a process that holds the journal open goes on in the same file.
     Descriptor file(
         open(JournalPath().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
     if (!file || ftruncate(file.Number(), 0) != 0) {

@@ -15,11 +15,11 @@ namespace kuraset {
 /// Keeps the order in which an entry's members were added.
 using Entry = nlohmann::ordered_json;
 
-/// The text as UTF-8: what is valid stays, any other byte becomes the character of the same number, so that a
-/// byte 0x9c reads as \u009c in the journal and not as a mere replacement mark.
+/// Returns the text as UTF-8. Valid characters stay; any other byte becomes the character of the same number,
+/// so that the journal shows the byte 0x9c as \u009c and not as a replacement character.
 std::string Legible(const std::string& text);
 
-/// The first bytes of a text, not ending inside a UTF-8 character.
+/// The first bytes of a text, cut so that no UTF-8 character is split.
 std::string CutAt(const std::string& text, std::size_t bytes);
 
 /// Local time with milliseconds: "2026-01-31T23:59:59.123".
@@ -29,8 +29,8 @@ class JournalWriter {
 public:
     explicit JournalWriter(std::filesystem::path path) : m_path(std::move(path)) {}
 
-    /// Puts time and kind in front. escape: everything beyond ASCII as \u escapes. False when the line could
-    /// not be written whole; the next line then starts on a line of its own.
+    /// Appends the entry with time and kind in front. With escape, everything beyond ASCII becomes \u
+    /// escapes. False when the line could not be written whole; the next entry then starts on a new line.
     bool Append(const Entry& entry, bool escape = false) noexcept;
 
 private:

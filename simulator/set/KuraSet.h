@@ -1,9 +1,9 @@
-// Set-up and inspection of a simulated set, for whoever hosts it (the kura command, tests): the set's
-// directory, its settings, the engine's records, the journal, and the services that run beside the host.
+// Sets up and inspects a simulated set, for its hosts (the kura command, tests): the set's directory, its
+// settings, the engine's records, the journal, and the services that run beside the host.
 //
 // Inside the sandbox the directory is bound at kBoundSetDirectory and named by the environment variable
-// kSetDirectoryVariable; every function below works the same inside and outside. Values may be shared between
-// processes: settings are locked and replaced whole, journal lines are appended whole.
+// kSetDirectoryVariable; every function below works the same inside and outside. Several processes may use
+// one set: settings are locked and replaced whole, journal lines are appended whole.
 #pragma once
 
 #include <chrono>
@@ -24,7 +24,7 @@ using json = nlohmann::json;
 
 constexpr const char* kSetDirectoryVariable = "KURA_SET_DIR";
 constexpr const char* kBoundSetDirectory = "/run/kura-set";
-/// A standing clock for a set whose description has none, as "2026-01-31T23:59:59".
+/// Stops the clock of a set whose description names no "clock" at this time, "2026-01-31T23:59:59".
 constexpr const char* kClockVariable = "KURA_SET_CLOCK";
 constexpr const char* kPackageBusVariable = "KURA_PKGMGR_BUS";
 
@@ -43,8 +43,8 @@ private:
     Kind m_kind;
 };
 
-/// Checks what set.json would hold against schema/set.schema.json. Throws SetError::Damaged with the first
-/// difference and its place, as in "set.json: apps[2].skip: must be a whole number of 32 bits".
+/// Checks a description for set.json against schema/set.schema.json. Throws SetError::Damaged with the first
+/// difference and its place, for example "set.json: apps[2].skip: must be a whole number of 32 bits".
 void CheckDescription(const json& description);
 
 /// One row of the engine's inference table.
@@ -69,8 +69,8 @@ struct SolutionRecord {
 void to_json(nlohmann::ordered_json& document, const InferenceRecord& record);
 void to_json(nlohmann::ordered_json& document, const SolutionRecord& record);
 
-/// Local time as the engine writes it: "2026-01-31T23:59:59". Of this process's set, when its clock stands
-/// still; SetDirectory::TimeNow tells it of any set.
+/// Local time as the engine writes it, "2026-01-31T23:59:59". This process's set may have stopped the clock;
+/// SetDirectory::TimeNow tells the time of any set.
 std::string EngineTimeNow();
 bool IsEngineTime(const std::string& text);
 
@@ -79,9 +79,9 @@ class SetDirectory {
 public:
     /// Makes a new set: the directory (its parents too), set.json, settings.json, files/ with the folders
     /// that a set has from the factory, the engine's databases and the folders and files of the apps
-    /// (LayOutApps). Io when the directory exists and is not empty. settings: an object of whole numbers,
-    /// booleans and texts. fill adds what else belongs to the set before it counts as made; when anything
-    /// throws, nothing is left of it.
+    /// (LayOutApps). Throws Io when the directory exists and is not empty. settings: an object of whole
+    /// numbers, booleans and texts. fill adds anything else before the set counts as made. When anything
+    /// throws, nothing of the set is left.
     static SetDirectory Create(const std::filesystem::path& path, const json& description,
                                const json& settings = json::object(),
                                const std::function<void(const SetDirectory&)>& fill = {});
@@ -106,15 +106,16 @@ public:
     json Description() const;
     /// Checks and replaces set.json. A process that runs on the set sees it from its next call on.
     void Describe(const json& description) const;
-    /// What the set's clock shows, as EngineTimeNow writes it: "clock" of set.json, or the machine's time.
+    /// The time on the set's clock, as EngineTimeNow writes it: "clock" of set.json, or the machine's time.
     std::string TimeNow() const;
     /// "release", "debug" or "perf".
     std::string ImageType() const;
-    /// The file to bind at /proc/vex_chipid_val, brought up to date; none when the set has no chip id.
+    /// Writes the file to bind at /proc/vex_chipid_val and returns its path; none when the set has no chip
+    /// id.
     std::optional<std::filesystem::path> ChipIdFile() const;
-    /// "", "read-only" or "full": what the sandbox has to do with /opt.
+    /// How the sandbox has to make /opt: "", "read-only" or "full".
     std::string OptFault() const;
-    /// Creates what is missing of the folders, files of the given sizes and icons of every app in set.json.
+    /// Creates the missing folders, icons, and files of the given sizes for every app in set.json.
     void LayOutApps() const;
 
     // --- Settings: whole numbers of 32 bits, booleans, texts ---
@@ -132,8 +133,8 @@ public:
                          const std::string& registerTime = "", const std::string& lastUpdateTime = "") const;
     void ReportSolution(int issueCode, int solutionCode, int type, bool applied,
                         const std::string& registerTime = "") const;
-    /// Adds what {"inferences": [...], "solutions": [...]} holds, in this order. A json exception passes when
-    /// a record lacks its code or holds another type; those before it are then added.
+    /// Adds the records of {"inferences": [...], "solutions": [...]}, in this order. A record that lacks its
+    /// code or holds a wrong type throws a json exception; the records before it are then added.
     void AddRecords(const nlohmann::ordered_json& records) const;
     std::vector<InferenceRecord> ListInferences() const;
     std::vector<SolutionRecord> ListSolutions() const;
@@ -144,8 +145,8 @@ public:
     /// Adds "time" in front when the entry has none. False when the line could not be written whole; never
     /// throws.
     bool AppendJournal(const json& entry) const noexcept;
-    /// All entries in order, or those of one kind. A line that is not JSON, as a cut of power leaves it,
-    /// comes back as {"kind":"damaged","line":n}.
+    /// All entries in order, or those of one kind. A line that is not JSON, for example after a power cut, is
+    /// returned as {"kind":"damaged","line":n}.
     std::vector<json> ReadJournal(const std::string& kind = "") const;
     void ClearJournal() const;
 
@@ -155,15 +156,15 @@ private:
     std::filesystem::path m_path;
 };
 
-/// Waits until every subscription that this process armed has been delivered. True when that happened in time
-/// (also when nothing was armed). failure becomes the text of the first exception that reached the engine's
-/// thread since the last wait, or empty; such an exception does not make the result false. Not from the
-/// engine's thread.
+/// Waits until every subscription that this process armed has been delivered. True when that happened in
+/// time, also when nothing was armed. failure receives the text of the first exception that reached the
+/// engine's thread since the last wait, or an empty text; such an exception does not make the result false.
+/// Do not call it on the engine's thread.
 bool WaitForEngine(std::chrono::milliseconds timeout, std::string& failure);
 
-/// The processes beside the host: the package manager on its private bus and the agent. Start them from
-/// inside the sandbox, on the main thread and before other threads exist (the bus address goes into this
-/// process's environment); they end with the object and with the process.
+/// The processes beside the host: the package manager on its private bus, and the agent. Start them inside
+/// the sandbox, on the main thread and before other threads exist, because the bus address goes into this
+/// process's environment. They end with the object and with the process.
 class SetServices {
 public:
     struct Options {
@@ -171,13 +172,13 @@ public:
         bool agent = true;
         std::filesystem::path
             programs;  ///< folder of kura-agentd and kura-pkgmgrd; empty: that of this executable
-        std::filesystem::path opt = "/opt";  ///< what the services take for /opt and /tmp
+        std::filesystem::path opt = "/opt";  ///< the folders that serve as /opt and /tmp for the services
         std::filesystem::path tmp = "/tmp";
         std::chrono::milliseconds patience{10000};  ///< how long to wait for each to be ready
     };
 
-    /// Returns when everything is ready; throws SetError::Io when something does not start. A service that
-    /// the set's faults declare absent is not started, and that is no error.
+    /// Returns when every service is ready; throws SetError::Io when one does not start. A service that the
+    /// set's faults declare absent is not started; this is no error.
     static SetServices Start(const SetDirectory& set, const Options& options);
     static SetServices Start(const SetDirectory& set);
 
@@ -187,7 +188,7 @@ public:
     SetServices& operator=(const SetServices&) = delete;
     ~SetServices();
 
-    /// Process numbers, 0 when not running: for a test that takes one away.
+    /// Process numbers, 0 when not running. Tests use them to end one.
     int BusProcess() const;
     int PackageManagerProcess() const;
     int AgentProcess() const;

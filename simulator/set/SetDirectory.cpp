@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What a set has from the factory, below its files.
+/// The folders that a set has from the factory, below files/.
 const char* const kFactoryFolders[] = {
     "opt/usr/share/TVKuraHelp",     "opt/usr/apps",
     "opt/usr/home/owner/share",     "opt/usr/home/owner/content/Documents",
@@ -43,7 +43,7 @@ json ParseObject(const fs::path& path, const std::string& text) {
     return value;
 }
 
-/// A file of that size that takes no room on the host machine.
+/// Makes a sparse file of that size, which takes no room on the host machine.
 void MakeSized(const fs::path& path, std::uintmax_t size) {
     std::error_code error;
     if (size == 0 || fs::exists(path, error)) {
@@ -111,7 +111,8 @@ void MakeFactoryState(const SetDirectory& set, const json& settings) {
     set.ClearJournal();
 }
 
-/// Null says "not given", but in "info": there it says that the read fails.
+/// Removes members that are null, which means "not given". They stay in "info", where null makes the read
+/// fail.
 void DropNulls(json& value) {
     for (auto member = value.begin(); member != value.end();) {
         const bool object = value.is_object();
@@ -128,7 +129,7 @@ void DropNulls(json& value) {
     }
 }
 
-/// After a set could not be made; the folder itself stays when it was there before.
+/// Cleans up after a set that could not be made. keepFolder: the folder was there before and stays.
 void RemoveContent(const fs::path& path, bool keepFolder) {
     std::error_code error;
     if (!keepFolder) {

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Raise it when an older kura could no longer use a set that this one makes.
+/// Raise it when an older kura cannot use the sets that this one makes.
 constexpr int kFormat = 1;
 constexpr const char* kFormatKey = "kura_set";
 constexpr const char* kWholeKey = "whole";

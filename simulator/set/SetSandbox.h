@@ -1,5 +1,5 @@
-// The sandbox for a set: its files as /opt, /home and /tmp, its chip id and image type, and the set itself
-// where the environment says. For programs that link kura_sandbox.
+// Describes the sandbox for a set: its files as /opt, /home and /tmp, its chip id and image type, and the set
+// itself at the path that the environment names. For programs that link kura_sandbox.
 #pragma once
 
 #include <filesystem>
@@ -13,8 +13,8 @@
 
 namespace kuraset {
 
-/// /opt of one page, which the first write fills. What the set has installed stays visible and read-only; the
-/// folders in which the library writes exist and are empty.
+/// Makes /opt one page large, so that the first write fills it. The set's installed files stay visible and
+/// read-only; the folders in which the library writes exist and are empty.
 inline void FillOpt(const SetDirectory& set, kurasandbox::SandboxOptions& options) {
     options.opt.reset();
     options.optSize = 4096;
@@ -24,14 +24,14 @@ inline void FillOpt(const SetDirectory& set, kurasandbox::SandboxOptions& option
             options.binds.push_back({set.FilesOpt() / kept, std::filesystem::path("/opt") / kept, false});
         }
     }
-    // A mount makes the folders on its way, and an empty file takes no room.
+    // A mount creates the folders of its path, and an empty file takes no room.
     for (const char* folder : {"/opt/usr/home/owner/share", "/opt/usr/home/owner/content/Documents"}) {
         options.binds.push_back({"/dev/null", std::filesystem::path(folder) / ".full", false});
     }
 }
 
-/// library: the built library, seen at its installed path. The caller adds to readOnly what the command needs
-/// below /opt, /home, /tmp or /run, its own program folder first of all.
+/// library: the built library, which is seen at its installed path. The caller adds to readOnly the folders
+/// below /opt, /home, /tmp or /run that the command needs, above all its own program folder.
 inline kurasandbox::SandboxOptions SandboxFor(const SetDirectory& set, std::filesystem::path library,
                                               std::vector<std::string> command) {
     kurasandbox::SandboxOptions options;

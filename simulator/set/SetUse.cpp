@@ -37,8 +37,8 @@ Descriptor OpenWritable(const fs::path& set) {
     return folder;
 }
 
-/// The process of a line of /proc/locks, as in "3: FLOCK  ADVISORY  WRITE 7711 fe:00:131075 0 EOF", when it
-/// is one for that file; 0 otherwise.
+/// Returns the process that holds the lock in a line of /proc/locks, such as
+/// "3: FLOCK  ADVISORY  WRITE 7711 fe:00:131075 0 EOF", or 0 when the line is for another file.
 int HolderIn(const std::string& line, const struct stat& file) {
     std::istringstream words(line);
     std::string number;

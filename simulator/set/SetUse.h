@@ -1,4 +1,4 @@
-// One host at a time: two of them on one set would have two agents answer the same requests.
+// Lets one host at a time use a set. Two hosts would run two agents that answer the same requests.
 #pragma once
 
 #include <chrono>
@@ -8,11 +8,11 @@
 
 namespace kuraset {
 
-/// The set belongs to this process for a run, until the object or the process ends.
+/// Reserves the set for this process until the object or the process ends.
 class SetUse {
 public:
-    /// Waits that long for another process to be done with the set. Throws SetError::Io when it is not,
-    /// naming it, and when the set cannot be written.
+    /// Waits at most patience for another process to be done with the set. Throws SetError::Io, which names
+    /// that process, when it is not done, and also when the set cannot be written.
     explicit SetUse(const std::filesystem::path& set,
                     std::chrono::milliseconds patience = std::chrono::seconds(3));
     SetUse(const SetUse&) = delete;

@@ -1,5 +1,5 @@
-// The settings keys: one JSON object in settings.json. A writer holds the lock of its neighbour file from the
-// read to the rename, so that no process loses what another wrote; readers need no lock, since the file is
+// The settings keys are one JSON object in settings.json. A writer holds the lock of a file beside it from
+// the read to the rename, so that no process loses another's write. Readers need no lock, because the file is
 // replaced whole.
 #include "KuraSet.h"
 

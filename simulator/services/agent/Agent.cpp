@@ -22,14 +22,15 @@ constexpr const char* kMeasurePrefix = "calcAppDataCacheSize_";
 constexpr const char* kResultPrefix = "appDataCacheSize_";
 constexpr const char* kCobaltName = "cobalt_size";
 
-/// Longer than the library waits for each.
+/// Each is longer than the library waits.
 constexpr std::chrono::seconds kLateMeasure{6};
 constexpr std::chrono::seconds kLateClean{11};
 constexpr std::chrono::milliseconds kIdle{250};
 
 constexpr std::size_t kFloodBytes = std::size_t{8} << 20;
 
-/// What a deep clean empties when set.json does not say; '*' stands for every folder of that level.
+/// The folders that a deep clean empties unless set.json names others; '*' stands for every folder of that
+/// level.
 const char* const kCleanByDefault[] = {
     "/opt/usr/home/owner/.cache/Apps/WebAppsCache",
     "/opt/usr/home/owner/apps_rw/*/cache",
@@ -41,7 +42,7 @@ bool StartsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
 }
 
-/// A line that ends with its line feed and holds nothing after it.
+/// The one line of a text that ends with its only line feed; none for any other text.
 std::optional<std::string> Line(const std::optional<std::string>& text) {
     if (!text || text->empty() || text->find('\n') != text->size() - 1) {
         return std::nullopt;
@@ -49,7 +50,7 @@ std::optional<std::string> Line(const std::optional<std::string>& text) {
     return text->substr(0, text->size() - 1);
 }
 
-/// "package|application"
+/// Splits the line "package|application".
 std::optional<std::pair<std::string, std::string>> Pair(const std::optional<std::string>& text) {
     const std::optional<std::string> line = Line(text);
     const std::size_t bar = line ? line->find('|') : std::string::npos;
@@ -163,7 +164,7 @@ void Agent::Do(const std::string& trigger) {
         return;
     }
     if (!m_requests.IsRegular(Place::Requests, trigger)) {
-        // Gone again, or no plain file and so no request.
+        // It is gone again, or it is no regular file and therefore no request.
         Note(trigger, "refused", {{"reason", "no regular trigger file"}});
         return;
     }
@@ -201,13 +202,13 @@ void Agent::CleanAll(const std::string& trigger) {
 }
 
 void Agent::BoostMemory(const std::string& trigger) {
-    // The memory of a development machine is not the set's: there is nothing to give back.
+    // The simulated set has no memory of its own to free.
     m_requests.Remove(Place::Requests, trigger);
     Note(trigger, "done");
 }
 
 void Agent::KillApp(const std::string& trigger) {
-    // Removed first, so that a request that arrives during the work leaves a new trigger.
+    // Remove the trigger first, so that a request during the work leaves a new one.
     m_requests.Remove(Place::Requests, trigger);
     const std::optional<std::string> package = Line(m_requests.Read(Place::Data, trigger));
     if (!package || !IsPlainName(*package)) {
@@ -250,7 +251,7 @@ void Agent::MeasureApp(const std::string& trigger) {
     }
     m_requests.Remove(Place::Data, trigger);
     m_requests.Remove(Place::Requests, trigger);
-    // Without the web cache: the library measures that itself and adds it.
+    // The web cache does not count here: the library measures it itself and adds it.
     const std::int64_t data = FolderSize(m_opt, m_folders.Data(names->first));
     const std::int64_t cache = FolderSize(m_opt, m_folders.Cache(names->first));
     const bool answered = Answer(names->second, data, cache);
@@ -261,7 +262,7 @@ void Agent::MeasureApp(const std::string& trigger) {
           {"cache", cache}});
 }
 
-/// Writes the result first: the acknowledgement says that it is complete.
+/// Writes the result before the acknowledgement, which says that the result is complete.
 bool Agent::Answer(const std::string& appId, std::int64_t data, std::int64_t cache) {
     const std::string partial = std::to_string(data) + "|";
     const std::string text =

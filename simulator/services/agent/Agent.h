@@ -1,5 +1,4 @@
-// The privileged agent of the set: does what the library asks for through request files, on the set's own
-// files.
+// The privileged agent of the set. It carries out the library's request files on the set's own files.
 #pragma once
 
 #include <chrono>
@@ -18,21 +17,21 @@ class Agent {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// opt and tmp: what stands for /opt and /tmp. Creates the request folders; throws SetError.
+    /// opt and tmp: the folders that serve as /opt and /tmp. Creates the request folders; throws SetError.
     Agent(const SetDirectory& set, const std::filesystem::path& opt, const std::filesystem::path& tmp);
 
     const std::filesystem::path& RequestPath() const {
         return m_requests.Path(RequestFolders::Place::Requests);
     }
 
-    /// False when the request folders are gone: time for a new agent.
+    /// False when the request folders are gone; only a new agent can then go on.
     bool Intact() const { return m_requests.Intact(); }
 
-    /// Takes a request up; it is done now or, when the set's faults slow the agent down, later.
+    /// Accepts a request. The agent carries it out now, or later when the set's faults slow it down.
     void Accept(const std::string& trigger);
-    /// Takes up whatever lies in the request folder.
+    /// Accepts every request in the request folder.
     void AcceptAll();
-    /// Does what is due; returns the milliseconds until it wants to be called again.
+    /// Carries out the requests that are due; returns the milliseconds until the next call.
     int Work();
 
 private:

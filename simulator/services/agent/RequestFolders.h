@@ -1,5 +1,6 @@
-// The folders over which the agent and the library talk. Names come from outside: every access is relative to
-// a folder that the agent opened itself, follows no link, and reads no more than a request can be long.
+// The folders through which the agent and the library talk. File names come from outside. Therefore every
+// access is relative to a folder that the agent opened itself, follows no link, and reads no more than the
+// longest request.
 #pragma once
 
 #include <filesystem>
@@ -15,7 +16,7 @@ class RequestFolders {
 public:
     enum class Place { Data, Requests, Acknowledgements };
 
-    /// tmp: what stands for /tmp. Creates the folders; throws SetError::Io.
+    /// tmp: the folder that serves as /tmp. Creates the folders; throws SetError::Io.
     explicit RequestFolders(const std::filesystem::path& tmp);
 
     const std::filesystem::path& Path(Place place) const { return At(place).path; }
@@ -23,10 +24,10 @@ public:
     /// False when somebody removed or replaced one of the folders.
     bool Intact() const;
 
-    /// None when it is no regular file, cannot be read or is too long.
+    /// The file's text; none when it is no regular file, cannot be read or is too long.
     std::optional<std::string> Read(Place place, const std::string& name) const;
     bool IsRegular(Place place, const std::string& name) const;
-    /// A new file in place of whatever bears the name.
+    /// Replaces whatever has that name by a new file.
     bool Write(Place place, const std::string& name, const std::string& text) const;
     bool Remove(Place place, const std::string& name) const;
     std::vector<std::string> RequestNames() const;

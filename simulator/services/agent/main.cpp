@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Hands on what the kernel reports.
+/// Hands the agent the new triggers that the kernel reports.
 void TakeEvents(int watcher, kuraset::Agent& agent) {
     alignas(inotify_event) std::array<char, 16384> buffer{};
     const ssize_t count = read(watcher, buffer.data(), buffer.size());
@@ -36,7 +36,7 @@ void TakeEvents(int watcher, kuraset::Agent& agent) {
     }
 }
 
-/// SIGTERM and SIGINT as a descriptor to wait for, so that requests that came before are still carried out.
+/// Turns SIGTERM and SIGINT into a descriptor to wait for, so that earlier requests are still carried out.
 kuraset::Descriptor EndRequests() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -46,7 +46,7 @@ kuraset::Descriptor EndRequests() {
     return kuraset::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-/// Works until it is told to end (true) or somebody removed the request folders (false).
+/// Works until it is told to end (returns true) or somebody removes the request folders (returns false).
 bool Serve(kuraset::ServiceArguments& arguments, int endRequests) {
     const kuraset::SetDirectory set = kuraset::SetDirectory::Open(arguments.set);
     kuraset::Agent agent(set, arguments.opt, arguments.tmp);

@@ -1,5 +1,5 @@
 // kura-pkgmgrd: the package manager's service on the private bus that KURA_PKGMGR_BUS names. It measures the
-// folders of the set's own applications; the set's faults make it deny, wait, keep silent or answer nonsense.
+// folders of the set's applications. The set's faults make it deny, delay, leave out or garble the answer.
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -85,7 +85,7 @@ void Service::Reply(GDBusMethodInvocation* invocation, const Answer& answer) {
         g_variant_new("(ix)", static_cast<gint32>(answer.result), static_cast<gint64>(answer.size)));
 }
 
-/// Sent as a raw message: GIO's reply function would turn a wrong type into an error.
+/// Sends a raw message, because GIO's reply function would turn a wrong type into an error.
 void Service::ReplyWrongType(GDBusMethodInvocation* invocation) {
     GDBusMessage* reply = g_dbus_message_new_method_reply(g_dbus_method_invocation_get_message(invocation));
     g_dbus_message_set_body(reply, g_variant_new("(s)", "a text where two numbers belong"));
@@ -138,7 +138,7 @@ void Service::Handle(GDBusMethodInvocation* invocation, GVariant* parameters) {
     }
 }
 
-/// An exception ends at the caller's reply, never in GLib's frames.
+/// Answers a call. An exception becomes a reply and never reaches GLib's frames.
 void OnCall(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant* parameters,
             GDBusMethodInvocation* invocation, gpointer service) {
     try {
