@@ -1,6 +1,6 @@
-// kura: a development host. Verbs that need the library run in a sandbox that gives this program, started a
-// second time, the set's folders at the library's compiled-in paths; all others work on the set's files as
-// they are.
+// kura: a development host. For verbs that need the library, the program starts itself again in a sandbox, in
+// which the set's folders stand at the library's compiled-in paths. All other verbs work on the set's files
+// directly.
 #include <algorithm>
 #include <filesystem>
 #include <functional>
@@ -113,7 +113,7 @@ std::string Nearest(const CLI::App& verb, const std::string& word) {
     return support::Suggestion(word, known);
 }
 
-/// What is wrong with the command line, in one sentence.
+/// Tells in one sentence what is wrong with the command line.
 std::string Complaint(const CLI::App& app, const CLI::ParseError& error) {
     const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
     const bool tooMuch = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
@@ -133,7 +133,7 @@ std::string Complaint(const CLI::App& app, const CLI::ParseError& error) {
                         : "no such verb: " + rest.front() + Nearest(cli::NamedVerb(app), rest.front());
 }
 
-/// The words in the parser's order, the last first. "kura" and "kura help VERB" become --help.
+/// Puts the words in the parser's order, the last first. "kura" and "kura help VERB" become --help.
 std::vector<std::string> ForParser(std::vector<std::string> words) {
     if (words.empty() || words.front() == "help") {
         words.erase(words.begin(), words.begin() + (words.empty() ? 0 : 1));
@@ -143,7 +143,7 @@ std::vector<std::string> ForParser(std::vector<std::string> words) {
     return words;
 }
 
-/// Whether the answer is to be a document, also where the rest of the command line makes no sense.
+/// Whether --json is given, even when the rest of the command line is wrong.
 bool JsonWanted(const std::vector<std::string>& arguments) {
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
     return std::find(arguments.begin(), end, "--json") != end;

@@ -17,10 +17,10 @@ namespace {
 
 using nlohmann::json;
 
-/// For a set whose engine delivers: no diagnosis takes as long.
+/// No diagnosis takes this long on a set whose engine delivers.
 constexpr std::chrono::seconds kLongestDiagnosis{60};
 
-/// An engine that never delivers by the set's description is not waited for.
+/// How long to wait for the engine: not at all when the set's description says that it never delivers.
 std::chrono::seconds Patience(const kuraset::SetDirectory& set) {
     const bool isSilent = set.Description().value("/faults/engine/silent"_json_pointer, false);
     return isSilent ? std::chrono::seconds(0) : kLongestDiagnosis;
@@ -30,7 +30,7 @@ bool IsOf(const json& entry, const char* kind, const char* operation) {
     return entry.value("kind", json()) == kind && entry.value("op", json()) == operation;
 }
 
-/// Why the library was not called back, or not in time; empty when it was.
+/// Tells why the library was not called back, or not in time; empty when it was.
 std::string EngineFailure(const std::vector<json>& journal, bool hasEnded) {
     bool isDelivered = false;
     for (const json& entry : journal) {
@@ -46,7 +46,7 @@ std::string EngineFailure(const std::vector<json>& journal, bool hasEnded) {
     return hasEnded ? "" : "the diagnosis does not come to its end";
 }
 
-/// Null when the map cannot be loaded, which the manager does first.
+/// Creates the manager, which loads the map first. Null when the map cannot be loaded.
 KURA::KURA_DiagManager* LoadedManager() {
     try {
         return KURA::KURA_DiagManager::GetInstance();
@@ -77,14 +77,15 @@ std::string FailedWith(const std::string& result) {
 constexpr const char* kWithoutRecord = "the engine answered without a record";
 constexpr const char* kNotSeenToGo = "the engine has not seen it go";
 
-/// When the engine saw the issue go, which the library does not log where it was before it appeared.
+/// When the engine last saw the issue go. The library does not log this time when it lies before the
+/// appearance.
 std::string LastGone(int code) {
     std::vector<_WMInfDBRecord> records;
     GetInferenceDB(code, WM_TRANSITION_TYPE_FALSE, records);
     return records.empty() ? "" : records.front().lastUpdateTime;
 }
 
-/// Follows the library through the evaluation of the map.
+/// Reads from the journal how the library evaluated the map.
 class EvaluationReader {
 public:
     void Read(const json& entry) {
@@ -124,7 +125,7 @@ private:
         }
     }
 
-    /// The library's line is the same for its three questions; the engine's own entry tells which it was.
+    /// The library logs the same line for its three questions; the engine's own entry tells which one failed.
     void ReadFailure(const std::string& saw) {
         if (m_question.value("op", json()) == "query-solution") {
             m_solution = saw;
@@ -181,11 +182,11 @@ private:
     }
 
     std::vector<Evaluation> m_evaluations;
-    json m_question = json::object();  // the engine's latest
+    json m_question = json::object();  // the engine's latest entry
     int m_code = 0;
     std::string m_appearedAt;
-    std::string m_went;      // what was seen of its going; empty: it went, and no line tells
-    std::string m_solution;  // why no solution counts
+    std::string m_went;      // what was logged of its going; empty when it went and no line tells
+    std::string m_solution;  // why no solution record counts
     std::string m_times;
     std::string m_outcome;
 };
@@ -252,7 +253,7 @@ HomeRun HomeRunOf(const std::vector<json>& journal) {
             run.rows.back().saw = goneLater;
         }
     }
-    // A load that tells neither broke off at a row that it cannot take.
+    // A load that logs neither line broke off at a damaged row.
     run.isDamaged = loads != answered;
     return run;
 }

@@ -1,4 +1,4 @@
-// One diagnosis by the library, and what the journal of the set tells of it.
+// Runs one diagnosis by the library and reads from the set's journal how it went.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -26,21 +26,21 @@ struct DiagnosisRun {
 
 DiagnosisRun RunDiagnosis(const kuraset::SetDirectory& set, ProblemList list);
 
-/// What the library said of one entry of the map while it evaluated it.
+/// What the library logged about one entry of the map while it evaluated it.
 struct Evaluation {
     bool isBackground = false;
     bool isFound = false;  ///< present and unsolved
     std::vector<Condition> conditions;
 };
 
-/// In the order of the map. An entry behind the declared count has none.
+/// The evaluations in the order of the map. Entries behind the declared count have none.
 std::vector<Evaluation> EvaluationsOf(const std::vector<nlohmann::json>& journal);
 
-/// What the library said of one row of the unfixed problems.
+/// What the library logged about one row of the unfixed problems.
 struct Examination {
     bool isOnDemand = false;
     bool isRemoved = false;  ///< the library asked the store to remove it
-    std::string saw;         ///< of its going, when the engine was asked
+    std::string saw;         ///< what the engine answered about its going, when it was asked
 };
 
 struct HomeRun {

@@ -16,7 +16,7 @@ constexpr bool StandInOrder() {
 }
 static_assert(StandInOrder());
 
-/// What stands before, between and behind the conversions of a format.
+/// The texts before, between and behind the conversions of a format.
 std::vector<std::string> LiteralsOf(const std::string& format) {
     std::vector<std::string> literals(1);
     for (std::size_t at = 0; at < format.size(); ++at) {
@@ -34,7 +34,8 @@ bool EndsWith(const std::string& text, const std::string& end, std::size_t from)
     return text.size() >= from + end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-/// isCut: the journal keeps the start of a long message only, so that the end of the format is missing.
+/// Returns the values of the conversions when the message has the format. isCut: the journal keeps only the
+/// start of a long message, so the end of the format may be missing.
 std::optional<std::vector<std::string>> Match(const std::string& message, const std::string& format,
                                               bool isCut) {
     const std::vector<std::string> literals = LiteralsOf(format);

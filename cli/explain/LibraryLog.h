@@ -1,5 +1,5 @@
-// The library's log lines that tell how a diagnosis or a repair went, each as the library formats it. A line
-// of the journal is matched with these formats alone, and a test compares each with the library's sources.
+// The formats of the library's log lines that tell how a diagnosis or a repair went. Lines of the journal are
+// matched with these formats alone, and a test compares each format with the library's sources.
 #pragma once
 
 #include <array>
@@ -61,8 +61,8 @@ enum class Line : std::size_t {
 struct LogLine {
     Line line;
     const char* source;    ///< the library's file that holds the format, below src/
-    const char* function;  ///< in whose name it is logged
-    const char* format;    ///< as the library passes it to its log
+    const char* function;  ///< the function name in the line
+    const char* format;    ///< the format that the library passes to its log
 };
 
 constexpr const char* kEvaluationSource = "KURA_DiagResultManager/Evaluation.cpp";
@@ -122,11 +122,11 @@ constexpr std::array<LogLine, static_cast<std::size_t>(Line::kCount)> kLogLines{
 }};
 // clang-format on
 
-/// What the journal holds behind its first `before` entries.
+/// The journal's entries behind the first `before`.
 std::vector<nlohmann::json> JournalSince(const kuraset::SetDirectory& set, std::size_t before);
 
-/// The values of the line, in order and as text; none when the journal's entry is another line. A value ends
-/// where the format goes on, the last one at the end of the message.
+/// Returns the values of the line in order, as texts; none when the journal's entry is another line. A value
+/// ends where the next text of the format begins, the last one at the end of the message.
 std::optional<std::vector<std::string>> ValuesOf(const nlohmann::json& entry, Line line);
 
 /// Whether the journal's entry is that line.

@@ -15,7 +15,7 @@ constexpr const char* kMeasureRequest = "calcAppDataCacheSize_";
 constexpr int kTotalType = 0;
 constexpr int kDataType = 1;
 
-/// The library's own numbers for a question that brought no reply.
+/// The library's number for denied access.
 constexpr const char* kDenied = "-5";
 
 std::optional<Unmeasured> PackageFailure(const json& entry) {
@@ -51,7 +51,7 @@ MeasuredSizes::MeasuredSizes(std::vector<json> journal) : m_journal(std::move(jo
 }
 
 Figures MeasuredSizes::OfOne(const std::string& appId, Figures held) {
-    // A late, cut or garbled answer leaves the library with another number than the agent's.
+    // After a late, cut or garbled answer the library holds another number than the agent gave.
     const json* agent = AgentAnswer(appId);
     const auto clear = [agent](const char* key, Json& figure) {
         if (agent == nullptr || agent->value(key, json()) != figure.get<std::int64_t>()) {
@@ -89,7 +89,7 @@ Json MeasuredSizes::TotalInList(const std::string& appId, const std::string& pac
     const auto number = [](const json& entry, const char* key) { return entry.value(key, std::int64_t{0}); };
     const std::int64_t told =
         number(*agent, "data") + number(*agent, "cache") + number(*total, "size") - number(*data, "size");
-    // The rest is the web cache, which the library adds itself. Without one of the answers it is below zero.
+    // The library adds the web cache to these sizes. A smaller total shows that it lacked one of the answers.
     if (held < told) {
         Note(AgentFailure(appId));
         return nullptr;
@@ -106,8 +106,8 @@ const json* MeasuredSizes::AgentAnswer(const std::string& appId) const {
     return found == m_journal.end() ? nullptr : &*found;
 }
 
-/// Null when the package manager gave no size. The library's lines do not say whose size is missing: where
-/// one is, an answer that the set's faults spoiled does not count.
+/// Null when the package manager gave no size. The library's lines do not say whose size is missing. When one
+/// is, no answer counts that the set's faults spoiled.
 const json* MeasuredSizes::PackageAnswer(const std::string& packageId, int type) const {
     const bool isSpoiltPossible = m_packageFailure.has_value();
     const auto found = std::find_if(m_journal.begin(), m_journal.end(), [&](const json& entry) {

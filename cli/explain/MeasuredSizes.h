@@ -1,5 +1,5 @@
-// Which of the sizes that the library holds were measured. It counts what it could not measure as 0, or as
-// the number of the failure; the journal tells what the agent and the package manager answered.
+// Tells which of the library's sizes were measured. The library counts a size that it could not measure as 0,
+// or as the number of the failure; the journal tells what the agent and the package manager answered.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct Unmeasured {
     std::string reason;
 };
 
-/// The sizes of one application, null where unknown, as far as the library holds them.
+/// The sizes of one application; an unknown one is null.
 struct Figures {
     Json total;
     Json data;
@@ -27,15 +27,15 @@ struct Figures {
 
 class MeasuredSizes {
 public:
-    /// journal: of the measurement alone.
+    /// journal: the entries of the measurement alone.
     explicit MeasuredSizes(std::vector<nlohmann::json> journal);
 
-    /// The figures with those unknown that were not measured.
+    /// Returns the library's figures, with null for those that were not measured.
     Figures OfOne(const std::string& appId, Figures held);
-    /// The same for a total in a list of applications, which were measured side by side.
+    /// Does the same for the total in a list of applications that were measured side by side.
     Json TotalInList(const std::string& appId, const std::string& packageId, std::int32_t held);
 
-    /// Why figures are unknown, each reason once, the first one first.
+    /// Why figures are unknown: each reason once, in the order of their discovery.
     const std::vector<Unmeasured>& Reasons() const { return m_reasons; }
 
 private:

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Longer than the longest repair: a deep clean that nobody answers.
+/// Longer than the longest repair, a deep clean without an answer.
 constexpr std::chrono::seconds kLongestRepair{120};
 
 scenario::ProcessResult RepairCopy(const SetCopy& trial, const std::string& code, bool background) {
@@ -27,7 +27,8 @@ scenario::ProcessResult RepairCopy(const SetCopy& trial, const std::string& code
     return scenario::RunProcess(command, trial.Scratch(), kLongestRepair);
 }
 
-/// Why a run failed, in its own words; what a sandbox lacks is told first thing on standard error.
+/// Why a run failed, in its own words. When no sandbox could be made, the first line on standard error tells
+/// why.
 std::string ReasonOf(const scenario::ProcessResult& result, const Json& answer) {
     if (!answer.contains("error")) {
         return "the repair of the copy ended with status " + std::to_string(result.status);
@@ -54,7 +55,7 @@ Json StepsOfCopy(const kuraset::SetDirectory& set, const std::string& code, bool
     for (const RepairStep& step : made) {
         steps.push_back(step.document);
     }
-    // Without its solutions it is no answer of a repair that came to its end: the power was cut.
+    // An answer without solutions comes from a repair that was cut off, for example by a power cut.
     if (!answer.contains("solutions")) {
         steps.push_back({{"kind", "end"}, {"reason", ReasonOf(result, answer)}});
     } else if (answer.contains("record")) {

@@ -17,7 +17,7 @@ namespace cli {
 
 namespace {
 
-/// For the agent's answer to the last request of a repair.
+/// How long to wait for the agent's answer to the last request of a repair.
 constexpr std::chrono::seconds kAgentPatience{5};
 constexpr std::chrono::milliseconds kBetweenLooks{20};
 
@@ -30,7 +30,7 @@ bool KeepsIssue(const kuraset::SetDirectory& set, const std::string& issue) {
                        [&issue](const Json& row) { return row.value("issue_code", Json()) == issue; });
 }
 
-/// What only reads changes nothing.
+/// Whether the call only reads and so changes nothing.
 bool IsRead(const Json& entry) {
     const std::string kind = entry.value("kind", std::string());
     const std::string op = entry.value("op", std::string());
@@ -62,7 +62,8 @@ private:
         m_steps.back().document["failed"] = file + " cannot be written";
     }
 
-    /// What the journal does not tell as a call: the agent's request files, the store of unfixed problems.
+    /// Reads the steps that only the log tells, not a call: the agent's request files and the store of
+    /// unfixed problems.
     void ReadLog(const nlohmann::json& entry) {
         if (const auto command = ValuesOf(entry, Line::kCommand)) {
             AddRequest("runCmdNativeApps", kCommandFile, kCommandTrigger, command->front() + "\n");
@@ -81,7 +82,7 @@ private:
         }
     }
 
-    /// The command itself is logged only once its file is open.
+    /// Adds a refused command. The library logs the command itself only once its file is open.
     void RefuseCommand(const std::string& file) {
         if (!m_isCommandLogged) {
             const bool isKnown = m_solution < m_solutions.size();
@@ -102,7 +103,7 @@ private:
         }
     }
 
-    /// How the agent answered the first request of that name without an answer. A quick agent answers before
+    /// Gives the agent's answer to the first request of that name that has none. A quick agent answers before
     /// the library has logged the request.
     void AddAnswer(const Json& entry) {
         const std::string request = entry.value("op", std::string());
@@ -132,8 +133,8 @@ private:
     }
 
     const Json& m_solutions;
-    Json m_settings;             // as they stand before the next step
-    std::size_t m_solution = 0;  // the one that is being applied
+    Json m_settings;             // before the next step
+    std::size_t m_solution = 0;  // the solution that is being applied
     bool m_isCommandLogged = false;
     std::multimap<std::string, std::string> m_earlyAnswers;  // outcomes by request
     std::vector<RepairStep> m_steps;
@@ -216,12 +217,12 @@ std::string PlainText(const Json& step) {
     return CallText(step);
 }
 
-/// Whether the agent has still to say what it did of the request.
+/// Whether the agent still has to answer the request.
 bool IsOpen(const Json& step) {
     if (step.at("kind") != "agent" || step.contains("failed") || step.contains("outcome")) {
         return false;
     }
-    // A deep clean whose trigger still stands has had its time.
+    // The library has waited for a deep clean: when its trigger is still there, no answer will come.
     return step.at("request") != "CleanAll.txt" || !std::filesystem::exists(kDeepCleanTrigger);
 }
 

@@ -1,5 +1,5 @@
-// The steps of a repair, and which of them failed, as the journal of the set tells them: what the library
-// asked of the set, what it logged, and what the set answered.
+// Reads the steps of a repair, and which of them failed, from the set's journal: what the library asked of
+// the set, what it logged, and what the set answered.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace cli {
 
-/// One step as a document (its kinds: docs/explain.md), and the solution whose step it is, from 0.
+/// One step as a document (its kinds: docs/explain.md), and the index of its solution.
 struct RepairStep {
     Json document;
     std::size_t solution = 0;
@@ -21,20 +21,20 @@ struct RepairStep {
 
 struct Repair {
     std::string issue;
-    Json solutions = Json::array();       ///< as the library holds them; empty when that is not known
+    Json solutions = Json::array();       ///< as the library holds them; empty when unknown
     Json settings = Json::object();       ///< before the repair
-    std::vector<nlohmann::json> journal;  ///< of the repair alone
+    std::vector<nlohmann::json> journal;  ///< the entries of the repair alone
 };
 
-/// In order. The set is the one that was repaired: a problem that it still keeps was not removed.
+/// The steps in order. set: the repaired set; a problem that it still keeps was not removed.
 std::vector<RepairStep> StepsOf(const Repair& repair, const kuraset::SetDirectory& set);
 
-/// The steps of a repair that has just run on this process's set: reads the journal behind its first `before`
-/// entries into the repair, once the agent has answered every request or has had some seconds for it.
+/// The steps of a repair that has just run on this process's set. Waits some seconds for the agent to answer
+/// every request, then reads the journal behind its first `before` entries into the repair.
 std::vector<RepairStep> SettledSteps(const kuraset::SetDirectory& set, std::size_t before, Repair& repair);
 
-/// What is wrong with a step, for whoever asked for the repair: kNoAnswer where the agent is silent, kFailed
-/// where the set refused. None for a step that succeeded or only read.
+/// The exit code for a failed step: kNoAnswer when the agent was silent, kFailed when the set refused. None
+/// for a step that succeeded or only read.
 std::optional<ExitCode> FailureOf(const Json& step);
 
 /// One step for people.

@@ -16,7 +16,7 @@ constexpr std::chrono::seconds kCopyPatience{120};
 
 SetCopy::SetCopy(const kuraset::SetDirectory& set) {
     const kuraset::SetUse use(set.Path());
-    // Files keep their holes: an app of a gigabyte takes no room, and none in the copy.
+    // Files keep their holes, so that an app of a gigabyte takes no room in the copy either.
     const auto result = scenario::RunProcess({"/bin/cp", "--archive", "--sparse=auto", "--reflink=auto",
                                               set.Path().string(), (m_folder.Path() / "set").string()},
                                              m_folder.Path(), kCopyPatience);

@@ -1,4 +1,4 @@
-// A throw-away copy of a set, for whoever wants to see what would happen without letting it happen.
+// A throw-away copy of a set, on which a verb can try what would happen to the set.
 #pragma once
 
 #include <filesystem>
@@ -8,15 +8,15 @@
 
 namespace cli {
 
-/// The copy goes with the object.
+/// The copy is removed with the object.
 class SetCopy {
 public:
-    /// Waits for its turn at the set, copies all of it and gives the copy an empty journal. Throws VerbError
-    /// when the set cannot be copied, kuraset::SetError when it is in use, scenario::Interrupted.
+    /// Waits until the set is free, copies all of it and gives the copy an empty journal. Throws VerbError
+    /// when the set cannot be copied, kuraset::SetError when it stays in use, and scenario::Interrupted.
     explicit SetCopy(const kuraset::SetDirectory& set);
 
     kuraset::SetDirectory Set() const;
-    /// A folder beside the copy for what a run of it leaves.
+    /// A folder beside the copy, for the files that a run on the copy leaves.
     const std::filesystem::path& Scratch() const { return m_folder.Path(); }
 
 private:

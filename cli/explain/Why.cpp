@@ -19,7 +19,7 @@ std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-/// The conditions of one candidate, until one fails.
+/// Collects the conditions of one candidate, up to the first that fails.
 class Conditions {
 public:
     explicit Conditions(std::string issue) { m_verdict.issue = std::move(issue); }
@@ -46,8 +46,8 @@ std::string SourceText(const std::string& source) {
            ", the channel type " + std::to_string(facts.channelType);
 }
 
-/// The filters see nothing but source and viewer, so that rows of one issue which share both share their
-/// fate.
+/// The library's filters look at source and viewer alone, so rows of one issue that share both are either all
+/// shown or all left out.
 bool IsShown(const DiagnosisRun& run, const KURA_Solution& solution) {
     return std::any_of(run.shown.begin(), run.shown.end(), [&solution](const MapToDBTable& row) {
         return row.issue_code == solution.issue_code && row.source == solution.source &&
@@ -61,7 +61,7 @@ bool IsShown(const DiagnosisRun& run, const MapToDBTable& kept) {
     });
 }
 
-/// The diagnosis came to its end.
+/// Adds the condition that the diagnosis came to its end.
 bool AddRun(Conditions& conditions, const DiagnosisRun& run) {
     if (!run.engineFailure.empty()) {
         return conditions.Add("run", false, run.engineFailure);
@@ -72,7 +72,7 @@ bool AddRun(Conditions& conditions, const DiagnosisRun& run) {
                           run.isBrokenOff ? numbers + ": every diagnosis breaks off" : numbers);
 }
 
-/// Entry number `number` of the map, from 1.
+/// Explains the entry of the map with that number, from 1.
 Verdict ExplainEntry(const DiagnosisRun& run, const std::vector<Evaluation>& evaluations,
                      std::size_t number) {
     const KURA_Solution& solution = run.solutions[number - 1];
@@ -93,7 +93,7 @@ Verdict ExplainEntry(const DiagnosisRun& run, const std::vector<Evaluation>& eva
         return conditions.Take(false);
     }
     const bool isListed = IsShown(run, solution);
-    // The library does not log which of its two filters held a row back: it is asked once more.
+    // The library does not log which of its two filters held a row back, so each filter is asked again.
     auto& filters = *KURA::KURA_DiagResultManager::GetInstance();
     if (conditions.Add("source", isListed || filters.CheckSourceType(solution.source.c_str()),
                        SourceText(solution.source))) {
@@ -123,7 +123,7 @@ std::vector<Verdict> ExplainStart(const DiagnosisRun& run, const std::string& co
     return verdicts;
 }
 
-/// What the library did about the row's going, in words.
+/// Tells in words what the library found and did about the row's going.
 std::string GoingText(const Examination& examination, bool isKept) {
     std::string saw =
         examination.isOnDemand ? examination.saw : "no on-demand code, so the engine is not asked again";

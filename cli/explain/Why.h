@@ -1,6 +1,6 @@
-// Why an issue is, or is not, on a list: every condition that decides it, in the order in which the library
-// looks at them, with the values that it saw. The library makes the list on a throw-away copy of the set;
-// what it asked the engine, what it logged and what the screen received is told here.
+// Tells why an issue is on a list or not: every condition that decides it, in the library's order, with the
+// values that the library saw. The library makes the list on a throw-away copy of the set, and the conditions
+// are read from what it asked the engine, what it logged and what the screen received.
 #pragma once
 
 #include <string>
@@ -11,11 +11,11 @@
 
 namespace cli {
 
-/// The list that the start screen receives after a diagnosis, or what the home screen receives of the
-/// unfixed.
+/// The list that the start screen receives after a diagnosis, or the list of unfixed problems that the home
+/// screen receives.
 enum class ProblemList { kStart, kHome };
 
-/// What the issue has to fulfil, what was seen, and whether the issue passed.
+/// One condition on an issue, what was seen, and whether the issue passed.
 struct Condition {
     std::string name;
     std::string saw;
@@ -29,8 +29,8 @@ struct Verdict {
     std::vector<Condition> conditions;  ///< the last one decides
 };
 
-/// Has the library make the list on this process's set, which is a throw-away copy, and tells of the issue.
-/// Empty code: every issue of the map and of the store. To be called once in a process.
+/// Makes the library build the list on this process's set, which is a throw-away copy, and explains the
+/// issue. An empty code stands for every issue of the map and of the store. Call it once in a process.
 std::vector<Verdict> Explain(const kuraset::SetDirectory& set, ProblemList list, const std::string& code);
 
 Json ToJson(const std::vector<Verdict>& verdicts);

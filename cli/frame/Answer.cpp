@@ -17,8 +17,8 @@ namespace {
 
 int g_answer = STDOUT_FILENO;
 
-/// Ignores SIGPIPE, so that write() reports a reader that has gone. Only while the answer is written:
-/// programs started by this one would inherit it.
+/// Ignores SIGPIPE while the answer is written, so that write() reports a reader that has gone. Not longer,
+/// because programs started by this one would inherit it.
 class NoPipeSignal {
 public:
     NoPipeSignal() {
@@ -34,7 +34,7 @@ private:
     struct sigaction m_before {};
 };
 
-/// What goes to std::cout while the object lives.
+/// Captures what is written to std::cout while the object lives.
 class Captured {
 public:
     Captured() : m_before(std::cout.rdbuf(m_text.rdbuf())) {}
@@ -79,7 +79,7 @@ int AnswerDescriptor() {
 
 void Deliver(const std::string& text) {
     const NoPipeSignal quiet;
-    // What a verb printed while it worked comes first.
+    // Text that a verb printed while it worked comes before the answer.
     std::cout.flush();
     if (g_answer == STDOUT_FILENO && !std::cout) {
         throw AnswerLost(errno);

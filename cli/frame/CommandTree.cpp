@@ -22,7 +22,8 @@ Json ChoicesOf(const std::string& value) {
     return choices;
 }
 
-/// "INT in [1 - 3600]" of "INT:INT in [1 - 3600]": the check says more than the type. Empty for a flag.
+/// Takes "INT in [1 - 3600]" out of "INT:INT in [1 - 3600]", because the check says more than the type. Empty
+/// for a flag.
 std::string ValueOf(const CLI::Option& option) {
     if (option.get_type_size_max() == 0) {
         return "";

@@ -1,4 +1,4 @@
-// The command line as data: what --help prints, for programs. The man page and the completions are made of
+// The command line as data, as --help prints it for people. The man page and the completions are made from
 // it.
 #pragma once
 
@@ -8,8 +8,8 @@
 
 namespace cli {
 
-/// Name, description, arguments, options and, nested, the verbs of app. What is hidden from --help stays out;
-/// --help itself stands at the root alone, as do the options that hold for every verb.
+/// Describes the name, description, arguments, options and, nested, the verbs of app. Leaves out what --help
+/// hides. Only the root lists --help and the options that every verb has.
 Json DescribeCommand(const CLI::App& app);
 
 /// The innermost verb that the command line named, or app itself.

@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kMapBelowOpt = "usr/share/TVKuraHelp/SolutionMap.xml";
 
-/// Without the number that the JSON library puts in front.
+/// The error's text without the number that the JSON library puts in front.
 std::string Reason(const nlohmann::json::exception& error) {
     const std::string text = error.what();
     const std::size_t end = text.find("] ");

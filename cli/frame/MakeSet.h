@@ -1,4 +1,4 @@
-// Sets made from a folder laid out as examples/ is.
+// Makes sets from a folder that is laid out as examples/ is.
 #pragma once
 
 #include <filesystem>

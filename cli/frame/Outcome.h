@@ -1,4 +1,4 @@
-// What a verb answers: one JSON document, the same for people, and the exit code.
+// A verb's answer: one JSON document, the same as text for people, and the exit code.
 #pragma once
 
 #include <functional>
@@ -29,7 +29,8 @@ private:
     ExitCode m_code;
 };
 
-/// No verb that needs the library can run on this machine. The document's "kind" is then kNoSandboxKind.
+/// Thrown when no sandbox can be made on this machine, so that no verb that needs the library can run. The
+/// document's "kind" is then kNoSandboxKind.
 class NoSandbox : public VerbError {
 public:
     using VerbError::VerbError;
@@ -43,15 +44,15 @@ struct Outcome {
     Json document;
     std::function<void()> printText;  ///< prints the same for people on standard output
     ExitCode code = ExitCode::kDone;
-    /// What goes on once the answer is printed, as a server does; its code then counts. Must not throw, since
-    /// there is one document at most.
+    /// Runs after the answer is printed, for example a server; its exit code then counts. It must not throw,
+    /// because there is at most one document.
     std::function<ExitCode()> afterwards = nullptr;
 };
 
-/// The same value in the document's type; bytes that are not UTF-8 become the replacement character.
+/// Copies the value into the document's type. Bytes that are not UTF-8 become the replacement character.
 Json ToDocument(const nlohmann::json& value);
 
-/// A value for people: a text as it is, anything else as JSON writes it.
+/// A value for people: a text as it is, any other value in JSON.
 std::string Shown(const Json& value);
 
 /// Prints one document on standard output; bytes that are not UTF-8 become the replacement character. Throws

@@ -1,5 +1,5 @@
-// Progress of long work, on standard error and only on a terminal: one line that is rewritten and, at the
-// end, cleared.
+// Shows the progress of long work on standard error, only on a terminal: one line that is rewritten, and
+// cleared at the end.
 #pragma once
 
 #include <atomic>
@@ -11,7 +11,7 @@
 
 namespace cli {
 
-/// Rewrites the line several times a second with what text says, until destroyed.
+/// Rewrites the line several times a second with the result of text, until the object is destroyed.
 class Progress {
 public:
     explicit Progress(std::function<std::string()> text);
@@ -29,7 +29,7 @@ private:
     std::thread m_thread;
 };
 
-/// Tasks of the host's thread pool in this process: posted, and finished.
+/// Counts the tasks of the host's thread pools in this process: posted, and finished.
 struct PoolCount {
     std::atomic<int> posted{0};
     std::atomic<int> finished{0};

@@ -21,7 +21,7 @@ public:
     bool json = false;
     std::string language = "en";
 
-    /// Where --set points, or the default set's place below the user's data directory.
+    /// The path that --set gives, or the default set's path below the user's data directory.
     std::filesystem::path SetPath() const;
 
     /// Opens the set. The default set is made from the examples on first use.

@@ -1,4 +1,4 @@
-// Sizes for people.
+// Writes sizes for people.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace cli {
 /// "1.5 GiB", "312 KiB", "17 B".
 std::string SizeText(long long bytes);
 
-/// A bar of `width` cells, filled by part of whole.
+/// A bar of `width` cells, of which the share of part in whole is filled.
 std::string Bar(long long part, long long whole, int width = 40);
 
 }  // namespace cli

@@ -10,7 +10,7 @@ namespace {
 constexpr std::chrono::seconds kAnswerPatience{5};
 constexpr std::chrono::milliseconds kAnswerStep{20};
 
-/// Null when the agent has not said anything of the request.
+/// The agent's answer to the request; null when there is none yet.
 nlohmann::json FindAnswer(const kuraset::SetDirectory& set, std::size_t before, const std::string& request) {
     const auto entries = set.ReadJournal();
     for (std::size_t i = before; i < entries.size(); ++i) {

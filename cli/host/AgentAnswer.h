@@ -1,5 +1,5 @@
-// The library does not wait for most of the agent's work. A command that ends with its work done has to,
-// since the agent of the simulated set ends with it.
+// Waits for the agent. The library does not wait for most of the agent's work, but a verb has to: the agent
+// of the simulated set ends with the command.
 #pragma once
 
 #include <cstddef>
@@ -10,11 +10,11 @@
 
 namespace cli {
 
-/// There until the agent has finished a deep clean.
+/// The agent removes this file when it has finished a deep clean.
 constexpr const char* kDeepCleanTrigger = "/tmp/vardo/req/CleanAll.txt";
 
-/// What the agent journalled of the request (the trigger's name) behind the first `before` entries of the
-/// journal. Throws VerbError when it says nothing for some seconds, or when it refused.
+/// Waits for the agent's journal entry about the request (the name of the trigger) behind the first `before`
+/// entries of the journal. Throws VerbError when none comes for some seconds, or when the agent refused.
 Json AwaitAgent(const kuraset::SetDirectory& set, std::size_t before, const std::string& request);
 
 }  // namespace cli

@@ -12,15 +12,16 @@
 
 namespace cli {
 
-/// What the set shows while the host runs, as the host's utilities tell the library.
+/// What the set shows while the host runs; the host's utilities tell it to the library.
 struct HostFacts {
     int channelType = 0;
     int currentSource = 0;
-    std::optional<std::string> launchFrom;  ///< empty: the host was started by hand
+    std::optional<std::string> launchFrom;  ///< none when the host was started by hand
     std::string swModel;
 };
 
-/// Shown by the screens so far. The engine's thread writes, the verb's thread reads: hold the lock.
+/// Keeps what the screens have shown. The engine's thread writes and the verb's thread reads, so every access
+/// takes the lock.
 class Host {
 public:
     using ScreenObserver =

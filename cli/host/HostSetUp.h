@@ -1,11 +1,12 @@
-// Makes this process the host of a set: facts from its description, screens that also write to its journal.
+// Makes this process the host of a set: its facts come from the set's description, and its screens also write
+// to the set's journal.
 #pragma once
 
 #include "set/KuraSet.h"
 
 namespace cli {
 
-/// background: the host was launched by the background inference, whatever the description says.
+/// background: the background inference launched the host, even when the description says otherwise.
 void SetUpHost(const kuraset::SetDirectory& set, bool background = false);
 
 }  // namespace cli

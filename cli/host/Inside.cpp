@@ -23,8 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Where this program's tree is seen when the sandbox hides its place: nothing of it then lands among the
-/// set's files.
+/// Where the sandbox shows this program's tree when its own path is hidden. It then adds nothing to the set's
+/// files.
 const fs::path kSeenTree = "/run/kura-program";
 
 /// The library file that this program is linked with.
@@ -46,7 +46,7 @@ bool IsHidden(const fs::path& path) {
     return false;
 }
 
-/// A file in memory that takes the document of the run inside.
+/// A file in memory that receives the document of the run inside.
 class Memory {
 public:
     Memory() : m_descriptor(memfd_create("kura-answer", MFD_CLOEXEC)) {

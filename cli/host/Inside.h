@@ -1,4 +1,4 @@
-// Starting this program again inside the set's sandbox.
+// Starts this program again inside the set's sandbox.
 #pragma once
 
 #include <filesystem>
@@ -9,13 +9,13 @@
 
 namespace cli {
 
-/// Where the run inside sees the folder that it was given to see.
+/// Where the run inside sees the folder that RunInside was given in shown.
 constexpr const char* kShownFolder = "/run/kura-host";
 
 /// Runs this program with the same arguments on the set, inside its sandbox, delivers its answer and returns
-/// its exit code. With json the document is delivered once the run has ended properly, so that it is the only
-/// one. A sandbox that cannot be made, a run that a signal ended (the set lost its power) or that ended
-/// without an answer throws VerbError. shown: a folder for kShownFolder; empty for none.
+/// its exit code. With json it delivers the document only once the run has ended properly, so that there is
+/// only one. Throws VerbError when the sandbox cannot be made, when a signal ended the run (the set lost its
+/// power), or when the run gave no answer. shown: a folder for kShownFolder; empty for none.
 int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json,
               const std::filesystem::path& shown = {});
 

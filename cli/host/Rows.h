@@ -1,4 +1,4 @@
-// Problem lists: all fields of a row as JSON, and for people the texts that the screens would show.
+// Writes problem lists: as JSON with all fields of a row, and for people with the texts of the screens.
 #pragma once
 
 #include <filesystem>
@@ -14,7 +14,7 @@ namespace cli {
 /// The host's string table: string id to text.
 class Texts {
 public:
-    /// Reads <folder>/<language>.json. A missing file gives an empty table: ids then stand for themselves.
+    /// Reads <folder>/<language>.json. A missing file gives an empty table, which shows the ids themselves.
     static Texts Load(const std::filesystem::path& folder, const std::string& language);
 
     /// The text of id, or id itself when the table has none.
@@ -24,11 +24,11 @@ private:
     std::map<std::string, std::string> m_texts;
 };
 
-/// The fifteen fields, and under "texts" what they read as.
+/// The fifteen fields, and under "texts" their texts from the table.
 Json RowToJson(const KURA::MapToDBTable& row, const Texts& texts);
 Json RowsToJson(const std::vector<KURA::MapToDBTable>& rows, const Texts& texts);
 
-/// A table of rows as RowsToJson made them, or none when there are no rows.
+/// Prints a table of rows from RowsToJson, or the text `none` when there are no rows.
 void PrintRows(const Json& rows, const std::string& none);
 
 }  // namespace cli

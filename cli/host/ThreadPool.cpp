@@ -1,4 +1,4 @@
-// The host's worker threads: a queue that the workers empty; the destructor waits for the last task.
+// The host's worker threads. They take tasks from a queue, and the destructor waits for the last task.
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -12,7 +12,7 @@
 namespace KURA {
 
 struct Impl {
-    std::mutex mutex;  // guards the two below
+    std::mutex mutex;  // guards the two members below
     std::deque<std::function<int()>> tasks;
     bool closing = false;
     std::condition_variable changed;

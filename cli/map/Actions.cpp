@@ -45,7 +45,7 @@ std::string InQuotes(std::string_view text) {
     return "\"" + std::string(text) + "\"";
 }
 
-/// The effect with its marks replaced.
+/// The effect with {name}, {value} and {number} filled in.
 std::string Filled(std::string_view effect, std::string_view name, std::string_view value) {
     const std::array<std::pair<std::string_view, std::string>, 3> marks = {
         {{"{name}", InQuotes(name)},

@@ -1,6 +1,6 @@
 // The actions of a solution map: the types, what each works on, and what it does to the set. This table is
-// the one home of these facts outside the library. The checker, "show" and the rules' texts read it; the
-// library, the documents, the schema and the fuzz dictionary are compared with it by tests.
+// the only place for these facts outside the library. The checker, "show" and the texts of the rules read it.
+// Tests compare it with the library, the documents, the schema and the fuzz dictionary.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace kuramap {
 
-/// What an action makes of the first value of its solution.
+/// How an action reads the first value of its solution.
 enum class ValueUse { kNone, kText, kNumber, kBoolean };
 
 /// An action of a type that knows only certain names.
@@ -23,7 +23,7 @@ struct NamedAction {
 
 struct NamedActions {
     RuleId unknown;                ///< reports every other name
-    std::string_view consequence;  ///< what the set makes of another name
+    std::string_view consequence;  ///< what the set does with another name
     std::vector<NamedAction> all;
 };
 
@@ -33,11 +33,11 @@ constexpr std::string_view kSettingsKey = "settings key";
 struct ActionType {
     std::string_view name;
     int engineNumber;           ///< the type in the engine's record of a repair
-    std::string_view target;    ///< what sol_name is; empty where it is only a note
-    ValueUse value;             ///< kNone where the names say it
+    std::string_view target;    ///< what sol_name means; empty when it is only a note
+    ValueUse value;             ///< kNone when each name has its own
     std::string_view effect;    ///< a sentence; {name} and {value} are filled in quoted, {number} as read
-    bool isForAgent;            ///< one line for the agent, which takes one request at a time
-    const NamedActions* names;  ///< null where every name will do
+    bool isForAgent;            ///< sol_name is one line for the agent, which takes one request at a time
+    const NamedActions* names;  ///< null when any name will do
 };
 
 const std::vector<ActionType>& ActionTypes();

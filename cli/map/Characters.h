@@ -19,7 +19,7 @@ inline std::string ToLower(std::string_view text) {
     return lower;
 }
 
-/// Without blanks, tabs and line breaks at both ends.
+/// The text without blanks, tabs and line breaks at both ends.
 inline std::string_view Trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t\r\n");
     if (first == std::string_view::npos) {

@@ -66,7 +66,7 @@ std::size_t RemoveAllowed(std::vector<Finding>& findings, AllowList& allowed) {
 std::string Quoted(std::string_view text) {
     constexpr std::size_t kMost = 60;
     std::size_t length = std::min(text.size(), kMost);
-    // Cut in front of a character, not inside it: UTF-8 marks the bytes that continue one.
+    // Cut in front of a character, not inside it. Bytes that continue a character have the top bits 10.
     while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) {
         --length;
     }

@@ -1,5 +1,5 @@
-// The rule about settings keys. What keys a set has is not known here, so a map's keys are held against each
-// other: two that are nearly the same are most likely one, misspelt once.
+// The rule about settings keys. The checker does not know the keys of a set, so it compares the map's keys
+// with each other: of two that are nearly the same, one is most likely misspelt.
 #include <algorithm>
 #include <cstddef>
 #include <set>
@@ -18,10 +18,10 @@ namespace kuramap {
 
 namespace {
 
-/// In shorter keys one letter may well make another key.
+/// In shorter keys a different letter may well make a different key.
 constexpr std::size_t kShortest = 8;
 
-/// A map with more keys than this names no set's settings, and comparing them takes time and memory.
+/// No set has more keys than this, and comparing more takes much time and memory.
 constexpr std::size_t kMost = 5000;
 
 struct KeyUse {
@@ -41,7 +41,7 @@ bool AreNear(std::string_view a, std::string_view b) {
     return WithoutDigits(a) != WithoutDigits(b) && support::EditDistance(Trimmed(a), Trimmed(b)) <= 1;
 }
 
-/// The key and what is left of it without any one letter. Near keys have one of these in common.
+/// The key itself, and the key without each one of its letters. Near keys have one of these in common.
 std::vector<std::string> Variants(std::string_view key) {
     const std::string whole = ToLower(Trimmed(key));
     std::vector<std::string> variants = {whole};

@@ -15,7 +15,7 @@ namespace kuramap {
 
 namespace {
 
-/// Whether the store keeps the text as a number in the column of toast1: sign, digits, fraction, exponent.
+/// Whether SQLite would store the text as a number in the column of toast1: sign, digits, fraction, exponent.
 bool LooksLikeNumber(std::string_view text) {
     std::string_view rest = Trimmed(text);
     const auto digits = [&rest] {
@@ -48,15 +48,15 @@ bool LooksLikeNumber(std::string_view text) {
     return rest.empty();
 }
 
-/// Whether somebody who wrote text meant word: in another letter case, with blanks around it, with one letter
-/// too many or too few, or with one changed. A changed letter makes another word of one of three letters.
+/// Whether text is word with a mistake: another letter case, blanks around it, one letter too many or too
+/// few, or one letter changed. In a word of three letters a changed letter counts as another word.
 bool IsNear(std::string_view text, std::string_view word) {
     const std::string_view letters = Trimmed(text);
     const std::size_t most = word.size() > 3 || letters.size() != word.size() ? 1 : 0;
     return text != word && letters.size() <= word.size() + 1 && support::EditDistance(letters, word) <= most;
 }
 
-/// The first of words that text is near to, empty for none.
+/// The first of words that text is near to; empty when there is none.
 std::string_view NearlyOneOf(std::string_view text, std::initializer_list<std::string_view> words) {
     const auto* const near =
         std::find_if(words.begin(), words.end(), [&](std::string_view word) { return IsNear(text, word); });
@@ -164,7 +164,7 @@ void Checker::CheckValues(const Solution& solution) {
             CheckNumber(solution, *first, use);
         }
     }
-    // What an unknown action would use is not known.
+    // Nobody knows what an unknown action would use.
     const ActionType* const known = FindActionType(type);
     const std::string_view name = m_map.Text(solution, Field::kActionName);
     if (known == nullptr || (known->names != nullptr && FindNamedAction(*known, name) == nullptr)) {
@@ -255,7 +255,7 @@ void Checker::CheckFilters(const Solution& solution) {
     }
 }
 
-/// The library hands these words on; screens act on those that the documentation names.
+/// The library hands these words on unchecked; screens act only on the documented ones.
 void Checker::CheckHostWords(const Solution& solution) {
     static const std::vector<std::string> kReboots = {"no", "yes", "ask"};
     static const std::vector<std::string> kScreenActions = {"APPLY", "CONFIRM", "OPEN", "NONE"};

@@ -1,4 +1,4 @@
-// The rules that hold a map against the host's texts and the engine's codes.
+// The rules that compare a map with the host's texts and the engine's codes.
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
@@ -58,7 +58,7 @@ void Checker::CheckTexts() {
     if (m_options.texts.empty()) {
         return;
     }
-    // Each id is checked once, where it is used first.
+    // Each id is checked once, at its first use.
     std::unordered_set<std::string_view> seen;
     for (const Solution& solution : m_map.Solutions()) {
         for (const Field field : kTextFields) {

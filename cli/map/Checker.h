@@ -26,7 +26,7 @@ public:
     std::vector<Finding> Run();
 
 private:
-    /// What a finding is about: a place in the text, and the issue code where one is concerned.
+    /// What a finding is about: a place in the text, and the issue code if it concerns an issue.
     struct Subject {
         std::size_t offset = 0;
         std::string issue;
@@ -36,7 +36,7 @@ private:
 
     Subject At(const Element& element) const { return {element.offset, ""}; }
     Subject At(const Solution& solution) const;
-    /// The place of one field, or of the solution where the field is not written.
+    /// The place of one field, or of the solution when the field is not written.
     Subject At(const Solution& solution, Field field) const;
     Subject AtAttribute(const Element& element, std::uint32_t attribute) const;
     const Element& ElementOf(const Solution& solution) const {

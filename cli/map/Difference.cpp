@@ -58,9 +58,8 @@ bool IsSameSolution(const Entry& a, const Entry& b) {
            a.Text(Field::kActionName) == b.Text(Field::kActionName);
 }
 
-/// For each new solution the index of the old one that it continues. Pairs are made in four rounds: equal
-/// solutions, then those with the same code and action, then those with the same code, then those at the same
-/// index.
+/// Finds for each new solution the index of the old one that it continues. Four rounds make the pairs: equal
+/// solutions, then solutions with the same code and action, then with the same code, then at the same index.
 std::vector<std::optional<std::size_t>> Pair(const Entries& before, const Entries& after) {
     std::vector<std::optional<std::size_t>> pairs(after.size());
     std::vector<bool> isTaken(before.size(), false);

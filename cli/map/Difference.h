@@ -1,4 +1,4 @@
-// How two solution maps differ in what they say.
+// Compares the content of two solution maps, not their layout.
 #pragma once
 
 #include <cstddef>
@@ -19,14 +19,14 @@ struct Change {
 
 struct ChangedSolution {
     std::string issue;
-    std::size_t number = 1;  ///< which of the issue's solutions in the new map, from 1
+    std::size_t number = 1;  ///< of the issue's solutions in the new map, from 1
     std::vector<Change> changes;
 };
 
 /// A solution that only one of the maps has.
 struct LoneSolution {
     std::string issue;
-    std::size_t number = 1;  ///< which of the issue's solutions in its map, from 1
+    std::size_t number = 1;  ///< of the issue's solutions in its map, from 1
     Entry entry;
 };
 
@@ -36,7 +36,7 @@ struct Difference {
     std::vector<ChangedSolution> changed;
     /// Issues whose solutions are applied in another order.
     std::vector<std::string> reordered;
-    /// The issues that both maps have stand in another order.
+    /// Whether the issues that both maps have stand in another order.
     bool isListedDifferently = false;
     std::int32_t versionBefore = -1;
     std::int32_t versionAfter = -1;

@@ -23,7 +23,8 @@ constexpr std::size_t kIndent = 4;
 
 using Attributes = std::vector<std::pair<std::string, std::string>>;
 
-/// Whether the attribute begins a new line in a solution, so that each line holds what belongs together.
+/// Whether the attribute begins a new line in a solution, so that attributes that belong together share a
+/// line.
 bool BeginsLine(std::string_view name) {
     constexpr std::string_view kFirst[] = {"sid_issue", "sid_button1", "reboot", "toast1", "source"};
     return std::find(std::begin(kFirst), std::end(kFirst), name) != std::end(kFirst);
@@ -53,8 +54,8 @@ std::string EscapedText(std::string_view text) {
     return escaped;
 }
 
-/// Escapes the value of an attribute. Parsers turn a literal line break or tab into a blank, so one that is
-/// here was written as a reference.
+/// Escapes the value of an attribute. Parsers turn a literal line break or tab into a blank, so one in the
+/// value was written as a reference.
 std::string EscapedValue(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -176,7 +177,7 @@ private:
 
     /// Writes what comes before a node: the ">" of the parent's tag, pending text, a blank line, the margin.
     void BeginNode(bool isSolution) {
-        // Counts only the line breaks behind the text: the text gets a line of its own.
+        // Only the line breaks behind the text count, because the text gets a line of its own.
         const std::size_t textEnd = m_text.find_last_not_of(" \t\r\n") + 1;
         const auto breaks =
             std::count(m_text.begin() + static_cast<std::ptrdiff_t>(textEnd), m_text.end(), '\n');
@@ -247,7 +248,7 @@ private:
 
     XML_Parser m_parser = nullptr;
     std::string m_out;
-    std::string m_text;  // since the last node
+    std::string m_text;  // the text since the last node
     std::vector<Open> m_open;
     bool m_isFirst = true;
     bool m_wasComment = false;

@@ -1,5 +1,5 @@
-// What a solution map says, whatever its layout: the texts that the library gets for each entry. The verbs
-// that show, compare and count maps read from here.
+// The content of a solution map without its layout: the texts that the library gets for each entry. The verbs
+// that show, compare and count maps use it.
 #pragma once
 
 #include <array>
@@ -25,7 +25,7 @@ struct Entry {
     std::vector<EntryValue> values;
 
     const std::string& Text(Field field) const { return fields[static_cast<std::size_t>(field)]; }
-    /// The value that the action uses; empty where there is none.
+    /// The value that the action uses; empty when there is none.
     std::string_view FirstValue() const { return values.empty() ? std::string_view() : values.front().value; }
 };
 bool operator==(const Entry& a, const Entry& b);
@@ -45,7 +45,7 @@ std::string EffectOf(const Entry& entry);
 /// When a screen shows the entry, as a sentence without its end mark.
 std::string VisibilityOf(const Entry& entry);
 
-/// Whether the issue is examined again when the home screen asks.
+/// Whether the library checks the issue again when the home screen asks.
 bool IsOnDemand(const Entry& entry);
 
 }  // namespace kuramap

@@ -1,5 +1,5 @@
-// How a set reads a number from a text. It is a 32-bit machine: leading blanks are skipped, what follows the
-// digits is ignored, and what does not fit becomes the nearest number that does.
+// Reads a number from a text as a set does, which is a 32-bit machine: it skips leading blanks, ignores what
+// follows the digits, and takes the nearest number that fits into 32 bits.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +12,13 @@ struct Number32 {
     bool hasBlanks = false;  ///< before the digits
     bool hasSign = false;
     bool hasLeadingZero = false;  ///< more digits follow the zero
-    bool hasRest = false;         ///< something follows the digits
+    bool hasRest = false;         ///< other characters follow the digits
     bool isNegative = false;
     std::uint64_t magnitude = 0;  ///< without the sign; 2^63 for every larger number
 
     static Number32 Read(std::string_view text);
 
-    /// A whole number and nothing else.
+    /// Whether the text is a whole number and nothing else.
     bool IsPlain() const { return hasDigits && !hasBlanks && !hasRest; }
     bool FitsSigned() const { return magnitude <= (isNegative ? 2147483648u : 2147483647u); }
 

@@ -66,7 +66,7 @@ Json SarifRules() {
     return rules;
 }
 
-/// The suite of one file: its findings, or one case that passes where there are none.
+/// The suite of one file: its findings, or one case that passes when there are none.
 std::string JunitSuite(const std::string& file, const std::vector<const Finding*>& findings, bool isStrict) {
     std::string cases;
     std::size_t failures = 0;

@@ -1,4 +1,4 @@
-// The findings of a check as text for people and as documents for other tools.
+// Writes the findings of a check as text for people and as documents for other tools.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -21,7 +21,7 @@ std::string ToText(const CheckResult& result);
 nlohmann::ordered_json ToJson(const CheckResult& result, const std::vector<std::string>& files,
                               const std::vector<UnreadableFile>& unreadable);
 
-/// SARIF 2.1.0, as code scanning services read it.
+/// SARIF 2.1.0, the format that code scanning services read.
 nlohmann::ordered_json ToSarif(const CheckResult& result, const std::vector<UnreadableFile>& unreadable);
 
 /// JUnit's XML: a suite for each file, a case for each finding. A finding that fails the check is a failure.

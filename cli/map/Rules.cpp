@@ -259,8 +259,8 @@ std::string Listed(const std::vector<std::string>& names) {
     return list;
 }
 
-/// The advice with the names that a set knows: {action types} stands for all types, {TYPE} for the names that
-/// actions of a type may have.
+/// Fills the names that a set knows into the advice: {action types} stands for all types, {TYPE} for the
+/// names that actions of that type may have.
 std::string_view WithNames(std::string_view mend) {
     static std::deque<std::string> kept;
     const auto replace = [&mend](const std::string& mark, const std::vector<std::string>& names) {

@@ -1,5 +1,5 @@
-// What the checker looks for. One table holds the tag, the severity and the explanation of each rule;
-// docs/map-rules.md is written from it.
+// The checker's rules. One table holds the tag, the severity and the explanation of each rule;
+// docs/map-rules.md is generated from it.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace kuramap {
 
-/// Raise it with every change of what is found, and of tags.
+/// Raise it when a rule finds something else, or when a tag changes.
 constexpr std::string_view kRuleSetVersion = "1.1";
 
 enum class Severity { kOff, kInfo, kWarning, kError };
@@ -76,7 +76,7 @@ struct Rule {
     std::string_view tag;
     Severity severity;
     std::string_view summary;  ///< what is wrong, without an end mark
-    std::string_view effect;   ///< what a set makes of it
+    std::string_view effect;   ///< what a set does with it
     std::string_view example;  ///< an extract in which the rule finds something
     std::string_view mend;
 };

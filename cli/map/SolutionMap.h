@@ -1,4 +1,4 @@
-// What the library reads from a document: version, declared count and solutions. Each text is kept as the
+// The version, declared count and solutions that the library reads from a document. Each text is kept as the
 // index of its attribute, so that a finding has a place.
 #pragma once
 
@@ -40,12 +40,13 @@ public:
     /// The indices of the sm and sminfo elements, in the order of the document.
     const std::vector<std::uint32_t>& CountElements() const { return m_counts; }
     const std::vector<std::uint32_t>& VersionElements() const { return m_versions; }
-    /// The first value that stands before every solution. With one, the library cannot load the map.
+    /// The first value element that stands before every solution. The library cannot load a map that has one.
     std::optional<std::uint32_t> EarlyValue() const { return m_earlyValue; }
 
     ElementKind KindOf(const Element& element) const { return m_kinds[element.name->id]; }
 
-    /// The attribute with the lower-case name, or kNoAttribute; of several the last one, as in the library.
+    /// The attribute with the lower-case name, or kNoAttribute. The last of several counts, as in the
+    /// library.
     std::uint32_t Find(const Element& element, std::string_view lowerName) const;
 
     /// The text of an attribute, empty for kNoAttribute.
@@ -58,7 +59,7 @@ public:
     static std::uint32_t Attribute(const Solution& solution, Field field) {
         return solution.fields[static_cast<std::size_t>(field)];
     }
-    /// The first value, which is the one that an action uses; null where there is none.
+    /// The first value, which the action uses; null when there is none.
     const Value* FirstValue(const Solution& solution) const {
         return solution.valueCount == 0 ? nullptr : &m_values[solution.firstValue];
     }

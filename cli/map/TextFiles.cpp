@@ -29,7 +29,7 @@ std::string PlaceIn(const std::string& file, std::size_t line) {
     return file + ":" + std::to_string(line);
 }
 
-/// byte is the number of the byte that does not fit, from 1; beyond the end where the text ends too early.
+/// byte: the number of the wrong byte, from 1; it lies beyond the end when the text ends too early.
 [[noreturn]] void RefuseJson(const std::string& file, std::string_view source, std::size_t byte) {
     if (byte > source.size()) {
         Refuse(file, "the JSON ends too early: a bracket or quote is not closed");
@@ -57,7 +57,7 @@ std::ifstream Open(const std::string& path) {
     return stream;
 }
 
-/// Calls use with the trimmed text and the number of each line, except blank lines and remarks.
+/// Calls use with the trimmed text and the number of each line; skips blank lines and remarks.
 void ForEachLine(const std::string& path, const std::function<void(std::string_view, std::size_t)>& use) {
     std::ifstream stream = Open(path);
     std::string line;

@@ -21,10 +21,10 @@ namespace {
 constexpr std::size_t kChunk = 256 * 1024;
 constexpr std::size_t kBlock = 1024 * 1024;
 
-/// A set reads no file of this size or more.
+/// The library reads no file of this size or more.
 constexpr std::size_t kTooLarge = 0x7fffffff;
 
-/// No map has an element with more; a document that does is made to exhaust its reader.
+/// No element of a real map has more attributes; a document with more was made to exhaust its reader.
 constexpr std::size_t kMostAttributes = 10000;
 
 class FileHandle {
@@ -70,7 +70,7 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-/// The encoding that the first bytes show without a declaration; empty where they show none.
+/// The encoding that the first bytes show without a declaration; empty when they show none.
 std::string EncodingByMark(std::string_view text) {
     if (text.substr(0, 2) == "\xff\xfe" || text.substr(0, 2) == std::string_view("<\0", 2)) {
         return "UTF-16LE";
@@ -122,8 +122,8 @@ public:
             RefuseWhatIsNoDocument(XML_GetErrorCode(m_parser.get()), *m_document.m_error);
             return;
         }
-        // The library never tells its parser that the text has ended, so an error found here is no error to
-        // it.
+        // The library never tells its parser that the text has ended, so it does not meet an error that is
+        // found here.
         const bool isComplete = XML_Parse(m_parser.get(), "", 0, XML_TRUE) == XML_STATUS_OK;
         if (m_failure != nullptr) {
             std::rethrow_exception(m_failure);
@@ -161,7 +161,7 @@ private:
         }
     }
 
-    /// Keeps an exception, for Feed to throw: it must not cross the parser's frames, which are C.
+    /// Stores an exception, which Feed throws again: it must not pass the parser's frames, which are C.
     template <typename Work>
     void Guarded(Work work) {
         if (m_failure != nullptr) {
@@ -185,8 +185,8 @@ private:
     }
 
     static void XMLCALL OnEnd(void* self, const XML_Char*) {
-        // After XML_StopParser the end of an empty element is still reported, although its start was not
-        // kept.
+        // Expat still reports the end of an empty element after XML_StopParser, although its start was not
+        // stored.
         auto* reader = static_cast<XmlDocumentReader*>(self);
         reader->Guarded([&] { reader->m_open.pop_back(); });
     }

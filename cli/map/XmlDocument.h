@@ -1,6 +1,6 @@
 // An XML document as its author wrote it: every element and attribute with its place in the text. The tool
-// reads documents itself, because the library keeps neither names nor places. It uses the same parser, and
-// the same rules decide what is an error.
+// reads documents itself, because the library keeps neither names nor places. It uses the same parser as the
+// library and reports the same errors.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 
 namespace kuramap {
 
-/// Thrown for a file that cannot be read at all. what() names the file and the reason in one line.
+/// Thrown when a file cannot be read at all. what() names the file and the reason in one line.
 class Unreadable : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -36,7 +36,7 @@ struct LineColumn {
 /// The name of elements or attributes. A document keeps each spelling once.
 struct Name {
     std::string text;
-    std::string lower;     ///< what the library compares
+    std::string lower;     ///< in lower case, as the library compares it
     std::uint32_t id = 0;  ///< from 0, in the order of first use
 };
 
@@ -58,7 +58,7 @@ struct Element {
 /// Text between tags that is not blank.
 struct CharacterData {
     std::size_t offset = 0;
-    std::uint32_t element = kNoElement;  ///< the element that it stands in
+    std::uint32_t element = kNoElement;  ///< the element in which it stands
 };
 
 /// Where and why the reading ended early.
@@ -92,7 +92,7 @@ public:
     const std::optional<ReadingError>& Error() const { return m_error; }
     /// Set when the text ends before the root element does.
     const std::optional<ReadingError>& Unfinished() const { return m_unfinished; }
-    /// The encoding that the byte order or the declaration gives; "UTF-8" without either.
+    /// The encoding by the byte order mark or the declaration; "UTF-8" without both.
     const std::string& Encoding() const { return m_encoding; }
 
     /// The offset of an attribute's name; index as in Attributes().
@@ -120,7 +120,7 @@ private:
     std::optional<ReadingError> m_error;
     std::optional<ReadingError> m_unfinished;
 
-    // A deque and a block never move what they hold, so views into them stay valid.
+    // A deque and a block never move their contents, so views into them stay valid.
     std::deque<Name> m_names;
     std::unordered_map<std::string_view, const Name*> m_nameOf;
     std::vector<std::unique_ptr<char[]>> m_blocks;

@@ -8,7 +8,7 @@ namespace scenario {
 
 namespace {
 
-/// Lists whose elements have a short form.
+/// Turns the short forms of an expectation's elements into long ones.
 Json LongForms(const std::string& name, const Json& pattern) {
     if (pattern.is_array()) {
         Json elements = Json::array();
@@ -51,7 +51,7 @@ std::optional<Mismatch> CompareNoLog(const Json& lines, const Json& happened) {
     return std::nullopt;
 }
 
-/// A kind of call of which there was none is an empty list.
+/// Compares the calls of each expected kind. A kind without calls counts as an empty list.
 std::optional<Mismatch> CompareCalls(const Json& calls, const Json& happened) {
     for (const auto& [kind, pattern] : calls.items()) {
         const Json entries = happened.value(kind, Json::array());
@@ -77,7 +77,7 @@ std::optional<Mismatch> CompareOne(const std::string& name, const Json& pattern,
     return Match(expected, happened, name);
 }
 
-/// Why the verb ended as it did, behind its exit code.
+/// The reason for the verb's exit code, in words behind it.
 std::string Reason(const Moment& moment) {
     const Json answer = moment.answer.is_object() ? moment.answer : Json::object();
     const Json error = answer.value("error", Json::object());

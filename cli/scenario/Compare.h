@@ -1,4 +1,5 @@
-// What was expected against what happened: plain data in, the first difference out. Nothing runs here.
+// Compares what was expected with what happened. It takes plain data and returns the first difference; it
+// runs nothing.
 #pragma once
 
 #include <optional>
@@ -11,12 +12,12 @@ namespace scenario {
 
 struct Difference {
     std::string step;   ///< "step 2 \"repair\"", or "the end"
-    std::string place;  ///< as "launches[0].app"
+    std::string place;  ///< for example "launches[0].app"
     std::string expected;
     std::string happened;
 };
 
-/// The observation must be of this scenario: it has a moment for every step.
+/// The observation must belong to this scenario: it has a moment for every step.
 std::optional<Difference> FirstDifference(const Scenario& scenario, const Observation& observation);
 
 }  // namespace scenario

@@ -17,10 +17,11 @@ namespace {
 
 constexpr std::uintmax_t kLargest = std::uintmax_t{16} << 20;
 constexpr std::size_t kDeepest = 64;
-/// Of one object: its members are looked up one by one.
+/// The limit of one object, because its members are searched one by one.
 constexpr std::size_t kMostMembers = 10000;
 
-/// How far the parser has read. It looks at the character behind a number, which may be the line's end.
+/// How far the parser has read. It also reads the character behind a number, which may be a line feed; the
+/// token before that belongs to the line before.
 struct Position {
     int line = 1;
     char last = '\0';
@@ -28,7 +29,7 @@ struct Position {
     int OfLastToken() const { return last == '\n' ? line - 1 : line; }
 };
 
-/// Reads characters and counts the lines behind it; the parser copies it, so the count lies elsewhere.
+/// Reads characters and counts lines. The parser copies the reader, so the count lies outside of it.
 class CountingReader {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -59,7 +60,7 @@ private:
     Position* m_position;
 };
 
-/// Lines are kept by the text of the place, which takes a fraction of the room of a JsonPlace.
+/// The text of a place. Lines are stored by this text, because it takes far less memory than a JsonPlace.
 std::string Child(const std::string& pointer, const std::string& name) {
     return pointer + (JsonPlace() / name).to_string();
 }
@@ -124,7 +125,7 @@ private:
         return false;
     }
 
-    /// Null when the value stands at a place where none may.
+    /// Stores the value at its place. Null when no value may stand there.
     Json* Put(Json value, std::string& pointer) {
         if (m_frames.empty()) {
             root = std::move(value);

@@ -28,7 +28,7 @@ Json TextOrNull(const unsigned char* text) {
     return text == nullptr ? Json() : Json(reinterpret_cast<const char*>(text));
 }
 
-/// The columns as they are named, "idx" for the index; a column of numbers by mistake reads as its text.
+/// Reads the columns by their names, "idx" for the index. A number in a column of texts is read as text.
 Json ReadRemaining(const fs::path& path) {
     std::error_code error;
     if (!fs::exists(path, error)) {
@@ -88,7 +88,7 @@ Json LookAtFile(const std::optional<fs::path>& path) {
     return file;
 }
 
-/// The member that a short form stands for. A screen's has two: "storage opened".
+/// The member that a short form stands for. The one of a screen joins two: "storage opened".
 struct ShortForm {
     const char* expectation;
     const char* member;
@@ -104,7 +104,7 @@ std::string TextAt(const Json& entry, const char* key) {
     return found != entry.end() && found->is_string() ? found->get<std::string>() : std::string();
 }
 
-/// A screen's entry also says in one text what happened where.
+/// Adds "what" to a screen's entry: the screen and the event in one text.
 Json WithWhat(Json entry) {
     entry["what"] = TextAt(entry, "screen") + " " + TextAt(entry, "event");
     return entry;
@@ -128,7 +128,7 @@ Json OfKind(const Json& journal, const std::string& kind) {
 struct JournalList {
     const char* expectation;
     const char* kind;
-    bool (*wanted)(const Json& entry);  ///< null: every entry of the kind
+    bool (*wanted)(const Json& entry);  ///< null for every entry of the kind
 };
 constexpr JournalList kJournalLists[] = {
     {"screens", "screen", nullptr},

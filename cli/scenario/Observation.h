@@ -1,5 +1,5 @@
-// What happened in a scenario: everything that its expectations can be about, as plain data. Comparing is
-// then a matter of data alone, without a set.
+// What happened in a scenario, as plain data: everything that its expectations can be about. Comparing then
+// needs no set.
 #pragma once
 
 #include <cstddef>
@@ -12,15 +12,15 @@
 
 namespace scenario {
 
-/// What was there after a step, or at the end.
+/// The state after a step, or at the end.
 struct Moment {
     std::optional<int> exit;       ///< of the verb; none when nothing ran
-    Json answer;                   ///< the document that it printed; null when there was not exactly one
+    Json answer;                   ///< the document that it printed; null when it did not print exactly one
     std::string errors;            ///< what it wrote on standard error
     Json journal = Json::array();  ///< the entries of the step, or of the whole scenario
     Json settings = Json::object();
     Json remaining;  ///< the rows kept as unfixed, text by column; null when the database cannot be read
-    Json files = Json::object();  ///< those that the expectation names
+    Json files = Json::object();  ///< the files that the expectation names
 };
 
 struct Observation {
@@ -28,14 +28,15 @@ struct Observation {
     Moment end;
 };
 
-/// The state of the set: the journal's entries from the given one on, the settings, the rows kept as unfixed
-/// and the files that the expectation names.
+/// Reads the state of the set: the journal's entries from number journalFrom on, the settings, the rows kept
+/// as unfixed, and the files that the expectation names.
 Moment Look(const kuraset::SetDirectory& set, std::size_t journalFrom, const Json& expect);
 
-/// What an expectation of that name is compared with.
+/// The part of the moment with which an expectation of that name is compared.
 Json Happened(const Moment& moment, const std::string& name);
 
-/// The short form of an element as the long one: "org.vesta.tv" as {"app": "org.vesta.tv"} in launches.
+/// Turns the short form of an element into the long one: in launches, "org.vesta.tv" becomes
+/// {"app": "org.vesta.tv"}.
 Json LongForm(const std::string& name, const Json& element);
 
 }  // namespace scenario

@@ -1,4 +1,4 @@
-// What distinguishes a set from a fresh one, in the words of a scenario.
+// Describes how a set differs from a fresh one, in the format of a scenario.
 #include <fcntl.h>
 #include <glib.h>
 #include <unistd.h>
@@ -28,10 +28,10 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{4} << 20;
-/// The engine's records are told row by row.
+/// The engine's records are written row by row, so their databases do not count as files.
 const fs::path kEngineFolder = "home/owner/share/Watchman/DB";
 
-/// The merge patch that makes `now` of `before`.
+/// The merge patch that turns `before` into `now`.
 Json PatchOf(const nlohmann::json& before, const nlohmann::json& now) {
     Json patch = Json::object();
     for (const auto& [key, value] : now.items()) {
@@ -59,7 +59,7 @@ Json EngineOf(const kuraset::SetDirectory& set) {
     return engine;
 }
 
-/// The applications' files are sparse: a hole from end to end need not be read.
+/// Whether the file is one hole from end to end, as the applications' files are; it need not be read.
 bool IsHole(const fs::path& path) {
     const support::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     return file && lseek(file.Number(), 0, SEEK_DATA) < 0 && errno == ENXIO;
@@ -129,7 +129,7 @@ bool SameFile(const fs::path& one, const fs::path& other) {
     return sameSize && ((IsZero(one) && IsZero(other)) || support::ReadFile(one) == support::ReadFile(other));
 }
 
-/// Everything below a folder, links not followed, without the engine's databases.
+/// Lists everything below a folder but the engine's databases; follows no link.
 std::map<std::string, fs::path> ContentsOf(const fs::path& folder) {
     std::map<std::string, fs::path> contents;
     for (auto at = fs::recursive_directory_iterator(folder); at != fs::recursive_directory_iterator(); ++at) {
@@ -155,7 +155,7 @@ std::vector<std::string> LinesOf(const std::string& text) {
     return lines;
 }
 
-/// Whether a folder that is taken away holds it.
+/// Whether a folder above it is removed.
 bool GoesWithItsFolder(const Json& files, const std::string& name) {
     for (fs::path at = fs::path("/" + name).parent_path(); at.has_relative_path(); at = at.parent_path()) {
         if (files.contains(at.string())) {

@@ -34,7 +34,7 @@ std::string TakeFile(const fs::path& path) {
     return text;
 }
 
-/// This process's environment with the additions, which come first and so win.
+/// This process's environment with the additions in front, so that they win.
 std::vector<std::string> EnvironmentWith(const std::vector<std::pair<std::string, std::string>>& additions) {
     std::vector<std::string> lines;
     for (const auto& [name, value] : additions) {
@@ -70,7 +70,8 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<std::stri
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), kFlags, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), kFlags, 0600);
-    // In a process group of its own: Ctrl-C reaches this process alone, which then ends the child.
+    // The child has its own process group, so that Ctrl-C reaches only this process, which then ends the
+    // child.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
@@ -85,7 +86,8 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<std::stri
     return process;
 }
 
-/// False when the time was up or somebody interrupted; the process is gone in any case.
+/// Waits for the process. False when the time was up or somebody interrupted; the process has then been
+/// killed.
 bool Await(pid_t process, std::chrono::seconds limit, int& status) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (waitpid(process, &status, WNOHANG) == 0) {
@@ -141,7 +143,7 @@ TemporaryFolder::TemporaryFolder() {
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code error;
-    // What was just killed may still be writing here.
+    // A process that was just killed may still write here.
     for (int attempt = 0; attempt < kRemovals && fs::exists(m_path, error); ++attempt) {
         fs::remove_all(m_path, error);
         if (error) {

@@ -1,4 +1,4 @@
-// Child processes: the verbs of a scenario, each with a limit of time.
+// Runs child processes with a time limit: the verbs of a scenario.
 #pragma once
 
 #include <chrono>
@@ -16,20 +16,21 @@ struct ProcessResult {
     std::string err;
 };
 
-/// Runs a command line with nothing on standard input and waits. Its output goes through files in the folder,
-/// which are gone afterwards. A run that takes longer than the limit is killed. Throws ScenarioError when it
-/// cannot be started, and Interrupted.
+/// Runs a command line with an empty standard input and waits for it. Its output goes through files in the
+/// folder, which are removed afterwards. A run that takes longer than the limit is killed. Throws
+/// ScenarioError when it cannot be started, and Interrupted.
 ProcessResult RunProcess(const std::vector<std::string>& command, const std::filesystem::path& folder,
                          std::chrono::seconds limit,
                          const std::vector<std::pair<std::string, std::string>>& environment = {});
 
-/// Somebody asked this process to end; what was started is killed and cleared away on the way out.
+/// Thrown when a signal asked this process to end. Running commands are killed, and their folders are
+/// removed.
 class Interrupted {};
 
-/// From now on SIGINT, SIGTERM and SIGHUP end running scenarios in good order.
+/// From now on SIGINT, SIGTERM and SIGHUP make RunProcess throw Interrupted.
 void EndInGoodOrder();
 
-/// A folder of its own for one run, removed with the object.
+/// A folder for one run; it is removed with the object.
 class TemporaryFolder {
 public:
     TemporaryFolder();

@@ -21,7 +21,7 @@ constexpr std::size_t kMostLogLines = 40;
 constexpr std::size_t kLongestFileText = 4096;
 constexpr int kErrorPriority = 6;
 
-/// Verbs that ask the set from many threads: the order of what they ask differs from run to run.
+/// These verbs ask the set from many threads, so the order of their calls differs from run to run.
 constexpr const char* kManyThreads[] = {"apps"};
 
 bool HasThreads(const std::vector<std::string>& verb) {
@@ -48,8 +48,9 @@ Json SteadyList(const Json& entries) {
     return list;
 }
 
-/// The description holds the time as one raw character, before "select_item"; the partition's figures at its
-/// end are the machine's on a set without a size of its own.
+/// Keeps the part of each description that is the same in every run. Before "select_item" it holds the time;
+/// at its end it holds the figures of the partition, which are the machine's unless the set has a partition
+/// of its own.
 Json Events(const Json& entries, bool ownPartition) {
     Json list = SteadyList(entries);
     for (Json& entry : list) {
@@ -63,7 +64,7 @@ Json Events(const Json& entries, bool ownPartition) {
     return list;
 }
 
-/// What an answer tells of the problem list.
+/// The members of a problem list that an expectation tells.
 Json Rows(const Json& problems) {
     Json rows = Json::array();
     for (const Json& problem : problems) {
@@ -74,7 +75,7 @@ Json Rows(const Json& problems) {
     return rows;
 }
 
-/// Not the parts that other expectations are about, nor those that tell the time of day.
+/// The answer without the parts that other expectations are about and without the time of day.
 Json Answer(const Json& answer) {
     Json steady = Json::object();
     for (const auto& [key, value] : answer.items()) {
@@ -114,7 +115,7 @@ void AddCalls(Json& expect, const Moment& moment) {
     }
 }
 
-/// Values that are not what they were.
+/// The values that changed; null for those that are gone.
 Json Changed(const Json& before, const Json& now) {
     Json changed = Json::object();
     for (const auto& [key, value] : now.items()) {
@@ -131,8 +132,8 @@ Json Changed(const Json& before, const Json& now) {
     return changed;
 }
 
-/// All files of the set by the library's path, as an expectation tells them. Databases differ in bytes that
-/// say nothing.
+/// All files of the set by the library's path, as an expectation tells them. Databases are left out, because
+/// their bytes differ without a meaning.
 Json FilesOf(const kuraset::SetDirectory& set) {
     Json paths = Json::object();
     const fs::path root = set.Path() / "files";
@@ -266,7 +267,7 @@ std::string InOneLine(const Json& value) {
     return value.is_array() ? "[" + text + "]" : "{" + text + "}";
 }
 
-/// A list or an object on one line where it has room; behind: what else is on that line.
+/// Writes a list or an object on one line if there is room. behind: how much else follows on that line.
 void Write(std::string& text, const Json& value, std::size_t indent, std::size_t behind) {
     const std::string line = InOneLine(value);
     if (!value.is_structured() || value.empty() || line.size() + indent + behind <= kWidth) {

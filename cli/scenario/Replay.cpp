@@ -45,7 +45,7 @@ Result ReplayOne(const fs::path& file, const RunOptions& options) {
     return result;
 }
 
-/// XML knows no control characters.
+/// Replaces control characters, which XML cannot hold.
 std::string ForXml(std::string text) {
     for (char& c : text) {
         const auto byte = static_cast<unsigned char>(c);

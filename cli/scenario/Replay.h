@@ -1,4 +1,4 @@
-// Many scenarios, each on a set of its own and so side by side, and what came of them.
+// Runs many scenarios side by side, each on a set of its own, and collects their results.
 #pragma once
 
 #include <cstddef>
@@ -20,19 +20,19 @@ struct Result {
     std::string name;
     Kind kind = Kind::kOk;
     std::optional<Difference> difference;
-    std::string message;  ///< why it is unreadable, or could not be run
+    std::string message;  ///< why the scenario could not be read or run
     std::size_t steps = 0;
     double seconds = 0;
 };
 
 const char* NameOf(Result::Kind kind);
 
-/// In the order of the files; finished is called from the threads that run them, one call at a time. Throws
-/// Interrupted once everything that ran is cleared away.
+/// Returns the results in the order of the files. The threads that run the scenarios call finished, one at a
+/// time. Throws Interrupted once everything that ran is cleared away.
 std::vector<Result> Replay(const std::vector<std::filesystem::path>& files, const RunOptions& options,
                            unsigned jobs, const std::function<void(const Result&)>& finished);
 
-/// One test case a scenario, for whatever reads JUnit's XML.
+/// The results as JUnit's XML, one test case for each scenario.
 std::string JUnitText(const std::vector<Result>& results);
 
 }  // namespace scenario

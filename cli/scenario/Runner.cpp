@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::chrono::seconds kVerbLimit{120};
 
-/// Messages name files of the set by where the set lies, which differs from run to run.
+/// Removes the set's path from a message, because it differs from run to run.
 std::string WithoutPlace(std::string text, const std::string& place) {
     for (std::size_t at = text.find(place); at != std::string::npos; at = text.find(place, at)) {
         text.replace(at, place.size(), "SET");
@@ -43,7 +43,7 @@ void MakeKeepFolder(const RunOptions& options) {
     }
 }
 
-/// Throws ScenarioError when the machine lets no verb run, with what bubblewrap or the system said of it.
+/// Throws ScenarioError with the words of bubblewrap or the system when no verb can run on this machine.
 void CheckSandbox(const Moment& moment) {
     const Json error =
         moment.answer.is_object() ? moment.answer.value("error", Json::object()) : Json::object();

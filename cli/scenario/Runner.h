@@ -1,4 +1,4 @@
-// Runs a scenario on a set of its own: real kura processes, nothing of the library in this one.
+// Runs a scenario on a set of its own, through kura processes. This process does not load the library.
 #pragma once
 
 #include <filesystem>
@@ -14,14 +14,14 @@ namespace scenario {
 
 struct RunOptions {
     std::filesystem::path kura;  ///< the command
-    std::filesystem::path keep;  ///< a folder in which the sets stay, each under its scenario's name; empty:
-                                 ///< they are removed
+    std::filesystem::path keep;  ///< a folder that keeps the sets, each under its scenario's name; when
+                                 ///< empty, the sets are removed
 };
 
 /// Throws ScenarioError, kuraset::SetError and Interrupted. An unexpected exit code of a verb is no error.
 Observation Run(const Scenario& scenario, const RunOptions& options);
 
-/// Runs one verb on a set and looks at what it did. environment: besides this process's own.
+/// Runs one verb on a set and reads the state after it. environment: additions to this process's own.
 Moment RunVerb(const kuraset::SetDirectory& set, const std::vector<std::string>& verb, const Json& expect,
                const std::filesystem::path& kura, const std::filesystem::path& scratch,
                const std::vector<std::pair<std::string, std::string>>& environment = {});

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::uintmax_t kLargestMap = std::uintmax_t{64} << 20;
 
-/// Takes the values over and checks what the schema cannot say.
+/// Reads the values and checks what the schema cannot express.
 class Reader {
 public:
     explicit Reader(const Document& document)

@@ -1,5 +1,5 @@
-// A scenario as its file says it, checked: the set at the start, the steps, and what is expected of each and
-// of the whole. docs/scenarios.md describes the format.
+// A scenario that was read from its file and checked: the set at the start, the steps, and the expectations
+// of each step and of the whole. docs/scenarios.md describes the format.
 #pragma once
 
 #include <filesystem>
@@ -10,17 +10,17 @@
 
 namespace scenario {
 
-/// What is done to a file of the set.
+/// A change to one file of the set.
 struct FileChange {
     enum class Kind { kText, kRemove, kSize, kFolder, kLink };
 
     std::string path;  ///< as the library sees it, below /opt, /home or /tmp
     Kind kind = Kind::kText;
-    std::string text;  ///< of the file, bytes as they are; of a link, what it points at
+    std::string text;  ///< the file's bytes, or the target of a link
     std::uintmax_t size = 0;
 };
 
-/// Changes to a set, carried out in the order of the members.
+/// Changes to a set, which are made in the order of the members.
 struct Changes {
     std::vector<Json> describe;      ///< merge patches for set.json, one after the other
     Json settings = Json::object();  ///< null removes a key
@@ -29,16 +29,16 @@ struct Changes {
 };
 
 struct Step {
-    std::string name;  ///< the file's, or what the step runs
+    std::string name;  ///< the step's name in the file, or the verb that it runs
     Changes changes;
-    std::vector<std::string> run;  ///< a verb and its arguments; empty: nothing runs
+    std::vector<std::string> run;  ///< a verb and its arguments; empty when nothing runs
     Json expect = Json::object();
 };
 
 struct Scenario {
     std::string file;
     std::string name;
-    std::filesystem::path base;  ///< a folder laid out as the examples; empty: the examples
+    std::filesystem::path base;  ///< a folder laid out as the examples; when empty, the examples
     Changes start;
     std::vector<Step> steps;
     Json expect = Json::object();
@@ -49,7 +49,7 @@ constexpr const char* kMapPath = "/opt/usr/share/TVKuraHelp/SolutionMap.xml";
 
 /// Throws ScenarioError.
 Scenario ReadScenario(const std::filesystem::path& path);
-/// The same for a text; relative paths in it start at the folder of file.
+/// Does the same with a text. Relative paths in it start at the folder of file.
 Scenario ParseScenario(const std::string& text, const std::filesystem::path& file);
 
 }  // namespace scenario

@@ -30,7 +30,7 @@ int HttpStatusOf(int exitCode) {
     }
 }
 
-/// The last line that the program wrote, for a failure that it could not put into a document.
+/// The last line that the program wrote, which tells of a failure for which there is no document.
 std::string LastLine(const std::string& text) {
     const auto end = text.find_last_not_of('\n');
     if (end == std::string::npos) {

@@ -1,5 +1,5 @@
-// Where calls are carried out: the library lives in a process and sandbox of its own for each of them, since
-// its singletons live as long as the process. One at a time: the set has one application.
+// Carries out the page's calls. Each call runs the library in a process and sandbox of its own, because its
+// singletons live as long as the process. One call runs at a time, because a set has one care application.
 #pragma once
 
 #include <filesystem>
@@ -14,7 +14,7 @@ namespace cli::serve {
 
 struct CallAnswer {
     int status = 200;  ///< of HTTP
-    Json document;     ///< the verb's, or {"error": {...}}
+    Json document;     ///< the verb's document, or {"error": {...}}
 };
 
 class CallDesk {
@@ -23,8 +23,8 @@ public:
     /// ends. screens outlives the desk.
     CallDesk(std::vector<std::string> command, int stop, Screens& screens);
 
-    /// Runs the verb and shows the answer on its screen; 409 while another call runs. Blocks for as long as
-    /// the call takes. Any thread.
+    /// Runs the verb and shows the answer on its screen. Answers 409 while another call runs. Blocks until
+    /// the call ends. Thread-safe.
     CallAnswer Run(const Call& call, const std::string& argument);
 
 private:

@@ -1,4 +1,4 @@
-// What the page may ask of the library: the verbs of this program that its buttons stand for.
+// The calls that the page may make: the verbs of this program behind its buttons.
 #pragma once
 
 #include <array>
@@ -9,10 +9,10 @@ namespace cli::serve {
 
 struct Call {
     std::string_view verb;
-    std::string_view argument;   ///< what the verb needs, as a key of the request's body; empty: nothing
-    std::string_view screen;     ///< which screen shows the answer; empty: none
-    std::chrono::seconds usual;  ///< the library's own limit, for the page's progress bar; 0: none
-    std::chrono::seconds limit;  ///< past this the call is ended
+    std::string_view argument;   ///< the verb's argument, a key of the request's body; empty for none
+    std::string_view screen;     ///< the screen that shows the answer; empty for none
+    std::chrono::seconds usual;  ///< the library's own limit, for the page's progress bar; 0 for none
+    std::chrono::seconds limit;  ///< the call is ended when it takes longer
 };
 
 using std::chrono_literals::operator""s;

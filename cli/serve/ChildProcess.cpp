@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kOutputLimit = 16 * 1024 * 1024;
 constexpr std::size_t kErrorsKept = 64 * 1024;
-/// How long a call may go on once the server is to end, and a program that was asked to end.
+/// How long a call may go on after the server was asked to end, and a program after it was asked to end.
 constexpr std::chrono::seconds kGrace{3};
 constexpr std::chrono::milliseconds kReapStep{10};
 
@@ -31,8 +31,7 @@ constexpr std::chrono::milliseconds kReapStep{10};
     throw std::system_error(error, std::generic_category(), what);
 }
 
-/// What the child gets instead of the server's: no input, the two pipes, no other open file, no blocked
-/// signal.
+/// Gives the child an empty input, the two pipes as output, no other open file and no blocked signal.
 class SpawnSettings {
 public:
     SpawnSettings(const Pipe& out, const Pipe& err) {
@@ -81,7 +80,7 @@ private:
     posix_spawnattr_t m_attributes{};
 };
 
-/// The program while it runs: collects what it says, keeps to the deadline, ends it when that has passed.
+/// Watches the program while it runs: collects its output and ends it when the deadline has passed.
 class Watch {
 public:
     Watch(pid_t process, Pipe& out, Pipe& err, Clock::time_point deadline, int stop)

@@ -9,7 +9,7 @@ namespace cli::serve {
 namespace {
 
 constexpr std::chrono::milliseconds kMoment{200};
-/// After this many quiet moments a comment is sent; writing it fails when the browser has gone.
+/// After this many moments without an event a comment is sent. Writing it fails when the browser has gone.
 constexpr int kQuietMoments = 50;
 
 void Add(std::string& events, const char* name, const Json& data) {

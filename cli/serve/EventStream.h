@@ -1,5 +1,5 @@
-// What one browser is told as it happens (server-sent events): the state of the screens, the journal, and
-// whether the set is still there.
+// Sends events to one browser (server-sent events): the state of the screens, the journal, and whether the
+// set still exists.
 #pragma once
 
 #include <filesystem>
@@ -10,13 +10,13 @@
 
 namespace cli::serve {
 
-/// One thread at a time.
+/// The caller serialises.
 class EventStream {
 public:
     /// set: the set's folder. screens outlives the stream.
     EventStream(const Screens& screens, std::filesystem::path set);
 
-    /// Waits a moment for something to tell; the events as they go over the wire, empty when there are none.
+    /// Waits a moment for events and returns them as they go over the wire; empty when there are none.
     std::string Next();
 
     /// True once the server ends: nothing more will come.
@@ -33,7 +33,7 @@ private:
     unsigned long m_version = 0;
     bool m_started = false;
     bool m_present = false;
-    int m_quiet = 0;  ///< moments without anything to tell
+    int m_quiet = 0;  ///< moments without an event
 };
 
 }  // namespace cli::serve

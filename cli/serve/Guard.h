@@ -1,7 +1,7 @@
-// Who may talk to the server: somebody who was given the address, in a page that came from it. The token in
-// the address keeps out other users of the machine and other pages; the Host header keeps out pages whose
-// name was made to point here; the Origin header keeps out requests of other pages even if they know the
-// token.
+// Decides who may talk to the server: a page that came from it, opened by a user who was given the address.
+// The token in the address keeps out other users of the machine and other pages. The Host header keeps out
+// pages whose domain name was made to point here. The Origin header keeps out requests of other pages even if
+// they know the token.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,7 @@ struct Refusal {
     std::string message;
 };
 
-/// The headers that matter; "more than once" counts as a wrong one.
+/// The headers that the guard checks. A header that is sent more than once counts as wrong.
 struct Caller {
     std::size_t hosts = 0;
     std::string host;
@@ -24,20 +24,20 @@ struct Caller {
     std::string origin;
 };
 
-/// 128 random bits in hexadecimal. Throws std::system_error when the system has none.
+/// 128 random bits in hexadecimal. Throws std::system_error when the system gives none.
 std::string NewToken();
 
-/// True for the same text; the time it takes tells nothing of how much of it is right.
+/// Whether both texts are equal. The time that it takes does not tell how much of given is right.
 bool SameSecret(std::string_view given, std::string_view secret);
 
 class Guard {
 public:
     Guard(int port, std::string token);
 
-    /// Why the request is refused; nothing for one that may go on. path: as it came, decoded.
+    /// Why the request is refused, or nothing when it may go on. path: the decoded path of the request.
     std::optional<Refusal> Check(const Caller& caller, const std::string& path) const;
 
-    /// What stands behind the token, without a slash in front.
+    /// The path behind the token, without a slash in front.
     std::string Below(const std::string& path) const;
 
     /// "/TOKEN/"

@@ -1,4 +1,4 @@
-// The body of every answer that is not a success: the shape that the command prints with --json.
+// The body of every answer that is no success, in the form that the command prints with --json.
 #pragma once
 
 #include <string>

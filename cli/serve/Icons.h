@@ -1,5 +1,5 @@
-// The pictures of the applications: those that the library named in the list that the page shows, and no
-// other file of the set.
+// Reads the pictures of the applications. The page gets only pictures that the library named in the list of
+// applications, and no other file of the set.
 #pragma once
 
 #include <filesystem>
@@ -10,8 +10,9 @@
 
 namespace cli::serve {
 
-/// The PNG picture of the application in the list ("apps" of the verb's document). Nothing when it is not
-/// listed, or its file is missing, outside the set's /opt, too large or no PNG. opt: where the set's /opt is.
+/// The PNG picture of the application. apps: the list in "apps" of the verb's document; opt: the folder of
+/// the set's /opt. Nothing when the application is not listed, or when its file is missing, outside of /opt,
+/// too large or no PNG.
 std::optional<std::string> ReadIcon(const Json& apps, const std::string& app,
                                     const std::filesystem::path& opt);
 

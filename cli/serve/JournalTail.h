@@ -1,5 +1,5 @@
-// Follows the set's journal as it grows. The file may be emptied, replaced, torn by a cut of power or gone
-// with the whole set; the tail then starts again with what is there.
+// Follows the set's journal as it grows. The file may be emptied, replaced, cut off in a line by a power cut,
+// or removed with the whole set; the tail then starts again with the file that is there.
 #pragma once
 
 #include <sys/types.h>
@@ -12,19 +12,19 @@
 
 namespace cli::serve {
 
-/// One thread at a time.
+/// The caller serialises.
 class JournalTail {
 public:
     struct News {
-        bool fresh = false;  ///< the entries begin the journal anew; those before are to be forgotten
+        bool fresh = false;  ///< the journal begins anew: forget all entries before these
         Json entries = Json::array();
         bool Empty() const { return !fresh && entries.empty(); }
     };
 
     explicit JournalTail(std::filesystem::path path);
 
-    /// What has come since the last call; at first the last entries of the journal. Never throws for what the
-    /// file holds: a line that is no entry comes as {"kind":"damaged"}.
+    /// Returns the entries since the last call; the first call returns the last entries of the journal. A
+    /// line that is no entry becomes {"kind":"damaged"} and throws nothing.
     News Next();
 
 private:

@@ -43,7 +43,7 @@ std::string ReadPageFile(const fs::path& path) {
     return *text;
 }
 
-/// A language is the name of a file, and nothing else.
+/// The file of the texts. A language is a file name and never leads to another folder.
 fs::path TextsFile(const fs::path& folder, const std::string& language) {
     const fs::path path = folder / "texts" / (language + ".json");
     std::error_code error;

@@ -1,5 +1,5 @@
-// The files of the page: read when the server starts, so that no request can name a file of the machine, and
-// what is shown does not change under a page that is open.
+// The files of the page. They are read when the server starts, so that no request can name a file of the
+// machine, and so that an open page does not change.
 #pragma once
 
 #include <filesystem>
@@ -9,14 +9,14 @@
 namespace cli::serve {
 
 struct PageFile {
-    std::string type;  ///< of its content
+    std::string type;  ///< the Content-Type
     std::string text;
 };
 
 class Page {
 public:
-    /// Reads the page in the language, or in English when there are no texts in it. Throws VerbError when a
-    /// file is missing.
+    /// Reads the page in the language, or in English when there are no texts in that language. Throws
+    /// VerbError when a file is missing.
     static Page Load(const std::filesystem::path& folder, const std::string& language);
 
     /// Null when the page has no such file. The empty name is the page itself.

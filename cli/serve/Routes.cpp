@@ -20,8 +20,8 @@ using httplib::Response;
 constexpr std::size_t kLongestPath = 1024;
 constexpr std::size_t kLongestBody = 4096;
 constexpr std::size_t kLongestArgument = 256;
-/// A body that is refused is read up to here first: a browser that is cut off while it sends shows a network
-/// error instead of the answer.
+/// So much of a refused body is read before the answer. A browser that is cut off while it sends reports a
+/// network error instead of the answer.
 constexpr std::size_t kDrained = 1024 * 1024;
 /// Each follower keeps a thread busy.
 constexpr int kFollowers = 8;
@@ -52,7 +52,7 @@ void SendError(Response& response, int status, const std::string& kind, const st
     SendDocument(response, status, HttpErrorDocument(kind, message));
 }
 
-/// What the HTTP library itself refuses.
+/// Gives a body to the refusals of the HTTP library itself.
 void NameRefusal(const Request& request, Response& response) {
     if (!response.body.empty()) {
         return;
@@ -167,7 +167,7 @@ void Routes::Add(httplib::Server& server) {
             SendError(response, 500, "failed", "unknown");
         }
     });
-    // A request with a body goes on to its handler, which reads the body before it refuses.
+    // A request with a body goes on to its handler, which drains the body before it refuses.
     server.set_pre_routing_handler([this](const Request& request, Response& response) {
         const bool brings = request.method == "POST" || request.method == "PUT" ||
                             request.method == "PATCH" || request.method == "DELETE";
@@ -213,7 +213,7 @@ bool Routes::Refuse(const Request& request, Response& response) const {
 void Routes::Look(const Request& request, Response& response) {
     const std::string below = m_parts.guard.Below(request.path);
     if (const PageFile* file = m_parts.page.Find(below)) {
-        // The page's own addresses are relative: without the slash they would miss the token.
+        // The page's addresses are relative: without the slash at the end they would lack the token.
         if (below.empty() && request.path.back() != '/') {
             response.set_redirect(m_parts.guard.Root());
         } else {

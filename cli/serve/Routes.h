@@ -1,5 +1,5 @@
-// What is answered to which request. Every request passes the guard first, then its path, then its method,
-// then its body; what fails is answered with a status and the reason as JSON.
+// Answers the requests. The guard is checked first, then the path, then the method, then the body. A request
+// that fails a check is answered with a status and the reason as JSON.
 #pragma once
 
 #include <httplib.h>
@@ -15,7 +15,7 @@
 
 namespace cli::serve {
 
-/// Any thread.
+/// Thread-safe.
 class Routes {
 public:
     struct Parts {
@@ -24,7 +24,7 @@ public:
         Screens& screens;
         CallDesk& desk;
         std::filesystem::path set;
-        std::filesystem::path opt;  ///< where the set's /opt is
+        std::filesystem::path opt;  ///< the folder of the set's /opt
     };
 
     explicit Routes(const Parts& parts) : m_parts(parts) {}
@@ -33,7 +33,7 @@ public:
     void Add(httplib::Server& server);
 
 private:
-    /// Answers whatever is wrong before the body matters; true when that was the case.
+    /// Answers a request that is wrong before its body matters; true when it did.
     bool Refuse(const httplib::Request& request, httplib::Response& response) const;
     void Look(const httplib::Request& request, httplib::Response& response);
     void Act(const httplib::Request& request, httplib::Response& response,

@@ -1,5 +1,5 @@
-// What the host's screens hold, for every browser that looks: one set, so one state. A browser that opens
-// later, or looks on while another one presses the buttons, shows the same.
+// The state of the host's screens. One set has one state, so all browsers show the same: one that opens
+// later, or one beside another whose buttons are pressed.
 #pragma once
 
 #include <chrono>
@@ -13,21 +13,22 @@
 
 namespace cli::serve {
 
-/// Every function from any thread.
+/// Thread-safe.
 class Screens {
 public:
-    /// about: what the state tells of the set itself.
+    /// about: the members of the state that describe the set itself.
     explicit Screens(Json about);
 
-    /// Takes the one place for a call; false when another call has it.
+    /// Begins a call; false while another call runs.
     bool Begin(const Call& call, const std::string& argument);
-    /// Gives the place back. answer: the verb's document, or the document of its failure.
+    /// Ends the call. answer: the verb's document, or the document of its failure.
     void End(const Call& call, const std::string& argument, const Json& answer);
 
     /// {"version", about..., "running": null or {...}, "last": null or {...}, "screens": {NAME: {...}}}
     Json State() const;
 
-    /// Waits until the state is not that of version, until Close, or until the time is up; the version then.
+    /// Waits until the state is newer than version, until Close, or until the time is up. Returns the
+    /// version.
     unsigned long Await(unsigned long version, std::chrono::milliseconds time) const;
 
     void Close();
@@ -43,7 +44,7 @@ private:
 
     void Changed();
 
-    mutable std::mutex m_mutex;  // guards all below
+    mutable std::mutex m_mutex;  // guards all members below
     mutable std::condition_variable m_changed;
     const Json m_about;
     std::map<std::string, Json> m_screens;

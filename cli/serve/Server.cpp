@@ -27,7 +27,7 @@ namespace cli::serve {
 namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
-/// Each open event stream, call and file request keeps a thread while it lasts.
+/// Each open event stream, call and file request keeps a thread busy while it lasts.
 constexpr std::size_t kThreads = 24;
 constexpr time_t kIdleSeconds = 1;
 constexpr time_t kReadSeconds = 5;
@@ -59,7 +59,8 @@ private:
     const int m_number;
 };
 
-/// Without the library's default SO_REUSEPORT: a second server on the port would take half of the requests.
+/// Leaves out the HTTP library's default SO_REUSEPORT, with which a second server on the port would take half
+/// of the requests.
 void SetSocketOptions(socket_t socket) {
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);

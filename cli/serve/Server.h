@@ -11,8 +11,9 @@ namespace cli::serve {
 
 class Server {
 public:
-    /// Listens. port: 0 for one that is free. Throws VerbError when that is not possible. From then on the
-    /// signals that end the command are kept for Serve; call both on the main thread, before it has others.
+    /// Listens on the port; 0 chooses a free one. Throws VerbError when it cannot. It blocks the signals that
+    /// end the command, and Serve waits for them: call both on the main thread, before there are other
+    /// threads.
     Server(const kuraset::SetDirectory& set, const std::string& language, int port);
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;

@@ -48,7 +48,7 @@ std::string SizeOrUnknown(const Json& size) {
     return size.is_null() ? "unknown" : SizeText(size);
 }
 
-/// The answer, which is a failure where figures are unknown.
+/// The answer with the figures; a failure when some are unknown.
 Outcome FiguresOutcome(const Json& document, const std::function<void()>& print,
                        const std::vector<Unmeasured>& reasons) {
     if (reasons.empty()) {

@@ -1,5 +1,5 @@
-// The verbs that run the library: they load it inside the sandbox, start a diagnosis, wait until the engine's
-// thread has delivered its completion, and answer with what the host's screens were shown.
+// The verbs that run a diagnosis: they load the library inside the sandbox, start a diagnosis, wait until the
+// engine's thread has delivered its completion, and answer with the list that the host's screen received.
 #include <glib.h>
 
 #include <chrono>
@@ -31,7 +31,7 @@ struct DiagnosisOptions {
     std::string target;
 };
 
-/// What the library made of the document on the set.
+/// The version and counts of the map as the library loaded it.
 Json MapSummary() {
     KURA::TSCurrentKURAMap map;
     KURA::TCInformationStorage::Instance()->GetKURAMapInformation(map);
@@ -46,7 +46,7 @@ Json MapSummary() {
             {"solutions", map.solutions.size()}};
 }
 
-/// The diagnosis manager, which loads the map when it is made: a value before the first solution ends that.
+/// Creates the diagnosis manager, which loads the map. A value before the first solution makes that fail.
 KURA::KURA_DiagManager& DiagManager() {
     try {
         return *KURA::KURA_DiagManager::GetInstance();
@@ -57,8 +57,8 @@ KURA::KURA_DiagManager& DiagManager() {
     }
 }
 
-/// What ended a diagnosis. A declared count that is too large ends it with an error of the library's that
-/// tells an author nothing.
+/// Tells what ended a diagnosis. A declared count that is too large gets a sentence of its own, because the
+/// library's error tells an author nothing.
 std::string EndOfDiagnosis(const std::string& failure) {
     KURA::TSCurrentKURAMap map;
     KURA::TCInformationStorage::Instance()->GetKURAMapInformation(map);
@@ -122,8 +122,8 @@ gboolean QuitAfterPatience(gpointer mainLoop) {
     return G_SOURCE_REMOVE;
 }
 
-/// Runs the host's main loop until the guided diagnosis ends it. The library drops one reference of the loop
-/// before it quits it, so the host holds a second one.
+/// Runs the host's main loop until the guided diagnosis ends it. The library drops one reference before it
+/// quits the loop, so the host holds a second one.
 void RunMainLoop(const std::function<void()>& start, int patience) {
     const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> own(g_main_loop_new(nullptr, FALSE),
                                                                        &g_main_loop_unref);

@@ -28,7 +28,8 @@ std::string TextOf(const Json& entry, const char* key) {
     return Shown(*found);
 }
 
-/// Control characters, as the one-character time of a usage event may be, would play tricks on a terminal.
+/// Replaces control characters, which would disturb a terminal. The one-byte time of a usage event may be
+/// one.
 std::string Legible(std::string text) {
     for (char& c : text) {
         if (static_cast<unsigned char>(c) < ' ' || c == 0x7f) {
@@ -58,7 +59,7 @@ void PrintEntries(const Json& entries) {
     }
 }
 
-/// Refuses a word that is none of the known ones.
+/// Throws VerbError when word is not empty and none of the known ones.
 void Demand(const std::string& word, const char* what, const std::vector<std::string>& known) {
     if (!word.empty() && std::find(known.begin(), known.end(), word) == known.end()) {
         throw VerbError(ExitCode::kUsage, what + word + support::Suggestion(word, known));

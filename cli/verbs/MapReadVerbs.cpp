@@ -1,4 +1,4 @@
-// The knowledge-base tool's verbs that read maps by what they say: show, diff, stats, format.
+// The knowledge-base tool's verbs that read the content of maps: show, diff, stats, format.
 #include "MapReadVerbs.h"
 
 #include <cstddef>
@@ -30,7 +30,7 @@ using kuramap::Entry;
 using kuramap::Field;
 using kuramap::Meaning;
 
-/// Reads a map. Refuses a broken one, which would show less than its author wrote.
+/// Reads a map. Refuses a broken one, because only a part of it would be shown.
 Meaning ReadWhole(const std::string& file) {
     const kuramap::XmlDocument document = kuramap::XmlDocument::Read(file);
     if (document.Error()) {
@@ -40,7 +40,7 @@ Meaning ReadWhole(const std::string& file) {
     return kuramap::MeaningOf(kuramap::SolutionMap(document));
 }
 
-/// Gives the text of an id, or the id itself where no text is known.
+/// Gives the text of an id, or the id itself when no text is known.
 class Wording {
 public:
     explicit Wording(const std::string& file) {
@@ -155,7 +155,7 @@ struct DiffArguments {
     bool exitCode = false;
 };
 
-/// "issue 1001", with the number of the solution where it is not the first.
+/// "issue 1001", followed by the number of the solution unless it is the first.
 std::string Numbered(const std::string& issue, std::size_t number) {
     return "issue " + issue + (number > 1 ? " (solution " + std::to_string(number) + ")" : "");
 }
@@ -284,7 +284,7 @@ struct FormatArguments {
     bool check = false;
 };
 
-/// Replaces the file in one step, so that a failure leaves it as it was.
+/// Replaces the file in one step, so that a failure leaves the old file.
 void Replace(const std::string& file, const std::string& text) {
     const std::string beside = file + ".new";
     std::ofstream stream(beside, std::ios::binary | std::ios::trunc);

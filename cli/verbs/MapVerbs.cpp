@@ -163,7 +163,7 @@ Outcome ExplainRule(const ExplainArguments& arguments) {
     return {RuleJson(*rule), [rule] { std::cout << kuramap::Explain(*rule); }};
 }
 
-/// Ends a verb with one line when a file cannot be read.
+/// Makes a verb end with one line when a file cannot be read.
 MapVerbRunner RunnerFor(Selection& selection) {
     return [&selection](std::function<Outcome()> work) {
         selection = {Place::kOutside, [work = std::move(work)] {

@@ -1,5 +1,5 @@
-// Applying a solution and launching: the verbs answer with what the set was asked to do, read back from its
-// journal.
+// The verbs that apply a solution, launch an application and open a page. They read from the set's journal
+// what the library asked the set to do, and answer with that.
 #include <cstddef>
 #include <iostream>
 #include <map>
@@ -31,7 +31,7 @@ struct RepairOptions {
     std::string app;
 };
 
-/// What the set was asked to do; the log is left out.
+/// The requests to the set, without the log.
 Json RequestsOf(const std::vector<nlohmann::json>& entries) {
     Json requests = Json::array();
     for (const auto& entry : entries) {

@@ -1,5 +1,5 @@
-// A host of the user's own on the set: any program, in the sandbox in which the library's paths are the
-// set's, with the agent and the package manager beside it.
+// Runs a user's own host on the set: any program, in the sandbox that has the set's folders at the library's
+// paths, with the agent and the package manager beside it.
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ struct RunOptions {
     std::vector<std::string> arguments;
 };
 
-/// The exit status of the program, 128 + n after signal n.
+/// Runs the program and returns its exit status, 128 + n after signal n.
 int RunProgram(const std::vector<std::string>& line) {
     std::vector<char*> pointers;
     for (const std::string& argument : line) {
@@ -59,7 +59,8 @@ Outcome Run(const Session& session, const RunOptions& options) {
     return {{{"program", options.program}, {"status", status}}, [] {}};
 }
 
-/// The folder that the sandbox has to show. Only asked for outside, where the program's path still means it.
+/// The folder that the sandbox has to show. Call it outside the sandbox: only there is the program's path
+/// valid.
 fs::path FolderOf(const std::string& program) {
     std::error_code error;
     const fs::path path = fs::absolute(program, error).lexically_normal();

@@ -1,4 +1,5 @@
-// Scenarios: replayed on sets of their own, each verb in a process of its own as a user would run it.
+// The verbs that replay and record scenarios. Each scenario has a set of its own, and each of its verbs runs
+// in a process of its own, as a user would run it.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -181,7 +182,7 @@ std::vector<std::vector<std::string>> VerbsOf(const std::vector<std::string>& wo
     return verbs;
 }
 
-/// A scenario that was just recorded must pass; it differs only where it depends on the machine.
+/// Replays a scenario that was just recorded. It must pass; a difference shows what depends on the machine.
 std::optional<scenario::Difference> Check(const fs::path& file) {
     const auto scenario = scenario::ReadScenario(file);
     return scenario::FirstDifference(scenario, scenario::Run(scenario, {ThisProgram(), {}}));
@@ -192,7 +193,7 @@ Outcome Record(const Session& session, const RecordOptions& options) {
     const auto verbs = VerbsOf(options.words);
     const auto set = session.OpenSet();
     const fs::path unfinished = options.output + ".unfinished";
-    WriteFile(unfinished, "");  // before anything runs, so that nothing runs when it cannot be written
+    WriteFile(unfinished, "");  // first, so that no verb runs when the file cannot be written
     try {
         const auto recording = scenario::Record(set, verbs, ThisProgram());
         WriteFile(unfinished, scenario::ScenarioText(recording.document));

@@ -1,4 +1,4 @@
-// The page to look at: a local server that shows the host's screens in a browser.
+// The page: a local server that shows the host's screens in a browser.
 #include <iostream>
 #include <memory>
 

@@ -55,7 +55,7 @@ struct NewOptions {
     bool force = false;
 };
 
-/// Whether there is a set to replace. Anything else that lies there is left alone.
+/// Whether a set lies at path, which may be replaced. Anything else there is left alone.
 bool HoldsSet(const fs::path& path) {
     std::error_code error;
     if (!fs::exists(path, error) || fs::is_empty(path, error)) {
@@ -72,7 +72,7 @@ bool HoldsSet(const fs::path& path) {
     return true;
 }
 
-/// The new set is whole before the old one goes.
+/// Makes the new set as a whole before it removes the old one.
 kuraset::SetDirectory ReplaceSet(const fs::path& path,
                                  const std::function<kuraset::SetDirectory(const fs::path&)>& make) {
     const fs::path place = fs::canonical(path);
@@ -123,15 +123,15 @@ Outcome ShowSet(const Session& session) {
     return {document, [document] { PrintSet(document); }};
 }
 
-/// After an edit of set.json: the new applications' folders, files and icons.
+/// Creates the folders, files and icons of applications that were added to set.json.
 Outcome LayOut(const Session& session) {
     const auto set = session.OpenSet();
     set.LayOutApps();
     return {SetDocument(set), [] { std::cout << "laid out the applications of the set\n"; }};
 }
 
-/// "faults.agent", "apps.2.skip", "features.a/b\\.c": the steps of a path into set.json. A backslash takes
-/// the special meaning from the character behind it.
+/// Splits a path into set.json into steps: "faults.agent", "apps.2.skip", "features.a/b\\.c". A backslash
+/// makes the character behind it an ordinary one.
 std::vector<std::string> StepsOf(const std::string& key) {
     std::vector<std::string> steps(1);
     for (std::size_t i = 0; i < key.size(); ++i) {
@@ -151,7 +151,7 @@ std::vector<std::string> StepsOf(const std::string& key) {
     return steps;
 }
 
-/// The element of a list that a step names; one behind the last for a new one.
+/// The index in a list that a step names; the length of the list stands for a new element.
 std::size_t IndexIn(const nlohmann::json& list, const std::string& step, const std::string& key) {
     const bool digits = step.size() < 9 && step.find_first_not_of("0123456789") == std::string::npos;
     const std::size_t index = digits ? std::stoul(step) : list.size() + 1;
@@ -162,7 +162,7 @@ std::size_t IndexIn(const nlohmann::json& list, const std::string& step, const s
     return index;
 }
 
-/// Puts a value at its place; null removes what is there, and then every object on the way that is empty now.
+/// Puts a value at its place. Null removes the value there, and every object on the way that is then empty.
 void PutAt(nlohmann::json& description, const std::vector<std::string>& steps, const nlohmann::json& value,
            const std::string& key) {
     std::vector<nlohmann::json*> way = {&description};
@@ -180,7 +180,7 @@ void PutAt(nlohmann::json& description, const std::vector<std::string>& steps, c
             continue;
         }
         if (!at.is_object()) {
-            at = nlohmann::json::object();  // "faults.agent.mode" where faults.agent was a text
+            at = nlohmann::json::object();  // for "faults.agent.mode" when faults.agent was a text
         }
         way.push_back(&at[step]);
     }

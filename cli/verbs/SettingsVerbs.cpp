@@ -27,7 +27,8 @@ bool IsInt32(const std::string& text) {
     }
 }
 
-/// The value in the type asked for; without one: that of the key, else what the text looks like.
+/// The value in the type that was asked for. Without one it takes the type of the key's old value, or else
+/// the type that the text looks like.
 nlohmann::json TypedValue(const SettingOptions& options, const std::optional<nlohmann::json>& old) {
     std::string type = options.type;
     if (type.empty() && old) {

@@ -38,7 +38,7 @@ Outcome Storage(const Session& session) {
     data->m_CalculateTotalSizeOfSystem();
     data->sendFlashSize();
     long long flash = 0;
-    // Without the size of the flash part the library takes it for 0.
+    // The library takes the size of the flash part for 0 when it is not known.
     const bool isFlashKnown = KURA::getTotalSize(&flash) == 0;
     const long long total = data->m_GetTotalOptSize();
     const long long used = data->m_GetUsedSize();
@@ -81,7 +81,7 @@ Outcome Clean(const Session& session) {
     if (result != 0) {
         throw VerbError(ExitCode::kNoAnswer, "the agent did not finish the deep clean (see kura log)");
     }
-    // The library is content when the trigger has gone; the agent tells whether it did the work.
+    // The library only waits until the trigger is gone; the agent tells whether it did the work.
     AwaitAgent(set, before, "CleanAll.txt");
     const Json document = {{"deep_clean", "done"}, {"seconds", seconds()}};
     return {document, [] { std::cout << "deep clean done\n"; }};

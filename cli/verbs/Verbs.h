@@ -1,5 +1,5 @@
-// The verbs, grouped as the files that hold them. Each function declares its verbs; the verb that the command
-// line names leaves in the selection what to run.
+// The verbs, grouped by the files that hold them. Each function declares its verbs. The verb that the command
+// line names puts its work into the selection.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,7 +12,7 @@
 
 namespace cli {
 
-/// Where a verb's work is done.
+/// Where a verb does its work.
 enum class Place {
     kOutside,  ///< on the set's files alone
     kInside,   ///< with the library loaded, in the sandbox
@@ -21,9 +21,9 @@ enum class Place {
 struct Selection {
     Place place = Place::kOutside;
     std::function<Outcome()> run;
-    /// For a verb of kInside: a folder of the user's that it needs to see, at kShownFolder (Inside.h).
+    /// For a verb of kInside: a folder of the user's that it needs, which it sees at kShownFolder (Inside.h).
     std::function<std::filesystem::path()> show = {};
-    /// For a verb of kInside: the set to run on, where that is not the session's own.
+    /// For a verb of kInside: the set to run on, when it is not the session's own.
     std::function<kuraset::SetDirectory()> on = {};
 };
 

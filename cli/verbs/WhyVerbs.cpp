@@ -1,4 +1,4 @@
-// Why an issue is on a list or not.
+// The verb that tells why an issue is on a list or not.
 #include <iostream>
 #include <memory>
 #include <string>
@@ -42,8 +42,8 @@ void PrintAll(const Json& verdicts) {
     table.Print();
 }
 
-/// The copy on which the question is asked: asking leaves no trace on the set. A planned cut of power would
-/// end the question instead of a diagnosis.
+/// Makes the copy on which the library is asked, so that the set keeps no trace of it. The copy drops a
+/// planned power cut, which would end the question.
 class Questioned {
 public:
     kuraset::SetDirectory Prepare(const kuraset::SetDirectory& set) {
