@@ -1,4 +1,4 @@
-// What the set that stands around a measurement answers. Left alone, every service fails or is empty.
+// The answers of the set in a measurement. Without a change, every service fails or is empty.
 #pragma once
 
 #include <gio/gio.h>

@@ -1,4 +1,4 @@
-// Solution maps of any length for the measurements: always the same text for the same number of solutions.
+// Makes solution maps of any length for the measurements. The same number of solutions gives the same text.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// What the library's parse is measured against: the shortest way from Expat's callbacks into the same
+// The library's parse is measured against this parser: the shortest way from Expat's callbacks into the same
 // records.
 #pragma once
 

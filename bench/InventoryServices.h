@@ -1,5 +1,5 @@
-// What an inventory waits for: a package manager and an agent that need a fixed time for an answer and answer
-// any number of requests side by side.
+// The services that an inventory waits for: a package manager and an agent. Both need a fixed time for an
+// answer and answer any number of requests side by side.
 #pragma once
 
 #include <gio/gio.h>

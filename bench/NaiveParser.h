@@ -1,5 +1,5 @@
-// The mapping that is written first: every start tag's attributes become a map of texts, every record is made
-// of copies looked up there.
+// The mapping that a programmer would write first: every start tag's attributes become a map of texts, and
+// every record is copied from there.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// Everything that turns a document into the same records, by name: the library, what it is measured against,
-// and its peers.
+// Lists by name the parsers that turn a document into the same records: the library, the mappings that it is
+// measured against, and its peers.
 #pragma once
 
 #include <string>

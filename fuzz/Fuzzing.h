@@ -1,6 +1,6 @@
-// What the fuzz targets share. A target takes any bytes, feeds them to one reader of the library or of the
-// tools, and stops the process with a sentence where the result is not what the reader promises. The
-// sanitizers see the rest.
+// Shared by the fuzz targets. A target feeds any bytes to one reader of the library or of the tools, and
+// stops the process with a sentence when the result breaks a promise of the reader. The sanitizers find all
+// other errors.
 #pragma once
 
 #include <cstddef>

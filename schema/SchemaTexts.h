@@ -1,4 +1,4 @@
-// The shipped schemas, word for word, put in when this is built.
+// The texts of the shipped schemas. The build copies them from the schema files.
 #pragma once
 
 namespace schema {

@@ -1,4 +1,4 @@
-// The same records through other XML libraries. Each checks what its library checks and no more.
+// Makes the same records through other XML libraries. Each checks only what its library checks.
 #pragma once
 
 #include <string>

@@ -1,6 +1,6 @@
-// One start tag after the other into the records, for readers of every kind: a stream of tags or a tree that
-// is walked in document order. Names match in any letter case and the attribute expected next is tried first,
-// as in the ideal mapping; the texts are copied only into the records.
+// Turns one start tag after the other into records. It serves readers of every kind: a stream of tags, or a
+// tree that is walked in document order. As in the ideal mapping, names match in any letter case, the
+// attribute that is expected next is tried first, and texts are copied only into the records.
 #pragma once
 
 #include <strings.h>

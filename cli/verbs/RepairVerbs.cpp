@@ -1,5 +1,5 @@
-// The verbs that apply a solution, launch an application and open a page. They read from the set's journal
-// what the library asked the set to do, and answer with that.
+// The verbs that apply solutions and launch applications. They read from the set's journal what the library
+// asked the set to do, and answer with that.
 #include <cstddef>
 #include <iostream>
 #include <map>

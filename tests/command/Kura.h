@@ -1,4 +1,4 @@
-// Runs the kura command as a user would, on a set of the test's own.
+// Runs the kura command as a user would, on a set that belongs to the test.
 #pragma once
 
 #include <filesystem>
@@ -18,7 +18,7 @@ struct Answer {
     nlohmann::json Document() const;
 };
 
-/// A folder that goes with the object, and in it a set made from the examples.
+/// A set made from the examples, in a folder that is removed with the object.
 class Kura {
 public:
     Kura();

@@ -1,4 +1,4 @@
-// How the library was compiled and linked, read from the file.
+// Reads from the built file how the library was compiled and linked.
 #include <algorithm>
 #include <regex>
 #include <set>

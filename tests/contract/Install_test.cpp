@@ -1,4 +1,4 @@
-// What installing leaves on a machine, and that it is enough to build a host.
+// The files that an installation leaves, and a host that is built from them alone.
 #include <unistd.h>
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// What the tests of the built library share: the output of a program, the lines of a file.
+// Shared by the tests of the built library: reads the output of a program and the lines of a file.
 #pragma once
 
 #include <set>

@@ -1,4 +1,4 @@
-// One random fault, one random repair: the exit code and the words of "kura fix" are those of what happened.
+// With one random fault and one random repair, the exit code and the words of "kura fix" tell what happened.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-// The set and the host in process, for tests: every function of platform/ answers from the tables below and
-// records that it was called. One global set per process; each test runs in a process of its own, in a
-// sandbox with an empty, writable /opt, /home and /tmp, and with a /proc and an /etc that take new files: a
-// test may write /proc/vex_chipid_val, /etc/release and /etc/debug, which are not there before.
+// The set and the host in process, for tests. Every function of platform/ answers from the tables below and
+// records its call. There is one global set in a process. Each test runs in a process of its own, in a
+// sandbox with an empty, writable /opt, /home and /tmp; a test may also make files in /proc and /etc, for
+// example /proc/vex_chipid_val, /etc/release and /etc/debug, which do not exist before.
 #pragma once
 
 #include <atomic>

@@ -1,4 +1,4 @@
-// Extracts of what the fakes recorded, as tests compare them.
+// Extracts the log lines and calls that the fakes recorded, in the form that tests compare.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// How a fake records its call: Enter("vconf_set_int", key, 5) writes "vconf_set_int(key, 5)". Answers are
-// read and state is changed under AnswerLock, so that worker threads may call in at any time.
+// Records the calls of the fakes: Enter("vconf_set_int", key, 5) writes "vconf_set_int(key, 5)". A fake reads
+// its answer and changes its state under AnswerLock, so that worker threads may call at any time.
 #pragma once
 
 #include <mutex>

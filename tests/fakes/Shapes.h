@@ -1,4 +1,4 @@
-// What somebody may put in the place of a plain file that the library wants to write or read.
+// Everything that somebody may put in the place of a plain file that the library wants to write or read.
 #pragma once
 
 #include <gtest/gtest.h>

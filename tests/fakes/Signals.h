@@ -1,4 +1,4 @@
-// Signals whose handler does nothing but count, and which end what a thread waits for in the system.
+// Sends signals that interrupt system calls. Their handler only counts.
 #pragma once
 
 #include <pthread.h>

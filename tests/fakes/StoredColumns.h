@@ -1,4 +1,4 @@
-// What the remaining database keeps of a row.
+// The columns of a row that the remaining database stores.
 #pragma once
 
 #include <array>

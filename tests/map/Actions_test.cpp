@@ -1,4 +1,4 @@
-// What shows the actions elsewhere has those of the table.
+// The documents, the schema and the fuzz dictionary name exactly the actions of the table.
 #include "map/Actions.h"
 
 #include <gmock/gmock.h>

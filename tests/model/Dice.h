@@ -1,4 +1,4 @@
-// The random numbers of a run: the same seed gives the same run on every machine.
+// Random numbers for a run: the same seed gives the same run on every machine.
 #pragma once
 
 #include <cstddef>

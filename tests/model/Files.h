@@ -1,4 +1,4 @@
-// The folders that the library writes into, as they stand, and what a write does to them.
+// The model's picture of the folders that the library writes into, and the effect of a write on them.
 #pragma once
 
 #include <map>

@@ -1,4 +1,4 @@
-// The clock and the waits, taken over by the test executable: a wait costs nothing.
+// Replaces the clock and the waits of the C library in the test executable, so that a wait takes no time.
 #pragma once
 
 #include <functional>

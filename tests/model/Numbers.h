@@ -1,4 +1,4 @@
-// Text to number as a 32-bit machine converts it.
+// Converts text to numbers as a 32-bit machine does.
 #pragma once
 
 #include <cstdint>

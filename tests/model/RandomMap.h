@@ -1,4 +1,4 @@
-// Solution maps of every odd kind, and the texts that maps and records are made of.
+// Makes random solution maps of every odd kind, and the texts of which maps and records are made.
 #pragma once
 
 #include <string>

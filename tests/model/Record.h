@@ -1,4 +1,4 @@
-// What one side did in a step, line by line: log lines and calls in order, as the fakes write them.
+// Records line by line what one side did in a step: log lines and calls in order, as the fakes write them.
 #pragma once
 
 #include <stdexcept>

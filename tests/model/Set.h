@@ -1,5 +1,5 @@
-// The set and the host as the model asks them: every question is recorded, the answers are those that the
-// fakes give the library. What is written goes into settings of the model's own.
+// The set and the host that the model asks. Every question is recorded, and the answers are those that the
+// fakes give the library. The model writes into settings of its own.
 #pragma once
 
 #include <functional>

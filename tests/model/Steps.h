@@ -1,4 +1,4 @@
-// The host calls that the driver chooses from, and what they share.
+// The host calls from which the driver chooses, and their shared helpers.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// The remaining database of the model: the same statements in a database of its own, in memory.
+// The model's remaining database. It runs the same statements in a database of its own, in memory.
 #pragma once
 
 #include <sqlite3.h>

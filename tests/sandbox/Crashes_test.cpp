@@ -1,4 +1,4 @@
-// That a crash of a child fails a test, seen on crashes.
+// A child that crashes makes its test fail; these tests crash children and check that.
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>

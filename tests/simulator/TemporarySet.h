@@ -1,5 +1,5 @@
-// A set of its own for one test, in a folder that goes with the test. The environment names it before the
-// first platform call, since the simulated set reads the name once.
+// Makes a set for one test, in a folder that is removed with the test. The environment names the set before
+// the first platform call, because the simulated set reads the name once.
 #pragma once
 
 #include <chrono>

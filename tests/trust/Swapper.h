@@ -1,4 +1,4 @@
-// The other side of a race for a name.
+// The attacker in a race for a file name.
 #pragma once
 
 #include <fcntl.h>

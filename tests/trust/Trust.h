@@ -1,5 +1,5 @@
-// What the tests of faults have in common. Each repeats something a number of times: few in every run, all
-// when KURA_TRUST_COUNT, a factor, says so. Each tells how far it came, in a line that "./dev trust" gathers.
+// Shared by the tests of faults. Each test repeats something: a few times in every run, more often by the
+// factor KURA_TRUST_COUNT. Each test prints its count in a line that "./dev trust" gathers.
 #pragma once
 
 #include <gtest/gtest.h>

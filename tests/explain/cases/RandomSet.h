@@ -1,5 +1,5 @@
-// Random situations of a set: a map, the engine's records, what the set shows, its faults and its store of
-// unfixed problems.
+// Makes random situations of a set: a map, the engine's records, what the set shows, its faults and its store
+// of unfixed problems.
 #pragma once
 
 #include <nlohmann/json.hpp>

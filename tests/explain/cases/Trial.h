@@ -1,5 +1,5 @@
-// The set that the cases are tried on: brought into a situation, put back, and asked by the library in
-// children of this process, since the library holds one diagnosis a process.
+// The set on which the cases are tried. It is brought into a situation and put back. Children of this process
+// ask the library, because a process can run only one diagnosis.
 #pragma once
 
 #include <filesystem>

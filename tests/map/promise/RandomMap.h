@@ -1,5 +1,5 @@
-// Random solution maps: most of each is as an author would write it, and mischief is strewn in at a rate that
-// differs from map to map.
+// Makes random solution maps. Most of a map is as an author would write it; mistakes are strewn in at a rate
+// that differs from map to map.
 #pragma once
 
 #include <cstdint>

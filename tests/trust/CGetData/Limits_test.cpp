@@ -1,4 +1,4 @@
-// A process that may not open, write or start anything more. That the limit bites is looked at each time.
+// A process that may not open, write or start anything more. Each test checks that the limit takes effect.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Thousands of calls in one process. What it holds after the first thousand is all that it ever holds.
+// Thousands of calls in one process. Its memory and descriptors do not grow after the first thousand.
 #include <gtest/gtest.h>
 #include <malloc.h>
 

@@ -1,5 +1,5 @@
-// Diagnoses, remaining lists and repairs without end in one process: what it holds after the first thousand
-// is what it holds at the last.
+// Very many diagnoses, remaining lists and repairs in one process. Its memory and descriptors do not grow
+// after the first thousand.
 #include <gtest/gtest.h>
 #include <malloc.h>
 

@@ -1,5 +1,5 @@
-// A disk in memory, for SQLite to work on in place of the machine's: every operation can be made to fail, and
-// what was written can be looked at as a cut of power would leave it, at any moment. Between two syncs a disk
+// A disk in memory on which SQLite works in place of the machine's. Every operation can be made to fail, and
+// the disk can show its contents as a power cut at any moment would leave them. Between two syncs a disk
 // writes in any order: some writes arrive, some do not, some only in part. Entries of the folder arrive in
 // their order, each some time after the other.
 #pragma once

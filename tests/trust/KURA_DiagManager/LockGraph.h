@@ -1,5 +1,5 @@
-// Which of the library's locks were taken while others were held. The program stands in front of the
-// functions that lock, and takes a lock for the library's own when it lies in the library's memory.
+// Finds out which of the library's locks were taken while others were held. The program interposes the
+// functions that lock. A lock counts as the library's own when it lies in the library's memory.
 #pragma once
 
 #include <functional>

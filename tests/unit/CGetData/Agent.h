@@ -1,4 +1,4 @@
-// The agent's folders and files, as the tests of the device object lay them out and read them.
+// Makes and reads the agent's folders and files for the tests of the device object.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The object under test.
+// Gives the tests the device object.
 #pragma once
 
 #include "CGetData.h"

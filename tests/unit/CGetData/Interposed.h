@@ -1,5 +1,5 @@
-// What the library asks of the system, taken over by the test executable: waits cost nothing and are counted,
-// a partition has the size that a test wants, existence tests and shell commands are written down.
+// Replaces system calls of the library in the test executable: waits take no time and are counted, a
+// partition has the size that a test wants, and looks at files and shell commands are recorded.
 #pragma once
 
 #include <sys/statvfs.h>

@@ -1,4 +1,4 @@
-// Installed applications as the app-list service reports them, with icons on disk and the agent's answers.
+// Makes installed applications: entries of the app-list service, icons on disk and answers of the agent.
 #pragma once
 
 #include <deque>

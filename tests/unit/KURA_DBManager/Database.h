@@ -1,5 +1,5 @@
-// What tests of the databases share: the files, a connection of the test's own beside the library's, a row to
-// save, and the close of a connection that the library left open.
+// Shared by the tests of the databases: the files, a connection of the test beside the library's, a row to
+// save, and a way to close a connection that the library left open.
 #pragma once
 
 #include <sqlite3.h>

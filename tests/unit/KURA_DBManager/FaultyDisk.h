@@ -1,4 +1,4 @@
-// A disk that fails: this program stands in front of the system calls that SQLite makes.
+// A disk that fails: the test executable interposes the system calls that SQLite makes.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// The manager's operations on the remaining database, for tests of what can go wrong with it.
+// Runs the manager's operations on the remaining database, for tests of failures.
 #pragma once
 
 #include <cstddef>

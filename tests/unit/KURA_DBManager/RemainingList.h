@@ -1,4 +1,4 @@
-// The list of remaining problems, saved and loaded by the library's own operations, as issue codes.
+// Saves and loads the list of remaining problems as issue codes, with the library's own operations.
 #pragma once
 
 #include <cstddef>

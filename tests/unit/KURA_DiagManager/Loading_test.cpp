@@ -1,6 +1,6 @@
-// The creation of the manager, which looks the library's entry points up by name. The dynamic loader is stood
-// in for: what a test calls missing is looked for under a name that is not there, so that the error is the
-// loader's own.
+// The creation of the manager, which looks up the library's entry points by name. The tests interpose the
+// dynamic loader: for an entry point that a test calls missing, the loader is asked for a name that does not
+// exist, so that the error is the loader's own.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// Entry points that the library lacks. dlsym itself is stood in for, which the sanitizers' own start cannot
-// bear; there these tests are skipped.
+// Entry points that the library lacks. The tests interpose dlsym itself. The sanitizers cannot start with
+// that, so the tests are skipped there.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// A set on which every diagnosis can run: the folders, a document of two issues, and an engine that has seen
-// them.
+// Prepares a set on which every diagnosis can run: the folders, a document of two issues, and an engine that
+// has seen them.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The remaining database as a second connection sees it. The tests do not link SQLite: the library brings it
-// along.
+// Reads the remaining database through a second connection. The tests do not link SQLite, because the library
+// brings it along.
 #pragma once
 
 #include <dlfcn.h>

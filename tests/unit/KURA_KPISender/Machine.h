@@ -1,4 +1,4 @@
-// What the machine says of its clock and its partition: this program stands in front of both system calls.
+// Sets the machine's clock and partition for a test: the test executable interposes both system calls.
 #pragma once
 
 #include <cstdint>

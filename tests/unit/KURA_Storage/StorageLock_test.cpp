@@ -1,5 +1,5 @@
-// What becomes of an operation whose lock fails. For these tests the store's mutex is made one that refuses
-// the thread which holds it already, in place of letting it wait for itself.
+// Operations whose lock fails. These tests replace the store's mutex by one that refuses a second lock of the
+// same thread instead of waiting for ever.
 #include <gtest/gtest.h>
 #include <pthread.h>
 

@@ -1,4 +1,4 @@
-// An old kernel, or a filter between, that refuses the one call that follows no link anywhere.
+// Imitates an old kernel, or a system call filter, that refuses openat2.
 #pragma once
 
 namespace kernel {
