@@ -26,7 +26,7 @@ public:
     /// Opens the file of db and creates its table if missing. Returns true even when the open failed; the
     /// operations that follow then fail. A connection that is still open leaks, so close it first.
     bool OpenDB(EDBName db);
-    /// Closes the connection; false when none is open.
+    /// Closes the connection. True also when none is open; false when SQLite could not close it.
     bool CloseDB();
 
     /// Appends the value of column for every row to out: text as it is, integers in decimal, anything else as

@@ -9,7 +9,8 @@
 namespace KURA {
 
 /// The sender reads the device's facts once, when it is created. Thread-safe, but each of two reports sent at
-/// the same time may carry values of the other. No failure reaches the caller; it is logged.
+/// the same time may carry values of the other. Failures are logged and do not reach the caller; exceptions
+/// do, of memory that runs out or of the set's services.
 class KURA_API KURA_KPISender {
 public:
     /// Created on the first call, never destroyed.

@@ -24,6 +24,12 @@ Clock::duration g_waited{};  ///< how long this transaction has waited for reade
 std::size_t g_read = 0;      ///< bytes of text that this transaction has read
 long long g_deadline = 1;    ///< of the statement, in processor time; 0 stops all until the next open
 
+/// The table that this transaction has found, or empty. Never destroyed, as the mutex.
+std::string& FoundTable() {
+    static std::string& table = *new std::string;
+    return table;
+}
+
 long long ProcessorTime() {
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
@@ -35,6 +41,7 @@ void Allow(sqlite3* handle) {
     if (!IsInTransaction(handle)) {
         g_waited = {};
         g_read = 0;
+        FoundTable().clear();
     }
     g_deadline = g_deadline == 0 ? 0 : ProcessorTime() + kMostProcessorTime;
 }
@@ -112,11 +119,26 @@ bool MayRead(std::size_t length) {
     return g_read <= kMostText;
 }
 
+bool HasTable(sqlite3* handle, const std::string& table) {
+    // A transaction that has read sees the same tables until its end.
+    if (IsInTransaction(handle) && !table.empty() && table == FoundTable()) {
+        return true;
+    }
+    const Statement statement =
+        Prepare(handle, "SELECT name FROM sqlite_master WHERE type='table' AND name='" + table + "';");
+    const bool exists = sqlite3_step(statement.get()) == SQLITE_ROW;
+    FoundTable() = exists ? table : "";
+    return exists;
+}
+
 int Execute(sqlite3* handle, const std::string& statement) {
-    const int ready = IsInTransaction(handle) ? SQLITE_OK : PrepareTransaction(handle);
-    // In a damaged file the statement fails as well, and its own error is the one to log.
-    if (ready != SQLITE_OK && ready != SQLITE_NOTADB && ready != SQLITE_CORRUPT) {
-        return ready;
+    FoundTable().clear();
+    if (!IsInTransaction(handle) && PrepareTransaction(handle) != SQLITE_OK) {
+        // A statement that is wrong tells its own error, whatever the state of the file.
+        const bool isWrong = Prepare(handle, statement.c_str()) == nullptr;
+        if (isWrong || PrepareTransaction(handle) != SQLITE_OK) {
+            return sqlite3_errcode(handle);
+        }
     }
     sqlite3_set_authorizer(handle, RefuseTransactions, nullptr);
     const int result = Run(handle, statement.c_str());
@@ -141,10 +163,6 @@ void RollBack(sqlite3* handle) {
 
 bool IsInTransaction(sqlite3* handle) {
     return handle != nullptr && sqlite3_get_autocommit(handle) == 0;
-}
-
-bool HasRead(sqlite3* handle) {
-    return handle != nullptr && sqlite3_txn_state(handle, "main") != SQLITE_TXN_NONE;
 }
 
 }  // namespace KURA::store

@@ -36,6 +36,9 @@ int Open(const std::string& path, sqlite3*& handle);
 /// Null when SQLite refuses the query.
 Statement Prepare(sqlite3* handle, const std::string& query);
 
+/// False also when SQLite cannot tell.
+bool HasTable(sqlite3* handle, const std::string& table);
+
 /// Counts length more bytes of text as read. False beyond 16 MiB for one query, or for all queries of a
 /// transaction.
 bool MayRead(std::size_t length);
@@ -51,7 +54,5 @@ int PrepareTransaction(sqlite3* handle);
 int Run(sqlite3* handle, const char* statement);
 void RollBack(sqlite3* handle);
 bool IsInTransaction(sqlite3* handle);
-/// Whether a transaction is open and has read. No other process can then change the tables.
-bool HasRead(sqlite3* handle);
 
 }  // namespace KURA::store

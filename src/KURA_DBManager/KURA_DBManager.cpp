@@ -227,14 +227,7 @@ bool TCDBManager::m_Create(std::string table) {
 
 bool TCDBManager::m_IsTableExist(std::string table) {
     KURA_ERROR("m_IsTableExist");
-    if (KURA::store::HasRead(m_handle)) {
-        // No other process can change the tables now, so the schema that SQLite has read is up to date.
-        return sqlite3_table_column_metadata(m_handle, "main", table.c_str(), nullptr, nullptr, nullptr,
-                                             nullptr, nullptr, nullptr) == SQLITE_OK;
-    }
-    const Statement statement = KURA::store::Prepare(
-        m_handle, "SELECT name FROM sqlite_master WHERE type='table' AND name='" + table + "';");
-    return sqlite3_step(statement.get()) == SQLITE_ROW;
+    return KURA::store::HasTable(m_handle, table);
 }
 
 bool TCDBManager::m_Select(std::string table, std::vector<std::string>& out) {

@@ -106,6 +106,26 @@ TEST_F(Damage, FailsAtOnceWhileSomebodyElseHoldsTheFile) {
     EXPECT_EQ(other.Value("SELECT count(*) FROM remainingTBL"), "3");
 }
 
+TEST_F(Damage, TellsTheErrorOfTheStatementWhileSomebodyElseHoldsTheFile) {
+    database::Connection other(database::kRemaining);
+    other.Query("BEGIN EXCLUSIVE");
+    TCDBManager* manager = TCDBManager::GetInstance();
+    manager->OpenDB(EDB_REMAINING);
+    fakes::Set().log.clear();
+    EXPECT_FALSE(manager->DeleteDB("it's"));
+    EXPECT_FALSE(manager->FlushDB(static_cast<EDBName>(7)));
+    EXPECT_FALSE(manager->SetDB("remainingTBL", {"a", "b", "a"}));
+    EXPECT_FALSE(manager->SetDB("remainingTBL", {}));
+    EXPECT_FALSE(manager->DeleteDB("E1"));
+    manager->CloseDB();
+    other.Query("ROLLBACK");
+    EXPECT_THAT(SqlErrors(),
+                ElementsAre(SqlError("near \"s\": syntax error"), SqlError("incomplete input"),
+                            SqlError("near \"\"b\"\": syntax error"), SqlError("near \";\": syntax error"),
+                            SqlError("database is locked")));
+    EXPECT_EQ(database::Value(database::kRemaining, "SELECT count(*) FROM remainingTBL"), "3");
+}
+
 TEST_F(Damage, ReadsButDoesNotWriteWhileSomebodyElseWrites) {
     database::Connection other(database::kRemaining);
     other.Query("BEGIN IMMEDIATE");

@@ -470,6 +470,14 @@ TEST_F(OpenDBManager, LogsWhatSqliteSaysOfARowItRefuses) {
                             "6 m_Insert: ERROR: remainingTBL table insert is fail!!"));
 }
 
+TEST_F(OpenDBManager, ClosesTheListOfValuesAtAnEarlierTextEqualToTheLast) {
+    EXPECT_FALSE(Set("remainingTBL", {"a", "b", "a"}));
+    EXPECT_THAT(TakeLog(), Contains(QueryLine("INSERT INTO remainingTBL VALUES (\"a\")\"b\",\"a\");")));
+    EXPECT_FALSE(Set("remainingTBL", {}));
+    EXPECT_THAT(TakeLog(), Contains(QueryLine("INSERT INTO remainingTBL VALUES (;")));
+    EXPECT_EQ(Value(database::kRemaining, "SELECT count(*) FROM remainingTBL"), "0");
+}
+
 TEST_F(OpenDBManager, StoresEveryValueAsText) {
     std::vector<std::string> row = database::Problem("0012");
     row[0] = "1";

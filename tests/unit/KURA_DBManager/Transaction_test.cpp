@@ -115,6 +115,14 @@ std::size_t WithEveryFault(const std::function<void()>& prepare, const std::func
 
 }  // namespace
 
+TEST_F(Transaction, LoadsNothingFromATableInOtherLetters) {
+    database::Query(database::kRemaining, "ALTER TABLE remainingTBL RENAME TO passing");
+    database::Query(database::kRemaining, "ALTER TABLE passing RENAME TO REMAININGTBL");
+    EXPECT_THAT(Load(), IsEmpty());
+    EXPECT_EQ(Count("QUERY : "), 0U);
+    EXPECT_EQ(Count("Remain Problem is empty : 0"), 1U);
+}
+
 TEST_F(Transaction, SavesWithoutAWordOfItsOwn) {
     Save({"N1", "N2"});
     EXPECT_EQ(Stored(), (Codes{"N1", "N2"}));
