@@ -14,7 +14,7 @@ class AnswerLost : public VerbError {
 public:
     explicit AnswerLost(int error);
 
-    /// True when the reader closed the pipe early, as head does; this is no failure of anybody.
+    /// True when the reader closed the pipe early, as head does. No message is then printed.
     bool ReaderLeft() const { return m_readerLeft; }
 
 private:
