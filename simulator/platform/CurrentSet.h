@@ -26,7 +26,7 @@ constexpr int kFailed = -1;
 
 class CurrentSet {
 public:
-    /// Created at the first call and kept until the process is gone, also while it exits.
+    /// Created on the first call, never destroyed: the engine's thread uses it while the process exits.
     static CurrentSet& Get();
 
     /// Null when the environment names no directory.

@@ -24,7 +24,7 @@ Clock::duration g_waited{};  ///< how long this transaction has waited for reade
 std::size_t g_read = 0;      ///< bytes of text that this transaction has read
 long long g_deadline = 1;    ///< of the statement, in processor time; 0 stops all until the next open
 
-/// The table that this transaction has found, or empty. Never destroyed, as the mutex.
+/// The table that this transaction has found, or an empty text. Never destroyed, like the mutex.
 std::string& FoundTable() {
     static std::string& table = *new std::string;
     return table;

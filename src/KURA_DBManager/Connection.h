@@ -36,7 +36,7 @@ int Open(const std::string& path, sqlite3*& handle);
 /// Null when SQLite refuses the query.
 Statement Prepare(sqlite3* handle, const std::string& query);
 
-/// False also when SQLite cannot tell.
+/// Whether the file has a table of exactly that name. Also false when SQLite cannot tell.
 bool HasTable(sqlite3* handle, const std::string& table);
 
 /// Counts length more bytes of text as read. False beyond 16 MiB for one query, or for all queries of a

@@ -1,4 +1,4 @@
-// Making what is seen. Text goes in as text nodes alone: whatever the set says never becomes markup.
+// Makes the elements of the page. Text becomes text nodes only, so that a text of the set never becomes markup.
 
 const SVG = "http://www.w3.org/2000/svg";
 
@@ -40,7 +40,7 @@ export function element(tag, className, ...children) {
     return made;
 }
 
-/// A button that the remote reaches. key: its name, which finds it again after the screen was drawn anew.
+/// A button that the remote control reaches. key: its name, by which it is found again after a new drawing.
 export function button(key, className, press, ...children) {
     const made = element("button", className, ...children);
     made.type = "button";

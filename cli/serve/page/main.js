@@ -1,4 +1,4 @@
-// The page as a whole: which screen is shown, what a button sets off, and what is told while it lasts.
+// The page as a whole: it chooses the screen, carries out the buttons, and shows the running call.
 
 import { button, element, icon, loadTexts, sizeText, text } from "./element.js";
 import { ask, close, isOpen, open, reasonOf, toast } from "./overlays.js";
@@ -8,7 +8,7 @@ import { call, follow } from "./server.js";
 
 const part = (id) => document.getElementById(id);
 const NAMES = ["start", "home", "storage", "journal"];
-/// Which calls fill a screen.
+/// The calls that fill each screen.
 const FILLING = { start: ["diagnose"], home: ["problems"], storage: ["storage", "apps"], journal: [] };
 
 const journal = new JournalScreen();
@@ -16,12 +16,12 @@ let state = null;
 let shown = "start";
 let connected = true;
 let present = true;
-let waiting = [];  // calls that fill a screen and found the place taken
+let waiting = [];  // calls that fill a screen and wait for another call to end
 let since = 0;
 
 // --- Calls ---
 
-/// Fills a screen; once the place is free, when another call has it. A screen shows by itself why it stays empty.
+/// Fills a screen. While another call runs, it waits for its end. The screen itself shows why it stays empty.
 async function fill(verbs) {
     for (const verb of verbs) {
         const answer = await call(verb);
@@ -35,7 +35,7 @@ async function fill(verbs) {
     }
 }
 
-/// True when the place is free; says so otherwise.
+/// True when no call runs; otherwise it shows a message.
 function isFree() {
     if (state?.running) {
         toast("busy", text("work.busy"), workText(state.running));
@@ -69,7 +69,7 @@ async function fix(rows) {
     } else {
         toast("failure", first.texts.toast2 || text("failure.short"), reasonOf(answer.document));
     }
-    // A repair of which a step failed has changed the set as well.
+    // A repair with a failed step has changed the set as well.
     const { requests } = answer.document;
     if (!requests) {
         return;
@@ -82,7 +82,7 @@ async function fix(rows) {
     }
 }
 
-/// Maintenance of the whole set from the storage screen.
+/// Runs maintenance of the whole set from the storage screen.
 async function care(verb) {
     if (!isFree()) {
         return;
@@ -189,7 +189,7 @@ function workText(running) {
     return running.argument ? `${name} (${running.argument})` : name;
 }
 
-/// The running call: what it is, for how long, and how much of its time is gone where that is known.
+/// Shows the running call: its name, how long it runs, and the part of its usual time if that is known.
 function drawWork() {
     const work = part("work");
     const running = state?.running;
@@ -248,7 +248,7 @@ function show(name) {
     focusFirst();
     const missing = FILLING[name].some((verb) => !state.screens[verb === "diagnose" ? "start" :
         verb === "problems" ? "home" : verb].document);
-    // A diagnosis is the viewer's to start; the other screens fill themselves.
+    // Only the viewer starts a diagnosis; the other screens fill themselves.
     if (name !== "start" && missing) {
         fill(FILLING[name]);
     }

@@ -1,4 +1,4 @@
-// What comes up over the screens: questions, one application's card, short messages.
+// Everything that is shown over the screens: questions, one application's card, short messages.
 
 import { button, element, icon, text } from "./element.js";
 import { focusFirst, focusOn } from "./remote.js";
@@ -16,7 +16,7 @@ export function isOpen() {
     return !overlay.hidden;
 }
 
-/// body: elements; buttons: [{key, label, press, className}], the first gets the focus. closed: told when it goes.
+/// body: elements; buttons: [{key, label, press, className}], the first gets the focus. closed: called at its end.
 export function open(title, body, buttons, closed) {
     if (!isOpen()) {
         before = document.activeElement;
@@ -53,7 +53,7 @@ export function close() {
     tell?.();
 }
 
-/// Asks; true when the answer is yes.
+/// Asks a question; true when the answer is yes.
 export function ask(title, body, yes, no) {
     return new Promise((answer) => {
         const settle = (value) => () => {

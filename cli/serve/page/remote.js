@@ -1,5 +1,5 @@
-// The page as a remote control sees it: arrows move the focus to the nearest button in that direction, Enter
-// presses it, Back (Escape) leaves. No mouse is needed, and none is in the way.
+// The page for a remote control: arrows move the focus to the nearest button in that direction, Enter presses it,
+// Back (Escape) leaves. The page needs no mouse, and works with one.
 
 const DIRECTIONS = {
     ArrowUp: { along: "y", sign: -1 },
@@ -8,7 +8,7 @@ const DIRECTIONS = {
     ArrowRight: { along: "x", sign: 1 },
 };
 const BACK = ["Escape", "Backspace", "GoBack", "BrowserBack"];
-/// An element beside the straight way is this much farther than one on it.
+/// Sideways distance counts this many times as much as distance straight ahead.
 const ASIDE = 3;
 const TOUCHING = 2;
 
@@ -26,7 +26,7 @@ function spans(box, along) {
     return along === "x" ? [box.left, box.right, box.top, box.bottom] : [box.top, box.bottom, box.left, box.right];
 }
 
-/// How far a candidate is in that direction; Infinity when it is not there.
+/// How far a candidate lies in that direction; Infinity when it lies in another one.
 function distance(from, to, { along, sign }) {
     const [start, end, low, high] = spans(from, along);
     const [otherStart, otherEnd, otherLow, otherHigh] = spans(to, along);
@@ -58,7 +58,7 @@ export function focusOn(target) {
 }
 
 let lastOnStage = null;
-/// The screen had nothing to press when it came up; the first thing that it gets takes the focus.
+/// True when the screen had no button when it was shown; its first button then takes the focus.
 let awaited = false;
 
 function move(direction) {
@@ -66,7 +66,7 @@ function move(direction) {
     if (!from || from === document.body) {
         return focusFirst();
     }
-    // Into the stage where it was left, into the rail at the screen that is shown.
+    // The focus enters the stage at its last place, and the rail at the screen that is shown.
     if (rail.contains(from) && direction.along === "x" && direction.sign > 0) {
         return focusFirst();
     }
@@ -86,7 +86,7 @@ export function focusRail() {
     focusOn(rail.querySelector("[aria-current]") ?? rail.querySelector("[data-key]"));
 }
 
-/// Where the focus was on the stage, or what the screen offers first.
+/// The button that last had the focus on the stage, or the first one of the screen.
 export function focusFirst() {
     const candidates = reachable().filter((candidate) => !rail.contains(candidate));
     const target = candidates.find((candidate) => candidate.dataset.key === lastOnStage) ??
@@ -101,7 +101,7 @@ export function forgetFocus() {
     lastOnStage = null;
 }
 
-/// Draws, and puts the focus back: on the same button, or the one that took its place in the list.
+/// Draws and puts the focus back: on the same button, or on the one that took its place in the list.
 export function keepingFocus(draw) {
     const active = document.activeElement;
     const buttons = () => [...content.querySelectorAll("[data-key]")];
@@ -125,7 +125,7 @@ export function keepingFocus(draw) {
     }
 }
 
-/// back: what Back does.
+/// back: the function that Back calls.
 export function listen(back) {
     document.addEventListener("focusin", (event) => {
         if (stage.contains(event.target) && event.target.dataset.key) {
@@ -137,7 +137,7 @@ export function listen(back) {
             return;
         }
         awaited = false;
-        // A key that is held down must not answer the question that it has brought up.
+        // A key that is held down must not answer the question that it opened.
         if (event.repeat && (event.key === "Enter" || event.key === " ")) {
             return event.preventDefault();
         }
@@ -155,7 +155,7 @@ export function listen(back) {
     });
 }
 
-/// A long text takes up and down for itself until its end.
+/// A long text scrolls with up and down until its end; only then do the keys move the focus.
 function scrollBy(scroller, { along, sign }) {
     if (along !== "y") {
         return false;

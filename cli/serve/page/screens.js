@@ -1,9 +1,9 @@
-// The screens, drawn from what the server says that they hold. Nothing here decides anything: which problems there
-// are and what is stored comes from the library.
+// Draws the screens from the server's state. The page decides nothing: the problems and the figures come from the
+// library.
 
 import { button, countText, element, icon, sizeText, text } from "./element.js";
 
-/// An icon of fewer pixels is a mere placeholder.
+/// An icon with fewer pixels is only a placeholder.
 const SMALLEST_ICON = 16;
 const JOURNAL_LINES = 500;
 
@@ -55,7 +55,7 @@ function problemCard(rows, place, fix, running) {
     return made;
 }
 
-/// The start and the home screen. names: which texts; actions: {again, fix}.
+/// The start screen and the home screen. names: the ids of the texts; actions: {again, fix}.
 function problemScreen(names, screen, state, actions) {
     const again = button("again", "pill", actions.again, icon("refresh"), text(`${names}.again`));
     const issues = screen.document ? issuesOf(screen.document.problems) : [];
@@ -115,7 +115,7 @@ export function appIcon(app) {
     return holder;
 }
 
-/// What the partitions hold, as parts of one whole.
+/// The contents of the partitions as parts of one bar.
 export function partsOf(storage, apps) {
     const used = storage.opt.used;
     const installed = Math.min(used, apps.reduce((sum, app) => sum + app.total_size, 0));
@@ -204,7 +204,7 @@ export function storageScreen(state, actions) {
             countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
 }
 
-/// One entry of the journal: what was asked of the set in one word, and its members as [name, value].
+/// One entry of the journal: the request in one word, and its members as [name, value].
 function membersOf(entry) {
     if (entry.kind === "log") {
         return { what: entry.function ?? "", members: [["", entry.message ?? ""]] };
@@ -236,7 +236,7 @@ function journalLine(entry) {
     return made;
 }
 
-/// The journal keeps its lines between drawings and follows its end unless somebody has scrolled up.
+/// The journal keeps its lines between drawings and shows its end unless somebody has scrolled up.
 export class JournalScreen {
     constructor() {
         this.filter = "requests";
@@ -285,7 +285,7 @@ export class JournalScreen {
         this.toEnd();
     }
 
-    /// What the library asked of the set last.
+    /// The last request of the library to the set.
     last() {
         return this.entries.findLast((entry) => entry.kind !== "log");
     }

@@ -1,5 +1,5 @@
-// The way to the server: calls, and what it tells by itself. All addresses are relative, so the token in the page's
-// own address goes with each.
+// The connection to the server: calls, and the events that the server sends. All addresses are relative, so each
+// carries the token of the page's own address.
 
 /// {ok, status, document}; document is {"error": {...}} when it failed.
 export async function call(verb, argument) {
@@ -24,7 +24,7 @@ export function follow(handlers) {
     source.addEventListener("open", () => handlers.connected(true));
     source.addEventListener("error", () => {
         handlers.connected(false);
-        // A browser gives up after an answer that is no stream, as when too many pages are open.
+        // A browser gives up after an answer that is no stream, for example when too many pages are open.
         if (source.readyState === EventSource.CLOSED) {
             setTimeout(() => follow(handlers), 3000);
         }
