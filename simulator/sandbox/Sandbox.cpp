@@ -185,7 +185,7 @@ int WaitFor(pid_t process) {
 }  // namespace
 
 std::vector<std::string> BuildBubblewrapCommand(const SandboxOptions& options) {
-    // The sandbox has its own session and its own folder for temporary files.
+    // TMPDIR and /run belong to the machine's session; the sandbox has its own /tmp and an empty /run.
     Arguments arguments = {
         "bwrap", "--unshare-all", "--die-with-parent", "--unsetenv", "TMPDIR", "--ro-bind", "/", "/",
         "--dev", "/dev",          "--tmpfs",           "/run"};
