@@ -39,8 +39,8 @@ public:
 
     // --- Storage and device state ---
 
-    /// Sets the bytes of the file system that holds path; 70 MiB always count as used. Returns 0, or -1 with
-    /// the outputs untouched.
+    /// Sets the remaining, used and total bytes of the file system that holds path; 70 MiB always count as
+    /// used. Returns 0, or -1 with the outputs untouched.
     int getFlashSize(const char* path, long long* remaining, long long* used, long long* total);
     /// Measures "/opt" into the figures below. Call m_CalculateTotalSizeOfSystem first.
     void sendFlashSize();
@@ -91,7 +91,7 @@ public:
     /// Sets the figure in bytes, kept in 32 bits.
     void m_SetCacheSizeOfApp(long size);
     /// Asks the agent for the bytes of data and cache. The outputs stay untouched when it does not answer
-    /// within about 5 s, or when the request cannot be written.
+    /// within about 5 s, or when the request cannot be written. An answer with one number sets only dataSize.
     void findDataCacheSize(char* packageName, char* appId, long* dataSize, long* cacheSize);
     /// The bytes of the package, cut to 32 bits. Otherwise an error: the package manager's own result code as
     /// it is, or -1, -2, -3 or -5. callback and userData are ignored.

@@ -33,13 +33,13 @@ public:
     /// an empty text. True also when the table is missing; after a failure out keeps the rows read so far.
     bool GetDB(EDBName db, std::string column, std::vector<std::string>& out);
 
-    /// Inserts one row. Values are quoted, not escaped: a double quote inside a value ends its text early,
-    /// and SQLite then refuses the statement. SQLite also refuses a list in which an earlier value equals the
-    /// last one, because that value closes the list.
+    /// Inserts one row. Values are quoted, not escaped: a double quote inside a value ends its text early, so
+    /// that SQLite mostly refuses the statement. SQLite also refuses a list in which an earlier value equals
+    /// the last one, because that value closes the list.
     bool SetDB(std::string table, std::list<std::string> values);
 
     /// Deletes the rows of one issue from the remaining table of the database that is open. Also true when no
-    /// row matched.
+    /// row matched. The code is quoted, not escaped: an apostrophe in it mostly makes the statement fail.
     bool DeleteDB(std::string issueCode);
 
     /// Deletes every row; the table stays.

@@ -31,23 +31,31 @@ KURA_API void RemoveSolvedProblemFromRemainingDB(const std::string& issueCode);
 /// Sends a usage event: the item chosen and a status text.
 KURA_API void SendSelfDiagnosisResult(const char* first, const char* second);
 
-/// Applies every solution of the issue, whose code value gives in decimal; removes the issue from the
-/// remaining problems and records the start with the engine. Never throws; failures are logged.
+/// Reads the solution map anew and applies every solution of the issue, whose code value gives in decimal.
+/// After each solution it removes the issue from the remaining problems and records the start with the
+/// engine, also when the action failed. Never throws; failures are logged.
 KURA_API void RequestApplySolution(const char* value);
 
 /// Does the same, but does not record the start: it hands the engine's record back in params. A null params
 /// is ignored.
 KURA_API void RequestApplySolution_BG(const char* value, WMSolutionParams* params);
 
-/// Executors, one action each. They do not throw when a platform call fails; some log the failure.
+// Executors, one action each. They do not throw when a platform call fails; some log the failure.
+
+/// Writes the settings key as a text.
 KURA_API void ProcessVconf_STR(const char* key, const char* value);
+/// Writes the settings key as a boolean. value is a decimal number; a text without digits is 0, false.
 KURA_API void ProcessVconf_BOOL(const char* key, const char* value);
+/// Writes the settings key as a whole number. value is a decimal number; a text without digits is 0.
 KURA_API void ProcessVconf_INT(const char* key, const char* value);
 /// Hands a command line to the agent and does not wait. Returns 0 when the request was written, else -1.
 KURA_API int ProcessCMD(const char* command);
+/// Launches the application without extra data and does not wait.
 KURA_API void ProcessLaunchApp(const char* appId);
+/// Sets an item of the settings service.
 KURA_API void ProcessSettingAPI(const char* key, const char* value);
-/// The caller keeps values; null or an empty list counts as one empty value.
+/// Runs the named operation of the set; an unknown name does nothing. The caller keeps values; null or an
+/// empty list counts as one empty value. "performDeepClean" blocks up to about 10 s.
 KURA_API void ProcessAPI(const char* name, std::vector<KURA::KURA_SolutionValue>* values);
 }
 
