@@ -17,8 +17,8 @@ namespace {
 
 int g_answer = STDOUT_FILENO;
 
-/// Ignores SIGPIPE while the answer is written, so that write() reports a reader that has gone. Not longer,
-/// because programs started by this one would inherit it.
+/// Ignores SIGPIPE while the answer is written, so that write() reports a reader that has gone. Its
+/// destructor restores the signal, because programs that this one starts would inherit the setting.
 class NoPipeSignal {
 public:
     NoPipeSignal() {
