@@ -34,8 +34,8 @@ TCDBManager::Transaction::Transaction(TCDBManager& manager, Kind kind) : m_manag
     const store::Operation operation;
     sqlite3* handle = m_manager.m_handle;
     m_isDurable = kind == Kind::kSave && store::PrepareTransaction(handle) == SQLITE_OK;
-    // BEGIN alone takes no lock. The first read does, and from then on the load sees one state of the file.
-    store::Run(handle, kind == Kind::kSave ? "BEGIN" : "BEGIN; PRAGMA user_version");
+    // BEGIN alone takes no lock. The first read does, and from then on a load sees one state of the file.
+    store::Run(handle, "BEGIN");
     SetCommitHook(handle, Refuse);
 }
 
