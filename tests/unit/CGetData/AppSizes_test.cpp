@@ -147,6 +147,7 @@ TEST(AppSizes, SetsOnlyWhatParses) {
         {"99999999999999999999999999|-99999999999999999999999999", {2147483647, -2147483647L - 1}},
         {std::string("5\0|6", 4), {5, kCacheBefore}},
         {std::string(100000, ' ') + "5|6", {}},
+        {std::string(4095, ' ') + "56|7", {5, kCacheBefore}},
         {"5|" + std::string(1 << 20, '9'), {5, 2147483647}},
     };
     Device();
@@ -180,6 +181,15 @@ TEST(AppSizes, RemovesTheAcknowledgementBeforeTheResult) {
     agent::Answer("app", "1|2");
     Find();
     EXPECT_THAT(interposed::Removed(), ElementsAre(kAck, kResult));
+}
+
+TEST(AppSizes, ClosesTheAnswerBeforeAnythingIsRemoved) {
+    Device();
+    agent::Answer("app", "1|2");
+    int open = -1;
+    interposed::BeforeRemoval([&] { open = OpenDescriptors(kResult); });
+    Find();
+    EXPECT_EQ(open, 0);
 }
 
 TEST(AppSizes, NeedsNoRightToReadTheAcknowledgement) {

@@ -1,6 +1,7 @@
 #include "KURA_SO_Interface.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
@@ -330,6 +331,16 @@ TEST(XMLParse, LeavesNoFileOpen) {
         XMLParse(path, map);
     }
     EXPECT_EQ(countOpen(), before);
+}
+
+TEST(XMLParse, ReadsADocumentThatGetsDescriptorZero) {
+    files::Write("/home/file", "<root/>");
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    KURA::KURA_SolutionMap map;
+    EXPECT_TRUE(XMLParse("/home/file", map));
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "it is closed";
+    dup2(input, STDIN_FILENO);
 }
 
 TEST(ParseInterface, BuildsANewParserForEveryDocument) {

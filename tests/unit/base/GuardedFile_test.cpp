@@ -81,6 +81,21 @@ private:
     fs::path m_folder;
 };
 
+/// A host without standard input: the next file gets descriptor 0.
+class WithoutInput {
+public:
+    WithoutInput() : m_input(dup(STDIN_FILENO)) { close(STDIN_FILENO); }
+    WithoutInput(const WithoutInput&) = delete;
+    WithoutInput& operator=(const WithoutInput&) = delete;
+    ~WithoutInput() {
+        dup2(m_input, STDIN_FILENO);
+        close(m_input);
+    }
+
+private:
+    int m_input;
+};
+
 }  // namespace
 
 INSTANTIATE_TEST_SUITE_P(Kernels, GuardedFile, ::testing::Values(0, ENOSYS, EPERM), [](const auto& test) {
@@ -216,6 +231,27 @@ TEST_P(GuardedFile, WritesAllOrSaysNo) {
     EXPECT_FALSE(WriteAndClose(File(std::fopen("/dev/full", "w")), "text"));
     EXPECT_EQ(errno, ENOSPC);
     EXPECT_FALSE(WriteAndClose(nullptr, ""));
+}
+
+TEST_P(GuardedFile, TakesDescriptorZeroForAnyOther) {
+    fs::create_directory(Path("folder"));
+    for (const std::string& path : {Path("file"), Path("folder/file")}) {
+        const WithoutInput host;
+        EXPECT_TRUE(WriteGuarded(path, "text"));
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "it is closed";
+        const File file = OpenPlainFileForReading(path.c_str());
+        ASSERT_NE(file, nullptr);
+        EXPECT_EQ(std::fgetc(file.get()), 't');
+    }
+    fs::create_hard_link(Path("file"), Path("other"));
+    const WithoutInput host;
+    EXPECT_EQ(OpenPlainFile(Path("other").c_str(), WriteMode::kWrite), nullptr);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    for (const std::string& path : {Path("file"), Path("folder/file")}) {
+        RemoveFile(path);
+        EXPECT_FALSE(fs::exists(path));
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    }
 }
 
 TEST_P(GuardedFile, RemovesTheNameItself) {
