@@ -1,6 +1,10 @@
 #include "Report.h"
 
 #include <cstddef>
+#include <map>
+#include <string_view>
+
+#include "support/JUnit.h"
 
 namespace kuramap {
 
@@ -17,41 +21,8 @@ std::string Sentence(const Finding& finding) {
     return (finding.issue.empty() ? "" : "issue " + finding.issue + ": ") + finding.message;
 }
 
-std::string Escaped(const std::string& text) {
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            default:
-                // XML cannot hold control characters, not even as references.
-                escaped += static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' ? '?' : c;
-        }
-    }
-    return escaped;
-}
-
-const char* SarifLevel(Severity severity) {
-    switch (severity) {
-        case Severity::kError:
-            return "error";
-        case Severity::kWarning:
-            return "warning";
-        case Severity::kInfo:
-        case Severity::kOff:
-            break;
-    }
-    return "note";
+std::string_view SarifLevel(Severity severity) {
+    return severity == Severity::kError || severity == Severity::kWarning ? NameOf(severity) : "note";
 }
 
 Json SarifRules() {
@@ -66,29 +37,17 @@ Json SarifRules() {
     return rules;
 }
 
-/// The suite of one file: its findings, or one case that passes when there are none.
-std::string JunitSuite(const std::string& file, const std::vector<const Finding*>& findings, bool isStrict) {
-    std::string cases;
-    std::size_t failures = 0;
-    for (const Finding* finding : findings) {
-        const std::string place =
-            std::to_string(finding->position.line) + ":" + std::to_string(finding->position.column);
-        const bool fails =
-            finding->severity == Severity::kError || (isStrict && finding->severity == Severity::kWarning);
-        failures += fails ? 1 : 0;
-        cases += "    <testcase classname=\"" + Escaped(file) + "\" name=\"" + place + " " +
-                 std::string(finding->rule->tag) + "\">\n";
-        const std::string text = Escaped(std::string(NameOf(finding->severity)) + ": " + Sentence(*finding));
-        cases += fails ? "      <failure message=\"" + text + "\"/>\n"
-                       : "      <system-out>" + text + "</system-out>\n";
-        cases += "    </testcase>\n";
-    }
-    if (findings.empty()) {
-        cases = "    <testcase classname=\"" + Escaped(file) + "\" name=\"no findings\"/>\n";
-    }
-    return "  <testsuite name=\"" + Escaped(file) + "\" tests=\"" +
-           std::to_string(findings.empty() ? 1 : findings.size()) + "\" failures=\"" +
-           std::to_string(failures) + "\" errors=\"0\">\n" + cases + "  </testsuite>\n";
+std::string PlaceOf(const Finding& finding) {
+    return std::to_string(finding.position.line) + ":" + std::to_string(finding.position.column);
+}
+
+support::JUnitCase ToCase(const Finding& finding, bool isStrict) {
+    support::JUnitCase one{PlaceOf(finding) + " " + std::string(finding.rule->tag), finding.file};
+    const bool fails =
+        finding.severity == Severity::kError || (isStrict && finding.severity == Severity::kWarning);
+    one.result = fails ? support::JUnitCase::Result::kFailure : support::JUnitCase::Result::kPassed;
+    (fails ? one.message : one.text) = std::string(NameOf(finding.severity)) + ": " + Sentence(finding);
+    return one;
 }
 
 }  // namespace
@@ -96,9 +55,8 @@ std::string JunitSuite(const std::string& file, const std::vector<const Finding*
 std::string ToText(const CheckResult& result) {
     std::string text;
     for (const Finding& finding : result.findings) {
-        text += finding.file + ":" + std::to_string(finding.position.line) + ":" +
-                std::to_string(finding.position.column) + ": " + std::string(NameOf(finding.severity)) +
-                ": " + Sentence(finding) + " [" + std::string(finding.rule->tag) + "]\n";
+        text += finding.file + ":" + PlaceOf(finding) + ": " + std::string(NameOf(finding.severity)) + ": " +
+                Sentence(finding) + " [" + std::string(finding.rule->tag) + "]\n";
     }
     text += Counted(result.Count(Severity::kError), "error") + ", " +
             Counted(result.Count(Severity::kWarning), "warning") + ", " +
@@ -165,26 +123,27 @@ Json ToSarif(const CheckResult& result, const std::vector<UnreadableFile>& unrea
 
 std::string ToJunit(const CheckResult& result, const std::vector<std::string>& files,
                     const std::vector<UnreadableFile>& unreadable, bool isStrict) {
-    std::map<std::string, std::vector<const Finding*>> byFile;
+    std::map<std::string, support::JUnitSuite> byFile;
     for (const std::string& file : files) {
-        byFile[file];
+        byFile[file].name = file;
     }
     for (const Finding& finding : result.findings) {
-        byFile[finding.file].push_back(&finding);
+        support::JUnitSuite& suite = byFile[finding.file];
+        suite.name = finding.file;
+        suite.cases.push_back(ToCase(finding, isStrict));
     }
-    std::string text =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"kura map check, rules " +
-        std::string(kRuleSetVersion) + "\">\n";
-    for (const auto& [file, findings] : byFile) {
-        text += JunitSuite(file, findings, isStrict);
+    std::vector<support::JUnitSuite> suites;
+    for (auto& [file, suite] : byFile) {
+        if (suite.cases.empty()) {
+            suite.cases.push_back({"no findings", file});
+        }
+        suites.push_back(std::move(suite));
     }
     for (const UnreadableFile& file : unreadable) {
-        text += "  <testsuite name=\"" + Escaped(file.file) +
-                "\" tests=\"1\" failures=\"0\" errors=\"1\">\n    <testcase classname=\"" +
-                Escaped(file.file) + "\" name=\"readable\">\n      <error message=\"" + Escaped(file.reason) +
-                "\"/>\n    </testcase>\n  </testsuite>\n";
+        suites.push_back(
+            {file.file, {{"readable", file.file, support::JUnitCase::Result::kError, file.reason}}});
     }
-    return text + "</testsuites>\n";
+    return support::JUnitText("kura map check, rules " + std::string(kRuleSetVersion), suites);
 }
 
 }  // namespace kuramap

@@ -24,7 +24,8 @@ nlohmann::ordered_json ToJson(const CheckResult& result, const std::vector<std::
 /// SARIF 2.1.0, the format that code scanning services read.
 nlohmann::ordered_json ToSarif(const CheckResult& result, const std::vector<UnreadableFile>& unreadable);
 
-/// JUnit's XML: a suite for each file, a case for each finding. A finding that fails the check is a failure.
+/// JUnit's XML: a suite for each file, a case for each finding. A finding that fails the check is a failure,
+/// any other one the output of its case.
 std::string ToJunit(const CheckResult& result, const std::vector<std::string>& files,
                     const std::vector<UnreadableFile>& unreadable, bool isStrict);
 

@@ -1,7 +1,5 @@
 #include "Replay.h"
 
-#include <tinyxml2.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -11,6 +9,7 @@
 #include "Process.h"
 #include "ScenarioError.h"
 #include "set/KuraSet.h"
+#include "support/JUnit.h"
 
 namespace scenario {
 
@@ -45,43 +44,19 @@ Result ReplayOne(const fs::path& file, const RunOptions& options) {
     return result;
 }
 
-/// Replaces control characters, which XML cannot hold.
-std::string ForXml(std::string text) {
-    for (char& c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if ((byte < ' ' && c != '\n' && c != '\t') || byte == 0x7f) {
-            c = '?';
-        }
-    }
-    return text;
-}
-
-std::string Seconds(double seconds) {
-    std::string text = std::to_string(seconds);
-    return text.substr(0, text.find_first_of(".,") + 4);
-}
-
-long CountOf(const std::vector<Result>& results, Result::Kind kind) {
-    return std::count_if(results.begin(), results.end(), [kind](const Result& r) { return r.kind == kind; });
-}
-
-void PushCase(tinyxml2::XMLPrinter& printer, const Result& result) {
-    printer.OpenElement("testcase");
-    printer.PushAttribute("name", ForXml(result.name).c_str());
-    printer.PushAttribute("classname", ForXml(result.file).c_str());
-    printer.PushAttribute("time", Seconds(result.seconds).c_str());
+support::JUnitCase ToCase(const Result& result) {
+    using Kind = support::JUnitCase::Result;
+    support::JUnitCase one{result.name, result.file};
+    one.seconds = result.seconds;
     if (result.difference) {
-        const Difference& difference = *result.difference;
-        printer.OpenElement("failure");
-        printer.PushAttribute("message", ForXml(difference.step + ", " + difference.place).c_str());
-        printer.PushText(ForXml("- " + difference.expected + "\n+ " + difference.happened).c_str());
-        printer.CloseElement();
+        one.result = Kind::kFailure;
+        one.message = result.difference->step + ", " + result.difference->place;
+        one.text = "- " + result.difference->expected + "\n+ " + result.difference->happened;
     } else if (result.kind != Result::Kind::kOk) {
-        printer.OpenElement("error");
-        printer.PushAttribute("message", ForXml(result.message).c_str());
-        printer.CloseElement();
+        one.result = Kind::kError;
+        one.message = result.message;
     }
-    printer.CloseElement();
+    return one;
 }
 
 }  // namespace
@@ -132,26 +107,11 @@ std::vector<Result> Replay(const std::vector<fs::path>& files, const RunOptions&
 }
 
 std::string JUnitText(const std::vector<Result>& results) {
-    double seconds = 0;
+    support::JUnitSuite suite{"kura replay"};
     for (const Result& result : results) {
-        seconds += result.seconds;
+        suite.cases.push_back(ToCase(result));
     }
-    tinyxml2::XMLPrinter printer;
-    printer.PushHeader(false, true);
-    printer.OpenElement("testsuites");
-    printer.OpenElement("testsuite");
-    printer.PushAttribute("name", "kura replay");
-    printer.PushAttribute("tests", static_cast<unsigned>(results.size()));
-    printer.PushAttribute("failures", static_cast<int>(CountOf(results, Result::Kind::kDifferent)));
-    printer.PushAttribute("errors", static_cast<int>(CountOf(results, Result::Kind::kUnreadable) +
-                                                     CountOf(results, Result::Kind::kFailed)));
-    printer.PushAttribute("time", Seconds(seconds).c_str());
-    for (const Result& result : results) {
-        PushCase(printer, result);
-    }
-    printer.CloseElement();
-    printer.CloseElement();
-    return printer.CStr();
+    return support::JUnitText(suite.name, {suite});
 }
 
 }  // namespace scenario
