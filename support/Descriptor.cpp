@@ -36,6 +36,21 @@ Pipe::Pipe() {
     }
 }
 
+std::optional<std::string> ReadAll(int descriptor) {
+    std::string text;
+    char chunk[16384];
+    while (true) {
+        const ssize_t count = read(descriptor, chunk, sizeof chunk);
+        if (count > 0) {
+            text.append(chunk, static_cast<std::size_t>(count));
+        } else if (count == 0) {
+            return text;
+        } else if (errno != EINTR) {
+            return std::nullopt;
+        }
+    }
+}
+
 bool WriteAll(int descriptor, const std::string& text) {
     std::size_t done = 0;
     while (done < text.size()) {

@@ -1,6 +1,7 @@
-// Open file descriptors that close themselves, and writing to one until everything is written.
+// Open file descriptors that close themselves, and reading and writing them to the end.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace support {
@@ -31,6 +32,9 @@ struct Pipe {
     Descriptor readEnd;
     Descriptor writeEnd;
 };
+
+/// What is left to be read; none, with errno set, when the system refuses.
+std::optional<std::string> ReadAll(int descriptor);
 
 /// Writes the whole text. False with errno set when the system refuses; part of the text may then be written.
 bool WriteAll(int descriptor, const std::string& text);

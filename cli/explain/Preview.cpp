@@ -24,7 +24,7 @@ scenario::ProcessResult RepairCopy(const SetCopy& trial, const std::string& code
         command.emplace_back("--background");
     }
     command.insert(command.end(), {"--", code});
-    return scenario::RunProcess(command, trial.Scratch(), kLongestRepair);
+    return scenario::RunProcess(command, kLongestRepair);
 }
 
 /// Why a run failed, in its own words. When no sandbox could be made, the first line on standard error tells

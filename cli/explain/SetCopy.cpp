@@ -19,7 +19,7 @@ SetCopy::SetCopy(const kuraset::SetDirectory& set) {
     // Files keep their holes, so that an app of a gigabyte takes no room in the copy either.
     const auto result = scenario::RunProcess({"/bin/cp", "--archive", "--sparse=auto", "--reflink=auto",
                                               set.Path().string(), (m_folder.Path() / "set").string()},
-                                             m_folder.Path(), kCopyPatience);
+                                             kCopyPatience);
     if (result.status != 0) {
         throw VerbError(ExitCode::kFailed,
                         "the set cannot be copied: " + result.err.substr(0, result.err.find('\n')));

@@ -1,8 +1,6 @@
 // A throw-away copy of a set, on which a verb can try what would happen to the set.
 #pragma once
 
-#include <filesystem>
-
 #include "scenario/Process.h"
 #include "set/KuraSet.h"
 
@@ -16,8 +14,6 @@ public:
     explicit SetCopy(const kuraset::SetDirectory& set);
 
     kuraset::SetDirectory Set() const;
-    /// A folder beside the copy, for the files that a run on the copy leaves.
-    const std::filesystem::path& Scratch() const { return m_folder.Path(); }
 
 private:
     scenario::TemporaryFolder m_folder;

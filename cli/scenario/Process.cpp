@@ -1,8 +1,6 @@
 #include "Process.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -14,7 +12,8 @@
 #include <thread>
 
 #include "ScenarioError.h"
-#include "support/Files.h"
+#include "support/ChildProcess.h"
+#include "support/Descriptor.h"
 
 namespace scenario {
 
@@ -27,96 +26,44 @@ constexpr int kRemovals = 100;
 
 std::atomic<bool> interrupted{false};
 
-std::string TakeFile(const fs::path& path) {
-    const std::string text = support::ReadFile(path).value_or("");
-    std::error_code error;
-    fs::remove(path, error);
-    return text;
+/// A file without a name, for what a child writes.
+support::Descriptor MemoryFile() {
+    support::Descriptor file(memfd_create("output", MFD_CLOEXEC));
+    if (!file) {
+        throw ScenarioError(std::string("cannot keep what a program writes: ") + std::strerror(errno));
+    }
+    return file;
 }
 
-/// This process's environment with the additions in front, so that they win.
-std::vector<std::string> EnvironmentWith(const std::vector<std::pair<std::string, std::string>>& additions) {
-    std::vector<std::string> lines;
-    for (const auto& [name, value] : additions) {
-        lines.push_back(std::string(name).append("=").append(value));
-    }
-    for (char** line = environ; *line != nullptr; ++line) {
-        const std::string text = *line;
-        bool replaced = false;
-        for (const auto& [name, unused] : additions) {
-            replaced = replaced || text.rfind(name + "=", 0) == 0;
-        }
-        if (!replaced) {
-            lines.push_back(text);
-        }
-    }
-    return lines;
-}
-
-std::vector<char*> Pointers(const std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (const std::string& text : texts) {
-        pointers.push_back(const_cast<char*>(text.c_str()));
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-pid_t Start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-            const fs::path& out, const fs::path& err) {
-    constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), kFlags, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), kFlags, 0600);
-    // The child has its own process group, so that Ctrl-C reaches only this process, which then ends the
-    // child.
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    pid_t process = 0;
-    const int error = posix_spawn(&process, command.front().c_str(), &actions, &attributes,
-                                  Pointers(command).data(), Pointers(environment).data());
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        throw ScenarioError("cannot start " + command.front() + ": " + std::strerror(error));
-    }
-    return process;
-}
-
-/// Waits for the process. False when the time was up or somebody interrupted; the process has then been
-/// killed.
-bool Await(pid_t process, std::chrono::seconds limit, int& status) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (waitpid(process, &status, WNOHANG) == 0) {
-        if (interrupted || std::chrono::steady_clock::now() > end) {
-            kill(-process, SIGKILL);
-            waitpid(process, &status, 0);
-            return false;
-        }
-        std::this_thread::sleep_for(kStep);
-    }
-    return true;
+std::string TextOf(const support::Descriptor& file) {
+    lseek(file.Number(), 0, SEEK_SET);
+    return support::ReadAll(file.Number()).value_or("");
 }
 
 }  // namespace
 
-ProcessResult RunProcess(const std::vector<std::string>& command, const fs::path& folder,
-                         std::chrono::seconds limit,
+ProcessResult RunProcess(const std::vector<std::string>& command, std::chrono::seconds limit,
                          const std::vector<std::pair<std::string, std::string>>& environment) {
     if (interrupted) {
         throw Interrupted();
     }
-    const fs::path out = folder / "out";
-    const fs::path err = folder / "err";
-    int status = 0;
+    const support::Descriptor out = MemoryFile();
+    const support::Descriptor err = MemoryFile();
+    support::ChildStart start;
+    start.command = command;
+    start.environment = environment;
+    start.input = support::ChildStart::kNowhere;
+    start.output = out.Number();
+    start.errors = err.Number();
+    start.isApart = true;
+    support::ChildProcess process(start);
+    const auto end =
+        process.WaitUntil(std::chrono::steady_clock::now() + limit, [] { return interrupted.load(); });
     ProcessResult result;
-    result.timedOut = !Await(Start(command, EnvironmentWith(environment), out, err), limit, status);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = TakeFile(out);
-    result.err = TakeFile(err);
+    result.timedOut = !end;
+    result.status = (end ? *end : process.Kill()).ShellStatus();
+    result.out = TextOf(out);
+    result.err = TextOf(err);
     if (interrupted) {
         throw Interrupted();
     }

@@ -16,11 +16,9 @@ struct ProcessResult {
     std::string err;
 };
 
-/// Runs a command line with an empty standard input and waits for it. Its output goes through files in the
-/// folder, which are removed afterwards. A run that takes longer than the limit is killed. Throws
-/// ScenarioError when it cannot be started, and Interrupted.
-ProcessResult RunProcess(const std::vector<std::string>& command, const std::filesystem::path& folder,
-                         std::chrono::seconds limit,
+/// Runs a command line with an empty standard input and waits for it. A run that takes longer than the limit
+/// is killed. Throws std::runtime_error when it cannot be started, and Interrupted.
+ProcessResult RunProcess(const std::vector<std::string>& command, std::chrono::seconds limit,
                          const std::vector<std::pair<std::string, std::string>>& environment = {});
 
 /// Thrown when a signal asked this process to end. Running commands are killed, and their folders are

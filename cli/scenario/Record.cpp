@@ -233,8 +233,7 @@ Recording Record(const kuraset::SetDirectory& set, const std::vector<std::vector
     std::string name;
     for (const auto& verb : verbs) {
         const State before = StateOf(set);
-        Moment moment =
-            RunVerb(set, verb, Json::object(), kura, scratch.Path(), {{kuraset::kClockVariable, now}});
+        Moment moment = RunVerb(set, verb, Json::object(), kura, {{kuraset::kClockVariable, now}});
         steps.push_back({{"name", Joined(verb)},
                          {"run", verb},
                          {"expect", Expectation(moment, verb, before, StateOf(set), ownPartition)}});

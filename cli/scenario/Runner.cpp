@@ -56,12 +56,11 @@ void CheckSandbox(const Moment& moment) {
 }  // namespace
 
 Moment RunVerb(const kuraset::SetDirectory& set, const std::vector<std::string>& verb, const Json& expect,
-               const fs::path& kura, const fs::path& scratch,
-               const std::vector<std::pair<std::string, std::string>>& environment) {
+               const fs::path& kura, const std::vector<std::pair<std::string, std::string>>& environment) {
     const std::size_t before = set.ReadJournal().size();
     std::vector<std::string> command = {kura.string(), "--set", set.Path().string(), "--json"};
     command.insert(command.end(), verb.begin(), verb.end());
-    const ProcessResult result = RunProcess(command, scratch, kVerbLimit, environment);
+    const ProcessResult result = RunProcess(command, kVerbLimit, environment);
     if (result.timedOut) {
         throw ScenarioError("kura " + verb.front() + " did not end within " +
                             std::to_string(kVerbLimit.count()) + " s");
@@ -86,9 +85,8 @@ Observation Run(const Scenario& scenario, const RunOptions& options) {
     for (const Step& step : scenario.steps) {
         const std::size_t before = set.ReadJournal().size();
         Apply(step.changes, set);
-        observation.steps.push_back(step.run.empty()
-                                        ? Look(set, before, step.expect)
-                                        : RunVerb(set, step.run, step.expect, options.kura, scratch.Path()));
+        observation.steps.push_back(step.run.empty() ? Look(set, before, step.expect)
+                                                     : RunVerb(set, step.run, step.expect, options.kura));
     }
     observation.end = Look(set, 0, scenario.expect);
     return observation;

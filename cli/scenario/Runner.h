@@ -23,7 +23,7 @@ Observation Run(const Scenario& scenario, const RunOptions& options);
 
 /// Runs one verb on a set and reads the state after it. environment: additions to this process's own.
 Moment RunVerb(const kuraset::SetDirectory& set, const std::vector<std::string>& verb, const Json& expect,
-               const std::filesystem::path& kura, const std::filesystem::path& scratch,
+               const std::filesystem::path& kura,
                const std::vector<std::pair<std::string, std::string>>& environment = {});
 
 }  // namespace scenario

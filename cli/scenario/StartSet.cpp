@@ -97,7 +97,7 @@ kuraset::SetDirectory MakeStartSet(const Scenario& scenario, const fs::path& pat
     if (!scenario.base.empty()) {
         command.insert(command.end(), {"--from", scenario.base.string()});
     }
-    const ProcessResult made = RunProcess(command, path.parent_path(), kMakingLimit);
+    const ProcessResult made = RunProcess(command, kMakingLimit);
     if (made.status != 0) {
         throw ScenarioError(scenario.file + ": the set cannot be made: " + made.err);
     }

@@ -3,8 +3,8 @@
 #include <exception>
 #include <utility>
 
-#include "ChildProcess.h"
 #include "HttpError.h"
+#include "LimitedRun.h"
 
 namespace cli::serve {
 
@@ -41,15 +41,18 @@ std::string LastLine(const std::string& text) {
     return text.substr(start, end + 1 - start);
 }
 
-CallAnswer AnswerOf(const ChildEnd& end) {
+CallAnswer AnswerOf(const RunEnd& end) {
+    if (end.child.signal != 0) {
+        return Failure(500, "failed", "the command was ended by signal " + std::to_string(end.child.signal));
+    }
     Json document = Json::parse(end.out, nullptr, false);
     if (document.is_discarded() || !document.is_object()) {
         return Failure(500, "failed", "the command gave no answer: " + LastLine(end.err));
     }
-    const int status = HttpStatusOf(end.status);
+    const int status = HttpStatusOf(end.child.status);
     if ((status == 200) == document.contains("error")) {
         return Failure(500, "failed",
-                       "the command's answer and its exit code " + std::to_string(end.status) +
+                       "the command's answer and its exit code " + std::to_string(end.child.status) +
                            " contradict each other");
     }
     return {status, std::move(document)};
@@ -80,18 +83,16 @@ CallAnswer CallDesk::Carry(const Call& call, const std::string& argument) const 
     if (!call.argument.empty()) {
         command.insert(command.end(), {"--", argument});
     }
-    const ChildEnd end = RunChild(command, call.limit, m_stop);
+    const RunEnd end = RunLimited(command, call.limit, m_stop);
     switch (end.how) {
-        case ChildEnd::How::kExited:
+        case RunEnd::How::kByItself:
             return AnswerOf(end);
-        case ChildEnd::How::kSignalled:
-            return Failure(500, "failed", "the command was ended by signal " + std::to_string(end.status));
-        case ChildEnd::How::kTooLate:
+        case RunEnd::How::kTooLate:
             return Failure(504, "no-answer",
                            "the call did not end within " + std::to_string(call.limit.count()) + " s");
-        case ChildEnd::How::kTooMuch:
+        case RunEnd::How::kTooMuch:
             return Failure(500, "failed", "the command's answer is too long");
-        case ChildEnd::How::kStopped:
+        case RunEnd::How::kStopped:
             return Failure(503, "failed", "the server ends");
     }
     return Failure(500, "failed", "the call ended in an unknown way");

@@ -1,17 +1,12 @@
 // Runs a user's own host on the set: any program, in the sandbox that has the set's folders at the library's
 // paths, with the agent and the package manager beside it.
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 
 #include "Verbs.h"
 #include "host/Inside.h"
+#include "support/ChildProcess.h"
 
 namespace cli {
 
@@ -24,39 +19,22 @@ struct RunOptions {
     std::vector<std::string> arguments;
 };
 
-/// Runs the program and returns its exit status, 128 + n after signal n.
-int RunProgram(const std::vector<std::string>& line) {
-    std::vector<char*> pointers;
-    for (const std::string& argument : line) {
-        pointers.push_back(const_cast<char*>(argument.c_str()));
-    }
-    pointers.push_back(nullptr);
-    pid_t process = 0;
-    const int error = posix_spawn(&process, pointers[0], nullptr, nullptr, pointers.data(), environ);
-    if (error != 0) {
-        throw VerbError(ExitCode::kFailed, "cannot start " + line.front() + ": " + std::strerror(error));
-    }
-    int status = 0;
-    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
 Outcome Run(const Session& session, const RunOptions& options) {
     const auto set = session.OpenSet();
     const auto services = kuraset::SetServices::Start(set);
     std::vector<std::string> line = {
         (fs::path(kShownFolder) / fs::path(options.program).filename()).string()};
     line.insert(line.end(), options.arguments.begin(), options.arguments.end());
-    const int status = RunProgram(line);
-    if (status > 128) {
+    const support::ChildEnd end = support::ChildProcess(support::ChildStart{line}).Wait();
+    if (end.signal != 0) {
         throw VerbError(ExitCode::kFailed,
-                        options.program + " was ended by signal " + std::to_string(status - 128));
+                        options.program + " was ended by signal " + std::to_string(end.signal));
     }
-    if (status != 0) {
-        throw VerbError(ExitCode::kFailed, options.program + " ended with status " + std::to_string(status));
+    if (end.status != 0) {
+        throw VerbError(ExitCode::kFailed,
+                        options.program + " ended with status " + std::to_string(end.status));
     }
-    return {{{"program", options.program}, {"status", status}}, [] {}};
+    return {{{"program", options.program}, {"status", end.status}}, [] {}};
 }
 
 /// The folder that the sandbox has to show. Call it outside the sandbox: only there is the program's path

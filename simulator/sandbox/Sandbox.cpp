@@ -1,20 +1,18 @@
 #include "Sandbox.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/personality.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <initializer_list>
+#include <stdexcept>
 #include <system_error>
+
+#include "support/ChildProcess.h"
+#include "support/Descriptor.h"
 
 namespace fs = std::filesystem;
 
@@ -123,63 +121,11 @@ void AddExposed(Arguments& arguments, const SandboxOptions& options) {
     }
 }
 
-/// The pipe on which bwrap reports; both ends close with the object.
-class StatusPipe {
-public:
-    StatusPipe() {
-        if (pipe2(m_ends.data(), O_CLOEXEC) != 0) {
-            throw std::system_error(errno, std::generic_category(), "pipe");
-        }
-    }
-    StatusPipe(const StatusPipe&) = delete;
-    StatusPipe& operator=(const StatusPipe&) = delete;
-    ~StatusPipe() {
-        close(m_ends[0]);
-        close(m_ends[1]);
-    }
-
-    int WriteEnd() const { return m_ends[1]; }
-
-    /// Returns everything that was written. Call it after the writer has ended.
-    std::string ReadAll() const {
-        fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
-        std::string text;
-        std::array<char, 512> part{};
-        ssize_t length = 0;
-        while ((length = read(m_ends[0], part.data(), part.size())) > 0) {
-            text.append(part.data(), static_cast<std::size_t>(length));
-        }
-        return text;
-    }
-
-private:
-    std::array<int, 2> m_ends{-1, -1};
-};
-
-/// Starts bwrap. Returns 0 and sets process, or returns the error number.
-int Start(const Arguments& arguments, int keptDescriptor, int standardOutput, pid_t& process) {
-    std::vector<char*> pointers;
-    for (const std::string& argument : arguments) {
-        pointers.push_back(const_cast<char*>(argument.c_str()));
-    }
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    // Duplicating a descriptor onto itself clears its close-on-exec flag.
-    posix_spawn_file_actions_adddup2(&actions, keptDescriptor, keptDescriptor);
-    if (standardOutput >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, standardOutput, STDOUT_FILENO);
-    }
-    const int error = posix_spawnp(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    return error;
-}
-
-int WaitFor(pid_t process) {
-    int status = 0;
-    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+support::ChildProcess StartBubblewrap(const support::ChildStart& start) try {
+    return support::ChildProcess(start);
+} catch (const std::system_error& error) {
+    throw std::runtime_error("cannot start bubblewrap (Debian package bubblewrap): " +
+                             error.code().message());
 }
 
 }  // namespace
@@ -213,22 +159,24 @@ std::vector<std::string> BuildBubblewrapCommand(const SandboxOptions& options) {
 }
 
 int RunInSandbox(const SandboxOptions& options) try {
-    const StatusPipe status;
-    Arguments arguments = BuildBubblewrapCommand(options);
-    arguments.insert(arguments.begin() + 1, {"--json-status-fd", std::to_string(status.WriteEnd())});
+    support::Pipe status;
+    if (!status.writeEnd) {
+        throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+    support::ChildStart start;
+    start.command = BuildBubblewrapCommand(options);
+    start.command.insert(start.command.begin() + 1,
+                         {"--json-status-fd", std::to_string(status.writeEnd.Number())});
+    start.kept = {status.writeEnd.Number()};
+    start.output = options.standardOutput;
     if (options.fixedAddresses) {
         personality(ADDR_NO_RANDOMIZE);
     }
-    pid_t process = 0;
-    const int error = Start(arguments, status.WriteEnd(), options.standardOutput, process);
-    if (error != 0) {
-        std::fprintf(stderr, "sandbox: cannot start bubblewrap (Debian package bubblewrap): %s\n",
-                     std::strerror(error));
-        return kNoSandbox;
-    }
-    const int result = WaitFor(process);
+    const int result = StartBubblewrap(start).Wait().ShellStatus();
+    status.writeEnd.Reset();
     // bwrap reports an exit code only for a command that it started; its own failures end with status 1.
-    if (result == 1 && status.ReadAll().find("\"exit-code\"") == std::string::npos) {
+    const auto report = support::ReadAll(status.readEnd.Number());
+    if (result == 1 && report && report->find("\"exit-code\"") == std::string::npos) {
         std::fputs(
             "sandbox: bubblewrap could not make the sandbox or start the command in it (its reason is "
             "above); "

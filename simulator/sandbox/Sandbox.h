@@ -55,7 +55,7 @@ struct SandboxOptions {
     /// Turns address space randomisation off, because ThreadSanitizer fails on kernels that randomise much.
     bool fixedAddresses = false;
 
-    /// The descriptor that becomes the command's standard output; the caller's own when negative.
+    /// The descriptor that becomes the command's standard output; the caller's own at -1.
     int standardOutput = -1;
 
     std::vector<std::string> command;

@@ -7,17 +7,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
-#include <thread>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "set/FileAccess.h"
+#include "support/ChildProcess.h"
 
 namespace kuraset {
 
@@ -55,43 +54,20 @@ struct ChildNature {
     std::vector<int> inherited;  ///< descriptors that it keeps
 };
 
-/// One child process, which ends with the object.
-class Child {
-public:
-    Child() = default;
-    Child(const ChildNature& nature, std::vector<std::string> arguments);
-    Child(Child&& other) noexcept
-        : m_name(std::move(other.m_name)), m_process(std::exchange(other.m_process, 0)) {}
-    Child& operator=(Child&& other) noexcept {
-        std::swap(m_name, other.m_name);
-        std::swap(m_process, other.m_process);
-        return *this;
-    }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-    ~Child() { End(); }
-
-    pid_t Process() const { return m_process; }
-    void End() noexcept;
-
-private:
-    std::string m_name;
-    pid_t m_process = 0;
-};
-
-Child::Child(const ChildNature& nature, std::vector<std::string> arguments) : m_name(nature.name) {
+support::ChildProcess StartChild(const ChildNature& nature, std::vector<std::string> arguments) {
     std::vector<char*> pointers;
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
 
+    // Forked here: posix_spawn() cannot ask for a signal at the parent's death.
     const pid_t parent = getpid();
-    m_process = fork();
-    if (m_process < 0) {
-        Refuse(m_name + ": cannot start: " + std::strerror(errno));
+    const pid_t process = fork();
+    if (process < 0) {
+        Refuse(nature.name + ": cannot start: " + std::strerror(errno));
     }
-    if (m_process == 0) {
+    if (process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (getppid() != parent) {
             _exit(127);
@@ -109,22 +85,16 @@ Child::Child(const ChildNature& nature, std::vector<std::string> arguments) : m_
         execvp(pointers[0], pointers.data());
         _exit(127);
     }
+    return support::ChildProcess(process);
 }
 
-void Child::End() noexcept {
-    if (m_process <= 0) {
+void End(support::ChildProcess& child) noexcept {
+    if (child.Number() == 0) {
         return;
     }
-    const pid_t process = std::exchange(m_process, 0);
-    const auto limit = Clock::now() + kEndPatience;
-    kill(process, SIGTERM);
-    while (waitpid(process, nullptr, WNOHANG) == 0) {
-        if (Clock::now() > limit) {
-            kill(process, SIGKILL);
-            waitpid(process, nullptr, 0);
-            return;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    child.Send(SIGTERM);
+    if (!child.WaitUntil(Clock::now() + kEndPatience)) {
+        child.Kill();
     }
 }
 
@@ -155,8 +125,8 @@ std::string FirstLine(const Pipe& pipe, const std::string& name, std::chrono::mi
 
 /// Starts a program and waits for its first line on a pipe. "%ready" in its arguments stands for the number
 /// of the pipe's end.
-Child StartReady(ChildNature nature, std::vector<std::string> arguments, std::chrono::milliseconds patience,
-                 std::string& line) {
+support::ChildProcess StartReady(ChildNature nature, std::vector<std::string> arguments,
+                                 std::chrono::milliseconds patience, std::string& line) {
     Pipe pipe;
     if (!pipe.readEnd) {
         Refuse(std::string("pipe: ") + std::strerror(errno));
@@ -168,7 +138,7 @@ Child StartReady(ChildNature nature, std::vector<std::string> arguments, std::ch
         }
     }
     nature.inherited.push_back(pipe.writeEnd.Number());
-    Child child(nature, std::move(arguments));
+    support::ChildProcess child = StartChild(nature, std::move(arguments));
     pipe.writeEnd.Reset();
     line = FirstLine(pipe, nature.name, patience);
     return child;
@@ -205,16 +175,16 @@ std::string FaultMode(const json& description, const char* service) {
 
 struct SetServices::Impl {
     bool busNamed = false;  ///< in this process's environment
-    Child bus;
-    Child packageManager;
-    Child agent;
+    support::ChildProcess bus;
+    support::ChildProcess packageManager;
+    support::ChildProcess agent;
 
     ~Impl() { Stop(); }
 
     void Stop() noexcept {
-        agent.End();
-        packageManager.End();
-        bus.End();
+        End(agent);
+        End(packageManager);
+        End(bus);
         if (std::exchange(busNamed, false)) {
             unsetenv(kPackageBusVariable);
         }
@@ -285,13 +255,13 @@ SetServices& SetServices::operator=(SetServices&&) noexcept = default;
 SetServices::~SetServices() = default;
 
 int SetServices::BusProcess() const {
-    return m_impl ? m_impl->bus.Process() : 0;
+    return m_impl ? m_impl->bus.Number() : 0;
 }
 int SetServices::PackageManagerProcess() const {
-    return m_impl ? m_impl->packageManager.Process() : 0;
+    return m_impl ? m_impl->packageManager.Number() : 0;
 }
 int SetServices::AgentProcess() const {
-    return m_impl ? m_impl->agent.Process() : 0;
+    return m_impl ? m_impl->agent.Number() : 0;
 }
 
 void SetServices::Stop() noexcept {

@@ -31,20 +31,11 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& path) {
         }
         Refuse(path, "open", errno);
     }
-
-    std::string text;
-    char chunk[16384];
-    while (true) {
-        const ssize_t count = read(file.Number(), chunk, sizeof chunk);
-        if (count == 0) {
-            return text;
-        }
-        if (count > 0) {
-            text.append(chunk, static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
-            Refuse(path, "read", errno);
-        }
+    std::optional<std::string> text = support::ReadAll(file.Number());
+    if (!text) {
+        Refuse(path, "read", errno);
     }
+    return text;
 }
 
 void SyncAll(const std::filesystem::path& folder) {

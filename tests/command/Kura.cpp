@@ -2,14 +2,14 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
+
+#include "support/ChildProcess.h"
+#include "support/Descriptor.h"
+#include "support/Files.h"
 
 namespace command {
 
@@ -17,28 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-int Spawn(const std::vector<std::string>& arguments, const fs::path& out, const fs::path& err) {
-    std::vector<char*> pointers;
-    for (const std::string& argument : arguments) {
-        pointers.push_back(const_cast<char*>(argument.c_str()));
-    }
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    pid_t process = 0;
-    const int error = posix_spawn(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        throw std::runtime_error("cannot start " + arguments.front());
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+support::Descriptor Fresh(const fs::path& path) {
+    return support::Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
 }
 
 }  // namespace
@@ -71,10 +51,16 @@ Kura::~Kura() {
 }
 
 Answer Kura::Run(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> line = {KURA_COMMAND, "--set", m_set.string()};
-    line.insert(line.end(), arguments.begin(), arguments.end());
+    const support::Descriptor out = Fresh(m_folder / "out");
+    const support::Descriptor err = Fresh(m_folder / "err");
+    support::ChildStart start;
+    start.command = {KURA_COMMAND, "--set", m_set.string()};
+    start.command.insert(start.command.end(), arguments.begin(), arguments.end());
+    start.input = support::ChildStart::kNowhere;
+    start.output = out.Number();
+    start.errors = err.Number();
     Answer answer;
-    answer.status = Spawn(line, m_folder / "out", m_folder / "err");
+    answer.status = support::ChildProcess(start).Wait().ShellStatus();
     answer.out = ReadFile(m_folder / "out");
     answer.err = ReadFile(m_folder / "err");
     return answer;
@@ -108,8 +94,7 @@ std::vector<std::string> Codes(const nlohmann::json& rows) {
 }
 
 std::string ReadFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return support::ReadFile(path).value_or("");
 }
 
 void WriteFile(const fs::path& path, const std::string& text) {

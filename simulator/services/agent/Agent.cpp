@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <csignal>
 #include <optional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include <unistd.h>
 
-#include "Command.h"
+#include "support/ChildProcess.h"
 
 namespace kuraset {
 
@@ -26,6 +27,7 @@ constexpr const char* kCobaltName = "cobalt_size";
 constexpr std::chrono::seconds kLateMeasure{6};
 constexpr std::chrono::seconds kLateClean{11};
 constexpr std::chrono::milliseconds kIdle{250};
+constexpr std::chrono::seconds kCommandPatience{5};
 
 constexpr std::size_t kFloodBytes = std::size_t{8} << 20;
 
@@ -82,6 +84,20 @@ std::vector<fs::path> Expand(const fs::path& root, const fs::path& pattern) {
         found = std::move(next);
     }
     return found;
+}
+
+/// Runs a shell command without input or output and waits for it. Returns its exit status, 128 + n after
+/// signal n, or -1 when it could not be started or took too long.
+int RunShell(const std::string& command) try {
+    support::ChildStart start;
+    start.command = {"/bin/sh", "-c", command};
+    start.input = start.output = start.errors = support::ChildStart::kNowhere;
+    start.isApart = true;
+    support::ChildProcess shell(start);
+    const auto end = shell.WaitUntil(std::chrono::steady_clock::now() + kCommandPatience);
+    return end ? end->ShellStatus() : -1;
+} catch (const std::system_error&) {
+    return -1;
 }
 
 }  // namespace

@@ -4,13 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <utility>
+
+#include "support/Descriptor.h"
+#include "support/Files.h"
 
 namespace explain {
 
@@ -25,14 +26,6 @@ constexpr const char* kColumns =
     "idx TEXT, issue_code TEXT, is_fix TEXT, last_time TEXT, sol_type TEXT, sid_issue TEXT, sid_sol TEXT, "
     "sid_button1 TEXT, sid_button2 TEXT, action TEXT, toast1 TEST, toast2 TEXT, source TEXT, "
     "view_authority TEXT";
-
-std::optional<std::string> ReadWhole(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    return std::string{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 void WriteWhole(const fs::path& path, const std::string& text) {
     fs::create_directories(path.parent_path());
@@ -70,15 +63,7 @@ void Run(sqlite3* database, const std::string& query) {
         std::fprintf(stderr, "child: %s\n", error.what());
         _exit(1);
     }
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-        if (count < 0) {
-            _exit(1);
-        }
-        done += static_cast<std::size_t>(count);
-    }
-    _exit(0);
+    _exit(support::WriteAll(descriptor, text) ? 0 : 1);
 }
 
 }  // namespace
@@ -86,7 +71,7 @@ void Run(sqlite3* database, const std::string& query) {
 Trial::Trial(kuraset::SetDirectory set)
     : m_set(std::move(set)),
       m_description(m_set.Description()),
-      m_settings(ReadWhole(m_set.SettingsPath()).value_or("{}")) {}
+      m_settings(support::ReadFile(m_set.SettingsPath()).value_or("{}")) {}
 
 void Trial::Describe(const Situation& situation) const {
     json description = m_description;
@@ -146,7 +131,7 @@ Trial::State Trial::Save() const {
     State state;
     for (const fs::path& path :
          {m_set.SettingsPath(), m_set.FilesOpt() / kStore, engine / "inference.db", engine / "solution.db"}) {
-        state[path] = ReadWhole(path);
+        state[path] = support::ReadFile(path);
     }
     return state;
 }
@@ -163,23 +148,16 @@ void Trial::Restore(const State& state) const {
 }
 
 json Trial::InChild(const std::function<json()>& ask) {
-    std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0) {
+    support::Pipe pipe;
+    if (!pipe.readEnd) {
         throw std::runtime_error("no pipe");
     }
     const pid_t child = fork();
     if (child == 0) {
-        close(ends[0]);
-        Answer(ends[1], ask);
+        Answer(pipe.writeEnd.Number(), ask);
     }
-    close(ends[1]);
-    std::string text;
-    std::array<char, 65536> part{};
-    ssize_t count = 0;
-    while ((count = read(ends[0], part.data(), part.size())) > 0) {
-        text.append(part.data(), static_cast<std::size_t>(count));
-    }
-    close(ends[0]);
+    pipe.writeEnd.Reset();
+    const std::string text = support::ReadAll(pipe.readEnd.Number()).value_or("");
     int status = 0;
     waitpid(child, &status, 0);
     if (child < 0 || status != 0) {

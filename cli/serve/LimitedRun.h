@@ -5,12 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "support/ChildProcess.h"
+
 namespace cli::serve {
 
-struct ChildEnd {
-    enum class How { kExited, kSignalled, kTooLate, kTooMuch, kStopped };
-    How how = How::kExited;
-    int status = 0;  ///< exit code, or the signal's number
+struct RunEnd {
+    enum class How { kByItself, kTooLate, kTooMuch, kStopped };
+    How how = How::kByItself;
+    support::ChildEnd child;
     std::string out;
     std::string err;  ///< only the last part when it is long
 };
@@ -19,6 +21,6 @@ struct ChildEnd {
 /// Ctrl-C for the caller does not reach it. Ends the group past the limit, or a few seconds after stop
 /// becomes readable. Blocks until the program is gone. Thread-safe. Throws std::system_error when the program
 /// cannot be started.
-ChildEnd RunChild(const std::vector<std::string>& command, std::chrono::seconds limit, int stop);
+RunEnd RunLimited(const std::vector<std::string>& command, std::chrono::seconds limit, int stop);
 
 }  // namespace cli::serve
