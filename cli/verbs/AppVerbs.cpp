@@ -37,6 +37,21 @@ AppIds FindApp(const kuraset::SetDirectory& set, const std::string& id) {
     throw VerbError(ExitCode::kNoSuchItem, "no such application: " + id);
 }
 
+/// An application of a set on which the library can be asked about it.
+struct ReadyApp {
+    kuraset::SetDirectory set;
+    AppIds ids;
+    kuraset::SetServices services;
+    std::size_t before = 0;  ///< the journal's length
+};
+
+ReadyApp GetReady(const Session& session, const std::string& id) {
+    const auto set = session.OpenSet();
+    const AppIds ids = FindApp(set, id);
+    SetUpHost(set);
+    return {set, ids, kuraset::SetServices::Start(set), set.ReadJournal().size()};
+}
+
 Json AppToJson(const KURA::AppStorageInfo& app, const Json& total) {
     return {{"title", app.title},        {"total_size", total},          {"package_id", app.packageId},
             {"app_id", app.appId},       {"entry_id", app.entryId},      {"has_icon", app.hasIcon},
@@ -117,16 +132,13 @@ Outcome Apps(const Session& session) {
 }
 
 Outcome OneApp(const Session& session, const std::string& id) {
-    const auto set = session.OpenSet();
-    const AppIds ids = FindApp(set, id);
-    SetUpHost(set);
-    const auto services = kuraset::SetServices::Start(set);
-    const std::size_t before = set.ReadJournal().size();
+    const ReadyApp app = GetReady(session, id);
+    const AppIds& ids = app.ids;
     auto* data = KURA::CGetData::GetInstance();
     if (data->sendAppData(ids.package.c_str(), ids.app.c_str()) == 0) {
         throw VerbError(ExitCode::kNoAnswer, "the package manager is not there");
     }
-    MeasuredSizes sizes(JournalSince(set, before));
+    MeasuredSizes sizes(JournalSince(app.set, app.before));
     const Figures figures = sizes.OfOne(
         ids.app, {data->m_GetTotalSizeOfApp(), data->m_GetDataSizeOfApp(), data->m_GetCacheSizeOfApp()});
     const Json document = {{"app_id", ids.app},
@@ -151,56 +163,42 @@ Outcome Done(const std::string& what, const AppIds& ids, Json answer = nullptr) 
 }
 
 Outcome Kill(const Session& session, const std::string& id) {
-    const auto set = session.OpenSet();
-    AppIds ids = FindApp(set, id);
-    SetUpHost(set);
-    const auto services = kuraset::SetServices::Start(set);
-    const std::size_t before = set.ReadJournal().size();
-    KURA::CGetData::GetInstance()->killApp(ids.package.data());
-    return Done("kill", ids, AwaitAgent(set, before, "killApp"));
+    ReadyApp app = GetReady(session, id);
+    KURA::CGetData::GetInstance()->killApp(app.ids.package.data());
+    return Done("kill", app.ids, AwaitAgent(app.set, app.before, "killApp"));
 }
 
 Outcome ClearCache(const Session& session, const std::string& id) {
-    const auto set = session.OpenSet();
-    AppIds ids = FindApp(set, id);
-    SetUpHost(set);
-    const auto services = kuraset::SetServices::Start(set);
-    const std::size_t before = set.ReadJournal().size();
-    if (KURA::CGetData::GetInstance()->clearAppCache(ids.package.data(), ids.app.data()) != 0) {
+    ReadyApp app = GetReady(session, id);
+    if (KURA::CGetData::GetInstance()->clearAppCache(app.ids.package.data(), app.ids.app.data()) != 0) {
         throw VerbError(ExitCode::kNoAnswer, "the request could not be written (see kura log)");
     }
-    return Done("clear-cache", ids, AwaitAgent(set, before, "clearAppCache"));
+    return Done("clear-cache", app.ids, AwaitAgent(app.set, app.before, "clearAppCache"));
 }
 
 Outcome ClearData(const Session& session, const std::string& id) {
-    const auto set = session.OpenSet();
-    AppIds ids = FindApp(set, id);
-    SetUpHost(set);
-    const auto services = kuraset::SetServices::Start(set);
-    const int result = KURA::CGetData::GetInstance()->clearAppData(ids.package.data());
+    ReadyApp app = GetReady(session, id);
+    const int result = KURA::CGetData::GetInstance()->clearAppData(app.ids.package.data());
     if (result == 1) {
-        throw VerbError(ExitCode::kFailed, ids.package + " is protected: its data is never cleared");
+        throw VerbError(ExitCode::kFailed, app.ids.package + " is protected: its data is never cleared");
     }
     if (result != 0) {
         throw VerbError(ExitCode::kFailed, "the package manager refused (see kura log)");
     }
-    return Done("clear-data", ids);
+    return Done("clear-data", app.ids);
 }
 
 }  // namespace
 
 void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection) {
-    app.add_subcommand("apps", "Installed applications by size")->callback([&session, &selection] {
-        selection = {Place::kInside, [&session] { return Apps(session); }};
-    });
+    Declare(app.add_subcommand("apps", "Installed applications by size"), selection, Place::kInside,
+            [&session] { return Apps(session); });
     auto id = std::make_shared<std::string>();
     const auto add = [&](const char* name, const char* help,
                          Outcome (*run)(const Session&, const std::string&)) {
         CLI::App* verb = app.add_subcommand(name, help);
         verb->add_option("id", *id, "Application or package id")->required();
-        verb->callback([&session, &selection, id, run] {
-            selection = {Place::kInside, [&session, id, run] { return run(session, *id); }};
-        });
+        Declare(verb, selection, Place::kInside, [&session, id, run] { return run(session, *id); });
     };
     add("app", "One application's sizes", &OneApp);
     add("kill", "Stop an application, by the agent", &Kill);

@@ -220,9 +220,7 @@ void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selecti
     using Run = Outcome (*)(const Session&, const DiagnosisOptions&);
     const auto add = [&](const char* name, const char* help, Run run) {
         CLI::App* verb = app.add_subcommand(name, help);
-        verb->callback([&session, &selection, options, run] {
-            selection = {Place::kInside, [&session, options, run] { return run(session, *options); }};
-        });
+        Declare(verb, selection, Place::kInside, [&session, options, run] { return run(session, *options); });
         return verb;
     };
     const auto addList = [&](const char* name, const char* help, Run run) {
@@ -241,9 +239,8 @@ void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selecti
     add("page", "The page that a self-diagnosis opens", &Page)
         ->add_option("target", options->target, "NetworkSetting or SignalInfo")
         ->required();
-    app.add_subcommand("optimize", "Deep clean and memory boost")->callback([&session, &selection] {
-        selection = {Place::kInside, [&session] { return Optimize(session); }};
-    });
+    Declare(app.add_subcommand("optimize", "Deep clean and memory boost"), selection, Place::kInside,
+            [&session] { return Optimize(session); });
 }
 
 }  // namespace cli

@@ -1,5 +1,4 @@
 // The knowledge-base tool's verbs. None of them needs a set.
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -7,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "MapReadVerbs.h"
 #include "Verbs.h"
 #include "frame/Table.h"
 #include "map/Check.h"
@@ -163,20 +161,7 @@ Outcome ExplainRule(const ExplainArguments& arguments) {
     return {RuleJson(*rule), [rule] { std::cout << kuramap::Explain(*rule); }};
 }
 
-/// Makes a verb end with one line when a file cannot be read.
-MapVerbRunner RunnerFor(Selection& selection) {
-    return [&selection](std::function<Outcome()> work) {
-        selection = {Place::kOutside, [work = std::move(work)] {
-                         try {
-                             return work();
-                         } catch (const kuramap::Unreadable& error) {
-                             throw VerbError(ExitCode::kFailed, error.what());
-                         }
-                     }};
-    };
-}
-
-void AddCheck(CLI::App& map, const MapVerbRunner& runner) {
+void AddCheck(CLI::App& map, Selection& selection) {
     auto arguments = std::make_shared<CheckArguments>();
     CLI::App* verb = map.add_subcommand("check", "Find what would fail silently on a set");
     verb->add_option("files", arguments->files, "Solution maps; - for standard input")->required();
@@ -190,15 +175,15 @@ void AddCheck(CLI::App& map, const MapVerbRunner& runner) {
         ->capture_default_str();
     verb->add_flag("--strict", arguments->strict, "Warnings fail the check too");
     verb->add_option("--severity", arguments->severities, "TAG=error, warning, info or off");
-    verb->callback([runner, arguments] { runner([arguments] { return Check(*arguments); }); });
+    Declare(verb, selection, Place::kOutside, [arguments] { return Check(*arguments); });
 }
 
-void AddExplain(CLI::App& map, const MapVerbRunner& runner) {
+void AddExplain(CLI::App& map, Selection& selection) {
     auto arguments = std::make_shared<ExplainArguments>();
     CLI::App* verb = map.add_subcommand("explain", "What a rule finds, why it matters, how to mend it");
     verb->add_option("tag", arguments->tag, "Tag of the rule; all rules without it");
     verb->add_flag("--markdown", arguments->markdown, "All rules as a page of documentation");
-    verb->callback([runner, arguments] { runner([arguments] { return ExplainRule(*arguments); }); });
+    Declare(verb, selection, Place::kOutside, [arguments] { return ExplainRule(*arguments); });
 }
 
 }  // namespace
@@ -206,10 +191,9 @@ void AddExplain(CLI::App& map, const MapVerbRunner& runner) {
 void AddMapVerbs(CLI::App& app, Selection& selection) {
     CLI::App* verb = app.add_subcommand("map", "The knowledge-base tool: check and read solution maps");
     verb->require_subcommand(1);
-    const MapVerbRunner runner = RunnerFor(selection);
-    AddCheck(*verb, runner);
-    AddExplain(*verb, runner);
-    AddMapReadVerbs(*verb, runner);
+    AddCheck(*verb, selection);
+    AddExplain(*verb, selection);
+    AddMapReadVerbs(*verb, selection);
 }
 
 }  // namespace cli

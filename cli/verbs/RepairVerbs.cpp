@@ -190,19 +190,16 @@ void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection)
                   "Hand the engine's record back instead of recording it");
     fix->add_flag("--preview", options->preview, "Tell what it would do, in order, and change nothing");
     fix->callback([&session, &selection, options] {
-        if (options->preview) {
-            selection = {Place::kOutside, [&session, options] { return Preview(session, *options); }};
-            return;
-        }
-        selection = {Place::kInside, [&session, options] { return Fix(session, *options); }};
+        selection =
+            options->preview
+                ? Selection{Place::kOutside, [&session, options] { return Preview(session, *options); }}
+                : Selection{Place::kInside, [&session, options] { return Fix(session, *options); }};
     });
 
     CLI::App* launch =
         app.add_subcommand("launch", "Launch an application with the extra data that it expects");
     launch->add_option("app", options->app, "Application id")->required();
-    launch->callback([&session, &selection, options] {
-        selection = {Place::kInside, [&session, options] { return Launch(session, *options); }};
-    });
+    Declare(launch, selection, Place::kInside, [&session, options] { return Launch(session, *options); });
 }
 
 }  // namespace cli

@@ -58,10 +58,9 @@ void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection) {
                      "standard output goes to standard error with --json")
         ->required();
     verb->add_option("argument", options->arguments, "Its arguments, behind -- when they begin with a dash");
-    verb->callback([&session, &selection, options] {
-        selection = {Place::kInside, [&session, options] { return Run(session, *options); },
-                     [options] { return FolderOf(options->program); }};
-    });
+    Declare(
+        verb, selection, Place::kInside, [&session, options] { return Run(session, *options); },
+        [options] { return FolderOf(options->program); });
 }
 
 }  // namespace cli

@@ -103,9 +103,8 @@ Outcome Boost(const Session& session) {
 
 void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection) {
     const auto add = [&](const char* name, const char* help, Outcome (*run)(const Session&)) {
-        app.add_subcommand(name, help)->callback([&session, &selection, run] {
-            selection = {Place::kInside, [&session, run] { return run(session); }};
-        });
+        Declare(app.add_subcommand(name, help), selection, Place::kInside,
+                [&session, run] { return run(session); });
     };
     add("storage", "Partition and flash figures", &Storage);
     add("state", "The device's state, as sent to the usage statistics", &State);

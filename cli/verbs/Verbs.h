@@ -27,9 +27,13 @@ struct Selection {
     std::function<kuraset::SetDirectory()> on = {};
 };
 
-/// Selects the work when the command line names the verb.
-inline void Declare(CLI::App* verb, Selection& selection, Place place, std::function<Outcome()> run) {
-    verb->callback([&selection, place, run = std::move(run)] { selection = {place, run}; });
+/// Selects the work when the command line names the verb. The last two are those of the selection.
+inline void Declare(CLI::App* verb, Selection& selection, Place place, std::function<Outcome()> run,
+                    std::function<std::filesystem::path()> show = {},
+                    std::function<kuraset::SetDirectory()> on = {}) {
+    verb->callback([&selection, work = Selection{place, std::move(run), std::move(show), std::move(on)}] {
+        selection = work;
+    });
 }
 
 void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);
@@ -44,6 +48,8 @@ void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddServeVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddMapVerbs(CLI::App& app, Selection& selection);
+/// show, diff, stats and format, below "map".
+void AddMapReadVerbs(CLI::App& map, Selection& selection);
 void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);
 

@@ -94,11 +94,11 @@ void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection) {
     verb->add_option("--list", options->list, "start: after a diagnosis; home: what remains unfixed")
         ->check(CLI::IsMember({"start", "home"}))
         ->capture_default_str();
-    verb->callback([&session, &selection, options] {
-        selection = {Place::kInside, [&session, options] { return Why(session, *options); }};
-        const auto questioned = std::make_shared<Questioned>();
-        selection.on = [&session, questioned] { return questioned->Prepare(session.OpenSet()); };
-    });
+    Declare(
+        verb, selection, Place::kInside, [&session, options] { return Why(session, *options); }, {},
+        [&session, questioned = std::make_shared<Questioned>()] {
+            return questioned->Prepare(session.OpenSet());
+        });
 }
 
 }  // namespace cli
