@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <exception>
+#include <initializer_list>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -30,56 +31,24 @@ bool BeginsLine(std::string_view name) {
     return std::find(std::begin(kFirst), std::end(kFirst), name) != std::end(kFirst);
 }
 
-/// Escapes text between tags. Parsers turn a literal CR into LF, so a CR here was written as "&#13;".
-std::string EscapedText(std::string_view text) {
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '\r':
-                escaped += "&#13;";
-                break;
-            default:
-                escaped += c;
-        }
-    }
-    return escaped;
-}
+using References = std::initializer_list<std::pair<char, const char*>>;
 
-/// Escapes the value of an attribute. Parsers turn a literal line break or tab into a blank, so one in the
-/// value was written as a reference.
-std::string EscapedValue(std::string_view text) {
+/// What is escaped between tags. Parsers turn a literal CR into LF, so a CR here was written as a reference.
+constexpr References kInText = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'\r', "&#13;"}};
+/// What is escaped in the value of an attribute. Parsers turn a literal line break or tab there into a blank,
+/// so one in the value was written as a reference.
+constexpr References kInValue = {{'&', "&amp;"},  {'<', "&lt;"},   {'"', "&quot;"},
+                                 {'\n', "&#10;"}, {'\r', "&#13;"}, {'\t', "&#9;"}};
+
+std::string Escaped(std::string_view text, const References& references) {
     std::string escaped;
     for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '\n':
-                escaped += "&#10;";
-                break;
-            case '\r':
-                escaped += "&#13;";
-                break;
-            case '\t':
-                escaped += "&#9;";
-                break;
-            default:
-                escaped += c;
+        const auto found = std::find_if(references.begin(), references.end(),
+                                        [c](const auto& reference) { return reference.first == c; });
+        if (found == references.end()) {
+            escaped += c;
+        } else {
+            escaped += found->second;
         }
     }
     return escaped;
@@ -205,7 +174,7 @@ private:
     void WriteText() {
         const std::string_view text = Trimmed(m_text);
         if (!text.empty()) {
-            m_out += Margin() + EscapedText(text) + "\n";
+            m_out += Margin() + Escaped(text, kInText) + "\n";
         }
         m_text.clear();
     }
@@ -220,7 +189,7 @@ private:
         const std::size_t aligned = column + 1;
         bool isFirst = true;
         for (const auto& [key, value] : Arranged(attributes, kind)) {
-            const std::string text = key + "=\"" + EscapedValue(value) + "\"";
+            const std::string text = key + "=\"" + Escaped(value, kInValue) + "\"";
             const bool isNewLine = !isFirst && ((kind == ElementKind::kSolution && BeginsLine(key)) ||
                                                 column + 1 + text.size() > kWidth);
             m_out += isNewLine ? "\n" + std::string(aligned, ' ') : " ";

@@ -5,7 +5,6 @@
 #include <sqlite3.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <new>
@@ -16,27 +15,18 @@
 #include "Database.h"
 #include "Fakes.h"
 #include "Problems.h"
+#include "RefusedMemory.h"
 #include "trust/Trust.h"
 
 using Codes = std::vector<std::string>;
 
 namespace {
 
-bool g_refusing = false;
-std::size_t g_left = 0;
 long g_sqlitePieces = 0;
 sqlite3_mem_methods g_sqliteMemory;
 
-bool Strikes() {
-    if (!g_refusing || g_left-- != 0) {
-        return false;
-    }
-    g_refusing = false;
-    return true;
-}
-
 void* SqliteMalloc(int size) {
-    void* piece = Strikes() ? nullptr : g_sqliteMemory.xMalloc(size);
+    void* piece = fakes::refusal.Strikes() ? nullptr : g_sqliteMemory.xMalloc(size);
     g_sqlitePieces += piece != nullptr ? 1 : 0;
     return piece;
 }
@@ -47,7 +37,7 @@ void SqliteFree(void* piece) {
 }
 
 void* SqliteRealloc(void* piece, int size) {
-    return Strikes() ? nullptr : g_sqliteMemory.xRealloc(piece, size);
+    return fakes::refusal.Strikes() ? nullptr : g_sqliteMemory.xRealloc(piece, size);
 }
 
 /// Before the first use of SQLite in this process.
@@ -72,8 +62,7 @@ std::size_t RefuseEachPiece(const std::function<void()>& prepare, const std::fun
         prepare();
         const long before = g_sqlitePieces;
         bool threw = false;
-        g_left = n;
-        g_refusing = true;
+        fakes::refusal.Begin(n);
         try {
             work();
         } catch (const std::bad_alloc&) {
@@ -81,8 +70,7 @@ std::size_t RefuseEachPiece(const std::function<void()>& prepare, const std::fun
         } catch (const std::out_of_range&) {
             threw = true;  // of a load whose columns could not all be read
         }
-        struck = !g_refusing;
-        g_refusing = false;
+        struck = fakes::refusal.End();
         refused += struck ? 1 : 0;
         EXPECT_EQ(g_sqlitePieces, before);
         EXPECT_TRUE(struck || !threw);
@@ -127,26 +115,6 @@ protected:
 };
 
 }  // namespace
-
-// Out of line: inlined, they would look to the compiler like a new that free() answers.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (Strikes()) {
-        throw std::bad_alloc();
-    }
-    void* piece = std::malloc(size);
-    if (piece == nullptr) {
-        throw std::bad_alloc();
-    }
-    return piece;
-}
-
-[[gnu::noinline]] void operator delete(void* piece) noexcept {
-    std::free(piece);
-}
-
-[[gnu::noinline]] void operator delete(void* piece, std::size_t) noexcept {
-    std::free(piece);
-}
 
 TEST_F(Memory, MayRunOutInAnEvaluationAndItsSave) {
     bool atLastWhole = false;

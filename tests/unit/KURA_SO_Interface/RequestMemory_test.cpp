@@ -6,23 +6,19 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "Fakes.h"
 #include "Files.h"
 #include "KURA_SO_Interface.h"
+#include "RefusedMemory.h"
 
 using fakes::Set;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-bool g_refusing = false;
-std::size_t g_left = 0;
 
 const std::string kException = ": Got exception 2";
 const std::string kFromRequest = "log 6 RequestApplySolutionWrapper" + kException;
@@ -40,11 +36,10 @@ bool RunShortOfMemory(std::size_t left, Request request) {
     Set().recordedSolutions.clear();
     Set().events.clear();
     Set().keepRecords = false;
-    g_left = left;
-    g_refusing = true;
+    fakes::refusal.atStrike = [] { Set().keepRecords = true; };
+    fakes::refusal.Begin(left);
     EXPECT_NO_THROW(request());
-    const bool struck = !g_refusing;
-    g_refusing = false;
+    const bool struck = fakes::refusal.End();
     Set().keepRecords = true;
     return struck;
 }
@@ -56,28 +51,6 @@ std::vector<int> Fields(const WMSolutionParams& params) {
 constexpr WMSolutionParams kUnset{-9, -9, -9, -9};
 
 }  // namespace
-
-// Out of line: inlined, they would look to the compiler like a new that free() answers.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (g_refusing && g_left-- == 0) {
-        g_refusing = false;
-        Set().keepRecords = true;
-        throw std::bad_alloc();
-    }
-    void* piece = std::malloc(size);
-    if (piece == nullptr) {
-        throw std::bad_alloc();
-    }
-    return piece;
-}
-
-[[gnu::noinline]] void operator delete(void* piece) noexcept {
-    std::free(piece);
-}
-
-[[gnu::noinline]] void operator delete(void* piece, std::size_t) noexcept {
-    std::free(piece);
-}
 
 TEST(RequestMemory, EndsARequestLoggedWhicheverPieceIsRefused) {
     files::Install(files::Solution("100", "VCONFSET_INT", kLongName, {"1"}, "11") +

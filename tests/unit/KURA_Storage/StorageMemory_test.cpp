@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 #include <string>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "Fakes.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
+#include "RefusedMemory.h"
 
 using KURA::KURA_Solution;
 using KURA::TCInformationStorage;
@@ -21,18 +21,11 @@ namespace {
 
 using Solutions = std::vector<KURA_Solution>;
 
-std::size_t g_pieces = 0;
-bool g_refusing = false;
-std::size_t g_left = 0;
-
 /// Refuses the piece after so many others, while it lives.
 class Refusal {
 public:
-    explicit Refusal(std::size_t left) {
-        g_left = left;
-        g_refusing = true;
-    }
-    ~Refusal() { g_refusing = false; }
+    explicit Refusal(std::size_t left) { fakes::refusal.Begin(left); }
+    ~Refusal() { fakes::refusal.End(); }
     Refusal(const Refusal&) = delete;
     Refusal& operator=(const Refusal&) = delete;
 };
@@ -58,42 +51,20 @@ TCInformationStorage& Store() {
 
 }  // namespace
 
-// Out of line: inlined, they would look to the compiler like a new that free() answers.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (g_refusing && g_left-- == 0) {
-        g_refusing = false;
-        throw std::bad_alloc();
-    }
-    ++g_pieces;
-    void* piece = std::malloc(size);
-    if (piece == nullptr) {
-        throw std::bad_alloc();
-    }
-    return piece;
-}
-
-[[gnu::noinline]] void operator delete(void* piece) noexcept {
-    std::free(piece);
-}
-
-[[gnu::noinline]] void operator delete(void* piece, std::size_t) noexcept {
-    std::free(piece);
-}
-
 TEST(StorageMemory, TakesAMovedVectorWithoutACopy) {
     Store().Initialize();
     Solutions given = MakeMany(20);
-    const std::size_t before = g_pieces;
+    const std::size_t before = fakes::refusal.pieces;
     Store().SetSolutionInformation(20, std::move(given));
-    EXPECT_EQ(g_pieces - before, 0U);
+    EXPECT_EQ(fakes::refusal.pieces - before, 0U);
 }
 
 TEST(StorageMemory, AppendsAMovedVectorWithoutCopyingARecord) {
     Store().SetSolutionInformation(20, MakeMany(20));
     Solutions given = MakeMany(20);
-    const std::size_t before = g_pieces;
+    const std::size_t before = fakes::refusal.pieces;
     Store().SetSolutionInformation(20, std::move(given));
-    EXPECT_EQ(g_pieces - before, 1U) << "room for the longer list";
+    EXPECT_EQ(fakes::refusal.pieces - before, 1U) << "room for the longer list";
 }
 
 TEST(StorageMemory, ReadsWithOneDeepCopy) {
@@ -101,21 +72,21 @@ TEST(StorageMemory, ReadsWithOneDeepCopy) {
     const Solutions solutions = MakeMany(20);
     Store().SetSolutionInformation(20, solutions);
     Solutions copy;
-    std::size_t before = g_pieces;
+    std::size_t before = fakes::refusal.pieces;
     copy = solutions;
-    const std::size_t deepCopy = g_pieces - before;
+    const std::size_t deepCopy = fakes::refusal.pieces - before;
 
     TSCurrentKURAMap summary;
-    before = g_pieces;
+    before = fakes::refusal.pieces;
     Store().GetKURAMapInformation(summary);
-    EXPECT_EQ(g_pieces - before, deepCopy);
+    EXPECT_EQ(fakes::refusal.pieces - before, deepCopy);
     EXPECT_EQ(summary.solutions.size(), copy.size());
 
     unsigned int count = 0;
     Solutions out;
-    before = g_pieces;
+    before = fakes::refusal.pieces;
     Store().GetSolutionInformation(count, out);
-    EXPECT_EQ(g_pieces - before, deepCopy);
+    EXPECT_EQ(fakes::refusal.pieces - before, deepCopy);
     EXPECT_EQ(out.size(), copy.size());
     EXPECT_GT(deepCopy, copy.size());
 }

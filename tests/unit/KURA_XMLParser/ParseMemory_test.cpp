@@ -16,29 +16,15 @@
 #include "Fakes.h"
 #include "KURA_SolutionMap.h"
 #include "KURA_XMLParser.h"
+#include "RefusedMemory.h"
 #include "dlog.h"
 
+using fakes::refusal;
 using KURA::KURA_SolutionMap;
 using KURA::TCXMLParser;
 
 namespace {
 
-/// Once on, refuses the piece after so many others, and that one only.
-struct Refusal {
-    bool on = false;
-    std::size_t left = 0;
-
-    bool Strikes() {
-        if (!on || left-- != 0) {
-            return false;
-        }
-        on = false;
-        return true;
-    }
-};
-
-Refusal g_refusal;
-bool g_hugeFromFile = false;
 void* g_huge = nullptr;
 int g_parsers = 0;
 int g_parsersMade = 0;
@@ -69,13 +55,13 @@ void* MapHuge(std::size_t size) {
 }
 
 void* ExpatMalloc(std::size_t size) {
-    void* piece = g_refusal.Strikes() ? nullptr : std::malloc(size);
+    void* piece = refusal.Strikes() ? nullptr : std::malloc(size);
     g_expatPieces += piece != nullptr ? 1 : 0;
     return piece;
 }
 
 void* ExpatRealloc(void* old, std::size_t size) {
-    if (g_refusal.Strikes()) {
+    if (refusal.Strikes()) {
         return nullptr;
     }
     g_expatPieces += old == nullptr ? 1 : 0;
@@ -109,31 +95,6 @@ constexpr const char* kDocument =
     "<solution sid_issue='another text that is too long for its record to hold inside'/></m>";
 
 }  // namespace
-
-// Out of line: inlined, they would look to the compiler like a new that free() answers.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (g_refusal.Strikes()) {
-        throw std::bad_alloc();
-    }
-    if (g_hugeFromFile && size > kHuge) {
-        return MapHuge(size);
-    }
-    void* piece = std::malloc(size);
-    if (piece == nullptr) {
-        throw std::bad_alloc();
-    }
-    return piece;
-}
-
-[[gnu::noinline]] void operator delete(void* piece) noexcept {
-    if (piece == nullptr || piece != g_huge) {
-        std::free(piece);
-    }
-}
-
-[[gnu::noinline]] void operator delete(void* piece, std::size_t) noexcept {
-    operator delete(piece);
-}
 
 extern "C" __attribute__((visibility("default"))) void* XML_ParserCreate(const char* encoding) {
     static auto* create = NextOf<void*(const char*, const MemorySuite*, const char*)>("XML_ParserCreate_MM");
@@ -184,9 +145,9 @@ TEST(ParseMemory, LogsThatNoParserCouldBeCreated) {
     map.solutions.emplace_back("1", "", "", "", "", "", "", "", "", "", "", "", "", "", "");
     const TCXMLParser parser;
     const std::string text = "<m/>";
-    g_refusal = {true, 0};
+    refusal.Begin(0);
     const bool parsed = parser.Parse(text, map);
-    g_refusal.on = false;
+    refusal.End();
     EXPECT_FALSE(parsed);
     EXPECT_EQ(fakes::Set().Messages(), std::vector<std::string>{"Couldnt create parser"});
     EXPECT_TRUE(fakes::Set().Logged(DLOG_ERROR, "Couldnt create parser"));
@@ -206,15 +167,14 @@ TEST(ParseMemory, LosesNothingWhicheverPieceIsRefused) {
     for (std::size_t n = 0; struck; ++n) {
         KURA_SolutionMap map;
         bool parsed = true;
-        g_refusal = {true, n};
+        refusal.Begin(n);
         try {
             parsed = parser.Parse(text, map);
             refused += parsed ? 0 : 1;
         } catch (const std::bad_alloc&) {
             ++thrown;
         }
-        struck = !g_refusal.on;
-        g_refusal.on = false;
+        struck = refusal.End();
         ASSERT_EQ(g_parsers, 0) << "piece " << n;
         ASSERT_EQ(g_expatPieces, 0) << "piece " << n;
         ASSERT_TRUE(struck || (parsed && map.solutions.size() == 2)) << "with every piece it parses";
@@ -264,7 +224,12 @@ TEST(ParseMemory, RefusesATextLongerThanExpatCanCount) {
     if (std::string().max_size() < std::size_t{1} << 31) {
         GTEST_SKIP() << "this machine has no text of that length";
     }
-    g_hugeFromFile = true;
+    refusal.allocate = [](std::size_t size) { return size > kHuge ? MapHuge(size) : std::malloc(size); };
+    refusal.release = [](void* piece) {
+        if (piece != g_huge) {
+            std::free(piece);
+        }
+    };
     const std::string text(std::size_t{1} << 31, '\0');
     const TCXMLParser parser;
     KURA_SolutionMap map;
