@@ -85,7 +85,6 @@ MapToDBTable BuildRow(const KURA_Solution& solution, const std::string& lastTime
     MapToDBTable row;
     row.index = 1;
     row.issue_code = solution.issue_code;
-    row.is_fix = 0;
     row.last_time = lastTime;
     row.sol_type = solution.sol_type;
     row.sol_name = solution.sol_name;

@@ -127,7 +127,6 @@ void KURA_KPISender::m_getSeries() {
     const OwnedText text = ReadInfo(base::kSeriesInfo);
     if (text == nullptr) {
         KURA_INFO("ERROR: failed to get series!!");
-        m_series = kUnknown;
         return;
     }
     // Kept: the series is appended to the initial "NULL" ("NULLQN9"); the statistics are keyed on that.

@@ -303,15 +303,25 @@ TEST_F(AppInventory, GoesOnWithoutAClient) {
 TEST_F(AppInventory, KeepsAWorkersExceptionInside) {
     m_inventory.Add("One");
     m_inventory.Add("Two");
+    m_inventory.Add("Three");
     std::atomic<int> clients{0};
     Set().onCall = [&clients](const std::string& call) {
-        if (call == "pkgmgr_client_new(0)" && ++clients == 1) {
-            throw std::runtime_error("a service that throws");
+        if (call != "pkgmgr_client_new(0)") {
+            return;
+        }
+        switch (++clients) {
+            case 1:
+                throw std::runtime_error("a service that throws");
+            case 2:
+                throw "a text";
+            default:
+                return;
         }
     };
     EXPECT_THAT(List(), SizeIs(1));
     Set().onCall = nullptr;
     EXPECT_THAT(agent::Log(), Contains("6 sendAppList: a service that throws"));
+    EXPECT_THAT(agent::Log(), Contains("6 sendAppList: unknown exception"));
 }
 
 TEST_F(AppInventory, LetsACancelledWorkerEnd) {

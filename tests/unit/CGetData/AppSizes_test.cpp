@@ -396,6 +396,8 @@ TEST(AppSizes, AddsTheAgentsSizeForYouTube) {
                     "For utube", "final value of appsize for Youtube is " + std::to_string(total),
                     "App Data + App Cache size for requested app with Package name : 9Ur5IzDKqV and Vesta "
                     "ID : app is 300"));
+    EXPECT_TRUE(Set().Logged(4, "For utube"));
+    EXPECT_TRUE(Set().Logged(4, "final value of appsize for Youtube is " + std::to_string(total)));
     Set().log.clear();
     device->sendAppData("9Ur5IzDKqV2", "other");
     EXPECT_FALSE(Set().Logged(4, "For utube"));

@@ -261,6 +261,8 @@ TEST(CGetData, ReportsTheDeviceState) {
         EXPECT_EQ(device->CheckDeviceState(), row.result);
         EXPECT_THAT(Set().Messages("CheckDeviceState"),
                     ElementsAre("CheckDeviceState", "CheckFlashState : " + std::to_string(row.state)));
+        EXPECT_TRUE(Set().Logged(4, "CheckDeviceState"));
+        EXPECT_TRUE(Set().Logged(4, "CheckFlashState : " + std::to_string(row.state)));
         ASSERT_EQ(Set().usageEvents.size(), 1u);
         EXPECT_THAT(Set().usageEvents[0][3], HasSubstr("select_item=DeviceState;"));
         EXPECT_THAT(Set().usageEvents[0][3], HasSubstr("status=" + std::string(row.word) + ";"));

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -247,6 +248,17 @@ TEST_F(KPISender, CountsNullTextsAsFailedReads) {
     EXPECT_THAT(fakes::Set().Messages("m_getSerialNumber"),
                 ElementsAre("ERROR: failed to get serial number!!"));
     EXPECT_THAT(fakes::Set().Messages("m_getSeries"), ElementsAre("ERROR: failed to get series!!"));
+}
+
+TEST_F(KPISender, LogsEachKindOfReport) {
+    const std::function<void()> reports[] = {[] { Send("item"); }, [] { Send("item", "Good"); },
+                                             [] { Send("item", 3); }};
+    KURA_KPISender::GetInstance();
+    for (const auto& report : reports) {
+        fakes::Set().log.clear();
+        report();
+        EXPECT_TRUE(fakes::Set().Logged(4, "SendKurahelp KPI"));
+    }
 }
 
 TEST_P(KPISenderSeries, AppendsUpToTheFirstDigit) {

@@ -12,6 +12,7 @@
 #include "Fakes.h"
 #include "Files.h"
 #include "KURA_SO_Interface.h"
+#include "KURA_SolutionMap.h"
 #include "RefusedMemory.h"
 
 using fakes::Set;
@@ -70,6 +71,17 @@ TEST(RequestMemory, EndsARequestLoggedWhicheverPieceIsRefused) {
     EXPECT_GT(beforeTheAction, 0);
     EXPECT_GT(behindTheAction, 0);
     EXPECT_EQ(Set().recordedSolutions.size(), 2U) << "with every piece the request is served whole";
+}
+
+TEST(RequestMemory, IsAskedForUpToTheLargestDocumentThatTheSetHolds) {
+    constexpr std::size_t kLargest = 2147483647;
+    files::Write("/home/large", "");
+    files::fs::resize_file("/home/large", kLargest);
+    KURA::KURA_SolutionMap map;
+    const auto read = [&map] { EXPECT_FALSE(XMLParse("/home/large", map)); };
+    EXPECT_TRUE(RunShortOfMemory(0, read));
+    files::fs::resize_file("/home/large", kLargest + 1);
+    EXPECT_FALSE(RunShortOfMemory(0, read));
 }
 
 TEST(RequestMemory, FillsTheRecordUnlessItIsTheFillThatIsRefused) {

@@ -127,8 +127,9 @@ TEST(Attributes, ReadEveryTextButFalseAndZeroAsTrue) {
         const char* text;
         bool value;
     } rows[] = {
-        {"false", false}, {"FALSE", false}, {"False", false}, {"0", false}, {"no", true}, {"off", true},
-        {"", true},       {"true", true},   {"1", true},      {"00", true}, {" 0", true}, {"falsy", true},
+        {"false", false}, {"FALSE", false}, {"False", false}, {"0", false}, {"no", true},
+        {"off", true},    {"", true},       {"true", true},   {"1", true},  {"00", true},
+        {" 0", true},     {"falsy", true},  {"halse", true},
     };
     for (const auto& row : rows) {
         for (const bool before : {false, true}) {
@@ -175,6 +176,8 @@ TEST(Attributes, CompareAValueInAnyLetterCase) {
     EXPECT_TRUE(attributes.HasAttrOfValue("name", "launch"));
     EXPECT_FALSE(attributes.HasAttrOfValue("name", "launch "));
     EXPECT_FALSE(attributes.HasAttrOfValue("name", "lounge"));
+    EXPECT_FALSE(attributes.HasAttrOfValue("name", "haunch"));
+    EXPECT_FALSE(attributes.HasAttrOfValue("name", "paunch"));
     EXPECT_FALSE(attributes.HasAttrOfValue("name", "launc"));
     EXPECT_FALSE(attributes.HasAttrOfValue("NAME", "launch"));
     EXPECT_TRUE(With("").HasAttrOfValue("name", ""));

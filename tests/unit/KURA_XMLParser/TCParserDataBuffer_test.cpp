@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <climits>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -70,6 +72,19 @@ TEST(ParserDataBuffer, RefusesMoreBytesThanASignedLengthCanTell) {
     } catch (const std::length_error& error) {
         EXPECT_STREQ(error.what(), "vector::_M_realloc_insert");
     }
+    EXPECT_EQ(Held(buffer), "a");
+}
+
+TEST(ParserDataBuffer, AsksForTheMemoryOfAsManyBytesAsASignedLengthCanTell) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer needs the address space itself";
+#endif
+    const rlimit half{1 << 30, RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &half), 0);
+    TCParserDataBuffer buffer;
+    EXPECT_THROW(buffer.InsertData("b", INT_MAX), std::bad_alloc);
+    buffer.InsertData("a", 1);
+    EXPECT_THROW(buffer.InsertData("b", INT_MAX - 1), std::bad_alloc);
     EXPECT_EQ(Held(buffer), "a");
 }
 

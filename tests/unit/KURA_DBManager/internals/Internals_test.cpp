@@ -10,6 +10,7 @@
 #include "Database.h"
 #include "Fakes.h"
 #include "KURA_DBManager.h"
+#include "KURA_DBManager/Connection.h"
 #include "LogLines.h"
 
 using database::Value;
@@ -302,4 +303,33 @@ TEST_F(DBManagerInternals, DoesNotBeginOnAClosedConnection) {
         save.Commit();
     }
     EXPECT_THAT(TakeLog(), Contains("6 m_Insert: ERROR: remainingTBL table insert is fail!!"));
+}
+
+TEST_F(DBManagerInternals, ReadsAndStoresTextsUpTo16Mebibytes) {
+    constexpr int kMost = 16777216;
+    EXPECT_EQ(sqlite3_limit(Manager().m_handle, SQLITE_LIMIT_LENGTH, -1), kMost);
+    EXPECT_EQ(sqlite3_limit(Manager().m_handle, SQLITE_LIMIT_SQL_LENGTH, -1), kMost);
+    EXPECT_EQ(sqlite3_limit(Manager().m_handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, -1), 1000);
+    EXPECT_EQ(sqlite3_limit(Manager().m_handle, SQLITE_LIMIT_VDBE_OP, -1), 1000);
+    KURA::store::Run(Manager().m_handle, "SELECT 1");
+    EXPECT_TRUE(KURA::store::MayRead(kMost));
+    EXPECT_FALSE(KURA::store::MayRead(1));
+    KURA::store::Run(Manager().m_handle, "SELECT 1");
+    EXPECT_FALSE(KURA::store::MayRead(kMost + 1));
+}
+
+TEST_F(DBManagerInternals, GivesTheNextConnectionItsTimeAgain) {
+    const std::string count =
+        "WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n WHERE x < 5000) "
+        "SELECT count(*) FROM n, n AS m";
+    const std::string few = count.substr(0, count.rfind(','));
+    EXPECT_EQ(KURA::store::Run(Manager().m_handle, few.c_str()), SQLITE_OK);
+    EXPECT_EQ(KURA::store::Run(Manager().m_handle, count.c_str()), SQLITE_INTERRUPT);
+    EXPECT_EQ(KURA::store::Run(Manager().m_handle, few.c_str()), SQLITE_INTERRUPT) << "one was too slow";
+    Manager().CloseDB();
+    sqlite3* handle = nullptr;
+    ASSERT_EQ(KURA::store::Open(database::kRemaining, handle), SQLITE_OK);
+    EXPECT_EQ(KURA::store::Run(handle, few.c_str()), SQLITE_OK);
+    sqlite3_close(handle);
+    Manager().OpenDB(EDB_REMAINING);
 }
