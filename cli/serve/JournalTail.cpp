@@ -37,6 +37,14 @@ Json EntryOf(const std::string& line) {
     return entry.is_object() ? entry : Json{{"kind", "damaged"}};
 }
 
+/// The marks between the runs are no requests to the set.
+void AddEntry(Json entry, Json& entries) {
+    const auto kind = entry.find("kind");
+    if (kind == entry.end() || *kind != "run") {
+        entries.push_back(std::move(entry));
+    }
+}
+
 }  // namespace
 
 JournalTail::JournalTail(std::filesystem::path path) : m_path(std::move(path)) {}
@@ -81,7 +89,7 @@ void JournalTail::Take(const std::string& bytes, Json& entries) {
     for (std::size_t end = bytes.find('\n'); end != std::string::npos; end = bytes.find('\n', start)) {
         m_line.append(bytes, start, end - start);
         if (!m_insideLine && !m_line.empty()) {
-            entries.push_back(EntryOf(m_line));
+            AddEntry(EntryOf(m_line), entries);
         }
         m_insideLine = false;
         m_line.clear();

@@ -60,6 +60,61 @@ Entry WithTimeAndKind(const Entry& entry) {
     return line;
 }
 
+constexpr const char* kRunKind = "run";
+
+std::string TextIn(const json& entry, const char* key) {
+    const auto found = entry.find(key);
+    return found != entry.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+bool IsOfKind(const json& entry, const std::string& kind) {
+    return TextIn(entry, "kind") == kind;
+}
+
+/// 0 for what is no mark of a run.
+int NumberOfRun(const json& entry) {
+    const auto found = entry.is_object() ? entry.find("run") : entry.end();
+    return found != entry.end() && found->is_number_integer() ? found->get<int>() : 0;
+}
+
+std::string CommandOf(const json& mark) {
+    std::string command;
+    for (const json& word : mark.value("command", json::array())) {
+        command += (command.empty() ? "" : " ") + (word.is_string() ? word.get<std::string>() : word.dump());
+    }
+    return command;
+}
+
+/// The number of the last run in a journal; 0 when there is none. A text inside a line holds its quotation
+/// marks escaped, so that it is never taken for a mark.
+int LastRun(const std::string& journal) {
+    int number = 0;
+    for (std::size_t at = std::string::npos; number == 0 && at != 0; --at) {
+        at = journal.rfind("\"kind\":\"run\"", at);
+        if (at == std::string::npos || at == 0) {
+            break;
+        }
+        const std::size_t start = journal.rfind('\n', at) + 1;
+        number =
+            NumberOfRun(json::parse(journal.substr(start, journal.find('\n', at) - start), nullptr, false));
+    }
+    return number;
+}
+
+std::vector<json> AllEntries(const std::filesystem::path& journal) {
+    std::vector<json> entries;
+    std::istringstream lines(ReadWhole(journal).value_or(std::string()));
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        if (line.empty()) {
+            continue;
+        }
+        json entry = json::parse(line, nullptr, false);
+        entries.push_back(entry.is_object() ? std::move(entry) : json{{"kind", "damaged"}, {"line", number}});
+    }
+    return entries;
+}
+
 }  // namespace
 
 std::string Legible(const std::string& text) {
@@ -165,30 +220,38 @@ bool SetDirectory::AppendJournal(const json& entry) const noexcept {
     }
 }
 
+void SetDirectory::BeginRun(const std::vector<std::string>& command) const noexcept {
+    try {
+        const int number = LastRun(ReadWhole(JournalPath()).value_or(std::string())) + 1;
+        JournalWriter(JournalPath()).Append({{"kind", kRunKind}, {"run", number}, {"command", command}});
+    } catch (...) {
+        // Out of memory: this run is then told as a part of the one before.
+    }
+}
+
 std::vector<json> SetDirectory::ReadJournal(const std::string& kind) const {
     std::vector<json> entries;
-    const std::optional<std::string> text = ReadWhole(JournalPath());
-    if (!text) {
-        return entries;
-    }
-
-    std::istringstream lines(*text);
-    std::string line;
-    for (int number = 1; std::getline(lines, line); ++number) {
-        if (line.empty()) {
-            continue;
-        }
-        json entry = json::parse(line, nullptr, false);
-        if (!entry.is_object()) {
-            entry = {{"kind", "damaged"}, {"line", number}};
-        }
-        const auto found = entry.find("kind");
-        const bool named = found != entry.end() && found->is_string();
-        if (kind.empty() || (named && found->get_ref<const std::string&>() == kind)) {
+    for (json& entry : AllEntries(JournalPath())) {
+        if (kind.empty() ? !IsOfKind(entry, kRunKind) : IsOfKind(entry, kind)) {
             entries.push_back(std::move(entry));
         }
     }
     return entries;
+}
+
+std::vector<JournalRun> SetDirectory::ReadRuns() const {
+    std::vector<JournalRun> runs;
+    for (json& entry : AllEntries(JournalPath())) {
+        if (IsOfKind(entry, kRunKind)) {
+            runs.push_back({NumberOfRun(entry), TextIn(entry, "time"), CommandOf(entry), {}});
+            continue;
+        }
+        if (runs.empty()) {
+            runs.push_back({0, TextIn(entry, "time"), "", {}});
+        }
+        runs.back().entries.push_back(std::move(entry));
+    }
+    return runs;
 }
 
 void SetDirectory::ClearJournal() const {

@@ -65,6 +65,14 @@ struct SolutionRecord {
     std::string registerTime;
 };
 
+/// What one process that ran on the set left in the journal.
+struct JournalRun {
+    int number = 0;  ///< from 1 on in a journal; 0 for entries before its first run
+    std::string time;
+    std::string command;  ///< the arguments of the kura command, a blank between two
+    std::vector<json> entries;
+};
+
 /// A record as scenarios and examples/set/engine.json write it.
 void to_json(nlohmann::ordered_json& document, const InferenceRecord& record);
 void to_json(nlohmann::ordered_json& document, const SolutionRecord& record);
@@ -145,9 +153,14 @@ public:
     /// Adds "time" in front when the entry has none. False when the line could not be written whole; never
     /// throws.
     bool AppendJournal(const json& entry) const noexcept;
-    /// All entries in order, or those of one kind. A line that is not JSON, for example after a power cut, is
-    /// returned as {"kind":"damaged","line":n}.
+    /// Marks that the entries from here on are those of another run, with the next number. A journal that
+    /// cannot be written gets no mark. Never throws.
+    void BeginRun(const std::vector<std::string>& command) const noexcept;
+    /// All entries in order but the marks of runs (kind "run"), or those of one kind. A line that is not
+    /// JSON, for example after a power cut, is returned as {"kind":"damaged","line":n}.
     std::vector<json> ReadJournal(const std::string& kind = "") const;
+    /// The same by run: runs that left nothing, too.
+    std::vector<JournalRun> ReadRuns() const;
     void ClearJournal() const;
 
 private:

@@ -277,6 +277,39 @@ TEST(Journal, SkipsNoLineThatACutOfPowerTore) {
     EXPECT_EQ(entries[2].at("kind"), "event");
 }
 
+TEST(Journal, TellsRunsApartByNumber) {
+    TemporarySet set;
+    set->AppendJournal({{"kind", "log"}, {"message", "\"kind\":\"run\",\"run\":7"}});
+    set->BeginRun({"fix", "1001"});
+    set->AppendJournal({{"kind", "setting"}, {"n", 1}});
+    set->AppendJournal({{"kind", "log"}, {"n", 2}});
+    set->BeginRun({"problems"});
+    const auto runs = set->ReadRuns();
+    ASSERT_EQ(runs.size(), 3u);
+    EXPECT_EQ(runs[0].number, 0);
+    EXPECT_EQ(runs[0].entries.size(), 1u);
+    EXPECT_EQ(runs[1].number, 1);
+    EXPECT_EQ(runs[1].command, "fix 1001");
+    EXPECT_EQ(runs[1].time.find("20"), 0u);
+    ASSERT_EQ(runs[1].entries.size(), 2u);
+    EXPECT_EQ(runs[1].entries[1].at("n"), 2);
+    EXPECT_EQ(runs[2].number, 2);
+    EXPECT_TRUE(runs[2].entries.empty());
+    EXPECT_EQ(set->ReadJournal().size(), 3u) << "without the marks";
+    EXPECT_EQ(set->ReadJournal("run").size(), 2u);
+    set->ClearJournal();
+    set->BeginRun({"diagnose"});
+    EXPECT_EQ(set->ReadRuns().at(0).number, 1);
+}
+
+TEST(Journal, CountsRunsOnBehindAMarkThatAPowerCutTore) {
+    TemporarySet set;
+    set->BeginRun({"first"});
+    WriteText(set->JournalPath(), ReadText(set->JournalPath()) + "{\"kind\":\"run\",\"ru\n");
+    set->BeginRun({"second"});
+    EXPECT_EQ(set->ReadRuns().back().number, 2);
+}
+
 TEST(Journal, KeepsTheLinesOfParallelProcessesWhole) {
     TemporarySet set;
     constexpr int kProcesses = 6;
@@ -301,6 +334,7 @@ TEST(Journal, ThatCannotBeWrittenIsNoAccident) {
     std::filesystem::remove(set->JournalPath());
     std::filesystem::create_directory(set->JournalPath());
     EXPECT_FALSE(set->AppendJournal({{"kind", "screen"}}));
+    set->BeginRun({"fix"});
 }
 
 }  // namespace
