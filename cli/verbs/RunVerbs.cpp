@@ -1,5 +1,6 @@
 // Runs a user's own host on the set: any program, in the sandbox that has the set's folders at the library's
 // paths, with the agent and the package manager beside it.
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -19,13 +20,25 @@ struct RunOptions {
     std::vector<std::string> arguments;
 };
 
+/// Where the program finds the libraries of this installation: its folder may be one that no program
+/// searches, or that has another place in the sandbox.
+std::string LibraryFolders() {
+    const fs::path program = fs::read_symlink("/proc/self/exe");
+    const char* const own = std::getenv("LD_LIBRARY_PATH");
+    return (own == nullptr || *own == '\0' ? "" : std::string(own) + ":") +
+           (program.parent_path().parent_path() / "lib").string();
+}
+
 Outcome Run(const Session& session, const RunOptions& options) {
     const auto set = session.OpenSet();
     const auto services = kuraset::SetServices::Start(set);
     std::vector<std::string> line = {
         (fs::path(kShownFolder) / fs::path(options.program).filename()).string()};
     line.insert(line.end(), options.arguments.begin(), options.arguments.end());
-    const support::ChildEnd end = support::ChildProcess(support::ChildStart{line}).Wait();
+    support::ChildStart start;
+    start.command = line;
+    start.environment = {{"LD_LIBRARY_PATH", LibraryFolders()}};
+    const support::ChildEnd end = support::ChildProcess(start).Wait();
     if (end.signal != 0) {
         throw VerbError(ExitCode::kFailed,
                         options.program + " was ended by signal " + std::to_string(end.signal));

@@ -57,7 +57,8 @@ CurrentSet::CurrentSet() {
     m_description.content = m_settings.content = std::make_shared<const json>(json::object());
     const char* path = std::getenv(kSetDirectoryVariable);
     if (path == nullptr || *path == '\0') {
-        Complain(std::string(kSetDirectoryVariable) + " names no set");
+        Complain(std::string(kSetDirectoryVariable) +
+                 " names no set; \"kura run PROGRAM\" starts a host on one");
         return;
     }
     try {
