@@ -10,8 +10,10 @@
 
 #include "frame/Answer.h"
 #include "frame/CommandTree.h"
+#include "frame/Look.h"
 #include "frame/Outcome.h"
 #include "frame/Session.h"
+#include "frame/TableVerbs.h"
 #include "host/Inside.h"
 #include "support/NearestName.h"
 #include "verbs/Verbs.h"
@@ -65,7 +67,11 @@ int Run(const cli::Session& session, const cli::Selection& selection,
         const std::vector<std::string>& arguments) {
     if (selection.place == cli::Place::kInside && !cli::IsInside()) {
         const auto set = selection.on ? selection.on() : session.OpenSet();
-        return cli::RunInside(set, arguments, session.json, selection.show ? selection.show() : "");
+        // A program of the user's, which sees its folder, may talk to the terminal.
+        const auto prints = session.json     ? cli::Prints::kDocument
+                            : selection.show ? cli::Prints::kStream
+                                             : cli::Prints::kText;
+        return cli::RunInside(set, arguments, prints, selection.show ? selection.show() : "");
     }
     const cli::Outcome outcome = selection.run();
     if (session.json) {
@@ -161,6 +167,12 @@ int main(int argc, char** argv) {
                    "The set's directory (default: below the user's data directory)");
     app.add_flag("--json", session.json, "Print exactly one JSON document")->disable_flag_override();
     app.add_option("--language", session.language, "Language of the texts")->capture_default_str();
+    app.add_option("--color", cli::TheLookOptions().color, "Colour: auto (on a terminal), always or never")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->capture_default_str();
+    cli::AddTableOptions(app);
+    app.add_flag_callback(
+        "--no-pager", [] { cli::TheLookOptions().pager = false; }, "Long text at once, also on a terminal");
     app.set_version_flag("--version", KURA_VERSION, "Print the version");
     app.require_subcommand(1);
     app.fallthrough();
@@ -194,6 +206,7 @@ int main(int argc, char** argv) {
         } catch (const CLI::ParseError& error) {
             throw cli::VerbError(ExitCode::kUsage, Complaint(app, error));
         }
+        cli::CheckTableOptions(cli::NamedVerb(app));
         return Run(session, selection, arguments);
     });
 }

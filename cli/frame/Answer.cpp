@@ -9,6 +9,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "Pager.h"
 #include "support/Descriptor.h"
 
 namespace cli {
@@ -96,7 +97,13 @@ void DeliverText(const std::function<void()>& print) {
         print();
         text = captured.Text();
     }
-    Deliver(text);
+    DeliverForPeople(text);
+}
+
+void DeliverForPeople(const std::string& text) {
+    if (!ShownInPager(text)) {
+        Deliver(text);
+    }
 }
 
 }  // namespace cli

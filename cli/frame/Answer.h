@@ -29,8 +29,11 @@ void OpenMissingStreams();
 /// error.
 void ReserveStandardOutput();
 
-/// Runs print and delivers what it wrote to std::cout. Throws AnswerLost.
+/// Runs print and delivers what it wrote to std::cout, as DeliverForPeople does. Throws AnswerLost.
 void DeliverText(const std::function<void()>& print);
+
+/// Delivers the text, through the pager where it is long and goes to a terminal. Throws AnswerLost.
+void DeliverForPeople(const std::string& text);
 
 /// Delivers the text as it is. Throws AnswerLost.
 void Deliver(const std::string& text);

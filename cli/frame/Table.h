@@ -1,15 +1,25 @@
-// Tables for people: columns as wide as they need, headings bold and colour only on a terminal.
+// Tables for people. On a terminal a table fits its width: sentences are cut, single words and right-to-left
+// names are not, and where even that is too wide each row becomes a block of lines. In a file or a pipe
+// everything is whole.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
-struct libscols_table;
+#include "Look.h"
+#include "Outcome.h"
 
 namespace cli {
 
-/// Whether text for people may carry colour: a terminal, and NO_COLOR unset or empty.
-bool ColourWanted();
+/// The command line's wishes; names of columns in any case.
+struct TableOptions {
+    std::vector<std::string> columns;  ///< in this order; empty: all
+    std::string sort;                  ///< empty: as the verb has them
+    bool headings = true;
+};
+TableOptions& TheTableOptions();
 
 class Table {
 public:
@@ -18,17 +28,36 @@ public:
         std::string name;
         Align align = Align::kLeft;
     };
+    using Columns = std::vector<Column>;
 
-    explicit Table(const std::vector<Column>& columns);
-    Table(const Table&) = delete;
-    Table& operator=(const Table&) = delete;
-    ~Table();
+    struct Cell {
+        Cell(std::string words, Tone itsTone = Tone::kPlain) : text(std::move(words)), tone(itsTone) {}
+        Cell(const char* words) : text(words) {}
+        Cell(const Json& words) : text(words.get<std::string>()) {}
+        Cell(std::string words, std::optional<double> sortedBy) : text(std::move(words)), number(sortedBy) {}
 
-    void AddRow(const std::vector<std::string>& cells);
-    void Print() const;
+        std::string text;
+        Tone tone = Tone::kPlain;
+        std::optional<double> number;  ///< what a size or another written-out number is sorted by
+    };
+    using Row = std::vector<Cell>;
+
+    explicit Table(Columns columns);
+
+    void AddRow(Row cells);
+
+    /// Prints the chosen columns, below the caption if there is one. False, with nothing printed, when the
+    /// table has none of them.
+    bool Print(const std::string& caption = "") const;
 
 private:
-    libscols_table* m_table;
+    std::vector<Row> SortedRows() const;
+
+    Columns m_columns;
+    std::vector<Row> m_rows;
 };
+
+/// Whether written names the column: "app id", "APP-ID" and "App_Id" do for "APP ID".
+bool NamesColumn(const std::string& written, const std::string& column);
 
 }  // namespace cli

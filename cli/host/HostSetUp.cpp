@@ -22,4 +22,10 @@ void SetUpHost(const kuraset::SetDirectory& set, bool background) {
     });
 }
 
+VerbError MapNotLoaded() {
+    return {ExitCode::kFailed,
+            "the solution map cannot be loaded: a value stands before its first solution; \"kura map check\" "
+            "says where"};
+}
+
 }  // namespace cli

@@ -8,10 +8,14 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 #include "KURA_SO_Interface.h"
+#include "frame/Answer.h"
+#include "frame/Look.h"
 #include "frame/Outcome.h"
+#include "frame/Pager.h"
 #include "frame/Session.h"
 #include "sandbox/Sandbox.h"
 #include "set/SetSandbox.h"
@@ -104,27 +108,41 @@ int RunSandbox(const kurasandbox::SandboxOptions& options) {
     return status;
 }
 
-}  // namespace
-
-int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, bool json,
-              const fs::path& shown) {
-    const kuraset::SetUse use(set.Path());
-    kurasandbox::SandboxOptions options = OptionsFor(set, arguments);
-    if (!shown.empty()) {
-        options.binds.push_back({shown, kShownFolder, false});
-    }
-    if (!json) {
-        return RunSandbox(options);
-    }
-    const Memory answer;
-    options.standardOutput = answer.Descriptor();
-    const int status = RunSandbox(options);
-    const Json document = Json::parse(answer.Text(), nullptr, false);
+Json DocumentOf(const std::string& answer, int status) {
+    Json document = Json::parse(answer, nullptr, false);
     if (document.is_discarded()) {
         throw VerbError(ExitCode::kFailed,
                         "the run ended with status " + std::to_string(status) + " and without an answer");
     }
-    PrintDocument(document);
+    return document;
+}
+
+}  // namespace
+
+int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, Prints prints,
+              const fs::path& shown) {
+    std::optional<kuraset::SetUse> use(std::in_place, set.Path());
+    kurasandbox::SandboxOptions options = OptionsFor(set, arguments);
+    if (!shown.empty()) {
+        options.binds.push_back({shown, kShownFolder, false});
+    }
+    set.BeginRun(arguments);
+    const bool isPaged = prints == Prints::kText && PagerWanted();
+    if (prints != Prints::kDocument && !isPaged) {
+        return RunSandbox(options);
+    }
+    if (isPaged) {
+        options.environment.emplace_back(kInsideWidthVariable, std::to_string(TerminalWidth()));
+    }
+    const Memory answer;
+    options.standardOutput = answer.Descriptor();
+    const int status = RunSandbox(options);
+    use.reset();  // the set is free while somebody reads
+    if (isPaged) {
+        DeliverForPeople(answer.Text());
+    } else {
+        PrintDocument(DocumentOf(answer.Text(), status));
+    }
     return status;
 }
 

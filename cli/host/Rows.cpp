@@ -1,21 +1,45 @@
 #include "Rows.h"
 
 #include <iostream>
+#include <set>
+#include <system_error>
 
 #include "frame/MakeSet.h"
-#include "frame/Table.h"
 
 namespace cli {
+
+namespace {
+
+/// "; it has de, en", or nothing when it has no texts at all.
+std::string LanguagesIn(const std::filesystem::path& folder) {
+    std::set<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (entry.path().extension() == ".json") {
+            names.insert(entry.path().stem().string());
+        }
+    }
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "; it has " : ", ") + name;
+    }
+    return list;
+}
+
+}  // namespace
 
 Texts Texts::Load(const std::filesystem::path& folder, const std::string& language) {
     Texts texts;
     const auto path = folder / (language + ".json");
-    if (std::filesystem::exists(path)) {
-        try {
-            texts.m_texts = ReadJsonFile(path).get<std::map<std::string, std::string>>();
-        } catch (const nlohmann::json::exception& error) {
-            throw VerbError(ExitCode::kFailed, path.string() + ": " + error.what());
-        }
+    if (!std::filesystem::exists(path)) {
+        std::cerr << "kura: the set has no texts in \"" << language << "\", so ids are shown"
+                  << LanguagesIn(folder) << '\n';
+        return texts;
+    }
+    try {
+        texts.m_texts = ReadJsonFile(path).get<std::map<std::string, std::string>>();
+    } catch (const nlohmann::json::exception& error) {
+        throw VerbError(ExitCode::kFailed, path.string() + ": " + error.what());
     }
     return texts;
 }
@@ -58,13 +82,18 @@ Json RowsToJson(const std::vector<KURA::MapToDBTable>& rows, const Texts& texts)
     return list;
 }
 
+const Table::Columns& RowColumns() {
+    static const Table::Columns columns = {
+        {"CODE", Table::Align::kRight}, {"SINCE"}, {"PROBLEM"}, {"SOLUTION"}, {"ACTION"}, {"SOURCE"}};
+    return columns;
+}
+
 void PrintRows(const Json& rows, const std::string& none) {
     if (rows.empty()) {
         std::cout << none << '\n';
         return;
     }
-    Table table(
-        {{"CODE", Table::Align::kRight}, {"SINCE"}, {"PROBLEM"}, {"SOLUTION"}, {"ACTION"}, {"SOURCE"}});
+    Table table(RowColumns());
     for (const Json& row : rows) {
         const Json& texts = row.at("texts");
         table.AddRow({row.at("issue_code"), row.at("last_time"), texts.at("issue"), texts.at("solution"),

@@ -28,46 +28,6 @@ Json TextOrNull(const unsigned char* text) {
     return text == nullptr ? Json() : Json(reinterpret_cast<const char*>(text));
 }
 
-/// Reads the columns by their names, "idx" for the index. A number in a column of texts is read as text.
-Json ReadRemaining(const fs::path& path) {
-    std::error_code error;
-    if (!fs::exists(path, error)) {
-        return Json::array();
-    }
-    sqlite3* opened = nullptr;
-    const int result = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
-    const std::unique_ptr<sqlite3, Closer> database(opened);
-    sqlite3_stmt* prepared = nullptr;
-    if (result != SQLITE_OK ||
-        sqlite3_prepare_v2(opened, "SELECT count(*) FROM sqlite_master WHERE name='remainingTBL'", -1,
-                           &prepared, nullptr) != SQLITE_OK) {
-        return nullptr;
-    }
-    std::unique_ptr<sqlite3_stmt, Closer> statement(prepared);
-    if (sqlite3_step(prepared) != SQLITE_ROW) {
-        return nullptr;
-    }
-    Json rows = Json::array();
-    if (sqlite3_column_int(prepared, 0) == 0) {
-        return rows;
-    }
-    statement.reset();
-    if (sqlite3_prepare_v2(opened, "SELECT * FROM remainingTBL ORDER BY rowid", -1, &prepared, nullptr) !=
-        SQLITE_OK) {
-        return nullptr;
-    }
-    statement.reset(prepared);
-    int state = sqlite3_step(prepared);
-    for (; state == SQLITE_ROW; state = sqlite3_step(prepared)) {
-        Json row = Json::object();
-        for (int i = 0; i < sqlite3_column_count(prepared); ++i) {
-            row[sqlite3_column_name(prepared, i)] = TextOrNull(sqlite3_column_text(prepared, i));
-        }
-        rows.push_back(row);
-    }
-    return state == SQLITE_DONE ? rows : Json();
-}
-
 Json LookAtFile(const std::optional<fs::path>& path) {
     std::error_code error;
     const fs::file_status status = path ? fs::symlink_status(*path, error) : fs::file_status();
@@ -152,6 +112,45 @@ Json FromJournal(const Json& journal, const JournalList& list) {
 }
 
 }  // namespace
+
+Json ReadRemaining(const fs::path& path) {
+    std::error_code error;
+    if (!fs::exists(path, error)) {
+        return Json::array();
+    }
+    sqlite3* opened = nullptr;
+    const int result = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    const std::unique_ptr<sqlite3, Closer> database(opened);
+    sqlite3_stmt* prepared = nullptr;
+    if (result != SQLITE_OK ||
+        sqlite3_prepare_v2(opened, "SELECT count(*) FROM sqlite_master WHERE name='remainingTBL'", -1,
+                           &prepared, nullptr) != SQLITE_OK) {
+        return nullptr;
+    }
+    std::unique_ptr<sqlite3_stmt, Closer> statement(prepared);
+    if (sqlite3_step(prepared) != SQLITE_ROW) {
+        return nullptr;
+    }
+    Json rows = Json::array();
+    if (sqlite3_column_int(prepared, 0) == 0) {
+        return rows;
+    }
+    statement.reset();
+    if (sqlite3_prepare_v2(opened, "SELECT * FROM remainingTBL ORDER BY rowid", -1, &prepared, nullptr) !=
+        SQLITE_OK) {
+        return nullptr;
+    }
+    statement.reset(prepared);
+    int state = sqlite3_step(prepared);
+    for (; state == SQLITE_ROW; state = sqlite3_step(prepared)) {
+        Json row = Json::object();
+        for (int i = 0; i < sqlite3_column_count(prepared); ++i) {
+            row[sqlite3_column_name(prepared, i)] = TextOrNull(sqlite3_column_text(prepared, i));
+        }
+        rows.push_back(row);
+    }
+    return state == SQLITE_DONE ? rows : Json();
+}
 
 Moment Look(const kuraset::SetDirectory& set, std::size_t journalFrom, const Json& expect) {
     Moment moment;

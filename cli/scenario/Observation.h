@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,10 @@ struct Observation {
     std::vector<Moment> steps;
     Moment end;
 };
+
+/// Reads the rows kept as unfixed in that database: text by column, "idx" for the index. A number in a column
+/// of texts is read as text. Empty when the database is not there, null when it cannot be read.
+Json ReadRemaining(const std::filesystem::path& database);
 
 /// Reads the state of the set: the journal's entries from number journalFrom on, the settings, the rows kept
 /// as unfixed, and the files that the expectation names.

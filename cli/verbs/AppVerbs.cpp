@@ -13,13 +13,16 @@
 #include "explain/MeasuredSizes.h"
 #include "frame/Progress.h"
 #include "frame/Sizes.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
 
 namespace cli {
 
 namespace {
+
+const Table::Columns kAppColumns = {{"SIZE", Table::Align::kRight}, {"TITLE"}, {"APP ID"}, {"ICON"}};
+const Table::Columns kSizeColumns = {{"WHAT"}, {"SIZE", Table::Align::kRight}};
 
 struct AppIds {
     std::string app;
@@ -59,8 +62,9 @@ Json AppToJson(const KURA::AppStorageInfo& app, const Json& total) {
             {"flag", app.flag},          {"attribute3", app.attribute3}};
 }
 
-std::string SizeOrUnknown(const Json& size) {
-    return size.is_null() ? "unknown" : SizeText(size);
+Table::Cell SizeOrUnknown(const Json& size) {
+    return size.is_null() ? Table::Cell("unknown", Tone::kBad)
+                          : Table::Cell(SizeText(size), size.get<double>());
 }
 
 /// The answer with the figures; a failure when some are unknown.
@@ -121,7 +125,7 @@ Outcome Apps(const Session& session) {
     });
     const Json document = {{"count", data->m_GetAppsCount()}, {"apps", apps}};
     const auto print = [document] {
-        Table table({{"SIZE", Table::Align::kRight}, {"TITLE"}, {"APP ID"}, {"ICON"}});
+        Table table(kAppColumns);
         for (const Json& app : document.at("apps")) {
             table.AddRow({SizeOrUnknown(app.at("total_size")), app.at("title"), app.at("app_id"),
                           app.at("icon_path")});
@@ -147,7 +151,7 @@ Outcome OneApp(const Session& session, const std::string& id) {
                            {"data_size", figures.data},
                            {"cache_size", figures.cache}};
     const auto print = [document] {
-        Table table({{"WHAT"}, {"SIZE", Table::Align::kRight}});
+        Table table(kSizeColumns);
         table.AddRow({"total", SizeOrUnknown(document.at("total_size"))});
         table.AddRow({"data", SizeOrUnknown(document.at("data_size"))});
         table.AddRow({"cache", SizeOrUnknown(document.at("cache_size"))});
@@ -197,10 +201,12 @@ void AddAppVerbs(CLI::App& app, const Session& session, Selection& selection) {
     const auto add = [&](const char* name, const char* help,
                          Outcome (*run)(const Session&, const std::string&)) {
         CLI::App* verb = app.add_subcommand(name, help);
-        verb->add_option("id", *id, "Application or package id")->required();
+        verb->add_option("id", *id, "Application or package id")->type_name("APP")->required();
         Declare(verb, selection, Place::kInside, [&session, id, run] { return run(session, *id); });
     };
     add("app", "One application's sizes", &OneApp);
+    PrintsTable(app.get_subcommand("apps"), kAppColumns);
+    PrintsTable(app.get_subcommand("app"), kSizeColumns);
     add("kill", "Stop an application, by the agent", &Kill);
     add("clear-cache", "Clear an application's cache, by the agent", &ClearCache);
     add("clear-data", "Clear an application's data, by the package manager", &ClearData);

@@ -56,10 +56,12 @@ void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection) 
     auto options = std::make_shared<CheckOptions>();
     CLI::App* verb = app.add_subcommand("check", "An environment check");
     std::string names;
+    std::string choices;
     for (const NamedCheck& check : kChecks) {
+        choices += std::string(choices.empty() ? "" : ",") + check.name;
         names += std::string(names.empty() ? "" : "\n") + check.name + ": " + check.question;
     }
-    verb->add_option("name", options->name, names)->required();
+    verb->add_option("name", options->name, names)->type_name("{" + choices + "}")->required();
     verb->add_option("--model", options->model, "Text for the check \"model\"");
     Declare(verb, selection, Place::kInside, [&session, options] { return RunCheck(session, *options); });
 }

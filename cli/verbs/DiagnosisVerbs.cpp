@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <stdexcept>
 
 #include "KURA_DiagManager.h"
@@ -15,14 +16,18 @@
 #include "KURA_Storage.h"
 #include "Verbs.h"
 #include "explain/LibraryLog.h"
+#include "frame/TableVerbs.h"
 #include "host/AgentAnswer.h"
 #include "host/Host.h"
 #include "host/HostSetUp.h"
 #include "host/Rows.h"
+#include "scenario/Observation.h"
 
 namespace cli {
 
 namespace {
+
+constexpr const char* kRemainingDatabase = "/opt/usr/home/owner/share/remaining.db";
 
 struct DiagnosisOptions {
     bool exitCode = false;
@@ -51,9 +56,7 @@ KURA::KURA_DiagManager& DiagManager() {
     try {
         return *KURA::KURA_DiagManager::GetInstance();
     } catch (const std::out_of_range&) {
-        throw VerbError(ExitCode::kFailed,
-                        "the solution map cannot be loaded: a value stands before its first solution; \"kura "
-                        "map check\" says where");
+        throw MapNotLoaded();
     }
 }
 
@@ -93,6 +96,39 @@ Json ListDocument(const char* screen, const std::vector<KURA::MapToDBTable>& row
     return {{"screen", screen}, {"map", MapSummary()}, {"problems", RowsToJson(rows, texts)}};
 }
 
+/// The issues of the list that the set did not keep as unfixed, in the list's order.
+std::vector<std::string> NotKept(const Json& problems) {
+    std::set<std::string> kept;
+    for (const Json& row : scenario::ReadRemaining(kRemainingDatabase)) {
+        kept.insert(Shown(row.value("issue_code", Json())));
+    }
+    std::vector<std::string> lost;
+    for (const Json& problem : problems) {
+        const auto code = problem.at("issue_code").get<std::string>();
+        if (kept.count(code) == 0 && (lost.empty() || lost.back() != code)) {
+            lost.push_back(code);
+        }
+    }
+    return lost;
+}
+
+/// The answer, which is a failure where the set did not keep what it shows.
+Outcome KeptOutcome(Outcome shown) {
+    const std::vector<std::string> lost = NotKept(shown.document.at("problems"));
+    if (lost.empty()) {
+        return shown;
+    }
+    std::string message = "the set could not keep the problems as unfixed in " +
+                          std::string(kRemainingDatabase) + " (see kura log): ";
+    for (const std::string& code : lost) {
+        message += (&code == &lost.front() ? "" : ", ") + code;
+    }
+    std::cerr << "kura: " << message << '\n';
+    Json failed = ErrorDocument(ExitCode::kFailed, message);
+    failed.update(shown.document);
+    return {failed, shown.printText, ExitCode::kFailed};
+}
+
 Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {
     const auto set = session.OpenSet();
     SetUpHost(set);
@@ -102,7 +138,8 @@ Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {
     if (!rows) {
         throw VerbError(ExitCode::kNoAnswer, "the start screen received no list");
     }
-    return ListOutcome(ListDocument("start", *rows, session, set), options, "No problems found.");
+    return KeptOutcome(
+        ListOutcome(ListDocument("start", *rows, session, set), options, "No problems found."));
 }
 
 Outcome Problems(const Session& session, const DiagnosisOptions& options) {
@@ -160,8 +197,8 @@ Outcome Guide(const Session& session, const DiagnosisOptions& options) {
     const bool background = TheHost().Facts().launchFrom == "bg_inference";
     const std::filesystem::path path = background ? "/opt/usr/home/owner/content/Documents/inference_result"
                                                   : "/tmp/tutorlink/inference_result";
-    auto* manager = KURA::KURA_DiagManager::GetInstance();
-    RunMainLoop([manager] { manager->StartTutorDiagnosis(); }, options.patience);
+    KURA::KURA_DiagManager& manager = DiagManager();
+    RunMainLoop([&manager] { manager.StartTutorDiagnosis(); }, options.patience);
     AwaitEngine(options);
     std::vector<KURA::MapToDBTable> rows;
     KURA::KURA_DiagResultManager::GetInstance()->GetRemainingTable(rows);
@@ -225,6 +262,7 @@ void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selecti
     };
     const auto addList = [&](const char* name, const char* help, Run run) {
         CLI::App* verb = add(name, help, run);
+        PrintsTable(verb, RowColumns());
         verb->add_flag("--exit-code", options->exitCode, "Exit with 2 when there are problems");
         verb->add_option("--patience", options->patience, "Seconds to wait for the engine")
             ->check(CLI::Range(1, 3600))
@@ -238,6 +276,7 @@ void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selecti
         ->add_flag("--background", options->background, "As launched by the background inference");
     add("page", "The page that a self-diagnosis opens", &Page)
         ->add_option("target", options->target, "NetworkSetting or SignalInfo")
+        ->type_name("{NetworkSetting,SignalInfo}")
         ->required();
     Declare(app.add_subcommand("optimize", "Deep clean and memory boost"), selection, Place::kInside,
             [&session] { return Optimize(session); });

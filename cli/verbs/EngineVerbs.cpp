@@ -2,11 +2,19 @@
 #include <memory>
 
 #include "Verbs.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 
 namespace cli {
 
 namespace {
+
+const Table::Columns kInferenceColumns = {
+    {"CODE", Table::Align::kRight}, {"PROBLEM"}, {"SOLUTION", Table::Align::kRight}, {"UPDATED"}};
+const Table::Columns kRecordedColumns = {{"CODE", Table::Align::kRight},
+                                         {"SOLUTION", Table::Align::kRight},
+                                         {"TYPE", Table::Align::kRight},
+                                         {"APPLIED"},
+                                         {"RECORDED"}};
 
 struct ReportOptions {
     int code = 0;
@@ -19,27 +27,22 @@ struct ReportOptions {
 };
 
 void PrintRecords(const Json& document) {
-    Table inferences(
-        {{"CODE", Table::Align::kRight}, {"PROBLEM"}, {"SOLUTION", Table::Align::kRight}, {"UPDATED"}});
+    Table inferences(kInferenceColumns);
     for (const Json& record : document.at("inferences")) {
         inferences.AddRow({record.at("issue_code").dump(),
-                           record.at("transition").get<bool>() ? "appeared" : "gone",
+                           record.at("transition").get<bool>() ? Table::Cell("appeared", Tone::kWarning)
+                                                               : Table::Cell("gone", Tone::kGood),
                            record.at("solution_code").dump(), record.at("last_update_time")});
     }
-    std::cout << "Inference records\n";
-    inferences.Print();
-    Table solutions({{"CODE", Table::Align::kRight},
-                     {"SOLUTION", Table::Align::kRight},
-                     {"TYPE", Table::Align::kRight},
-                     {"APPLIED"},
-                     {"RECORDED"}});
+    const bool isSecond = inferences.Print("Inference records\n");
+    Table solutions(kRecordedColumns);
     for (const Json& record : document.at("solutions")) {
         solutions.AddRow({record.at("issue_code").dump(), record.at("solution_code").dump(),
-                          record.at("type").dump(), record.at("is_apply").get<bool>() ? "yes" : "no",
+                          record.at("type").dump(),
+                          record.at("is_apply").get<bool>() ? Table::Cell("yes", Tone::kGood) : "no",
                           record.at("register_time")});
     }
-    std::cout << "\nSolution records\n";
-    solutions.Print();
+    solutions.Print(std::string(isSecond ? "\n" : "") + "Solution records\n");
 }
 
 Outcome ListRecords(const Session& session) {
@@ -72,12 +75,14 @@ void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection)
     CLI::App* verb = app.add_subcommand("engine", "The diagnosis engine's records");
     verb->require_subcommand(1);
 
-    Declare(verb->add_subcommand("list", "All records, newest first"), selection, Place::kOutside,
-            [&session] { return ListRecords(session); });
+    CLI::App* list = verb->add_subcommand("list", "All records, newest first");
+    PrintsTable(list, kInferenceColumns);
+    PrintsTable(list, kRecordedColumns);
+    Declare(list, selection, Place::kOutside, [&session] { return ListRecords(session); });
 
     CLI::App* report = verb->add_subcommand("report", "Add a record: the issue has appeared");
     auto options = std::make_shared<ReportOptions>();
-    report->add_option("code", options->code, "Issue code")->required();
+    report->add_option("code", options->code, "Issue code")->type_name("ISSUE")->required();
     CLI::Option* gone = report->add_flag("--gone", options->gone, "The issue has gone away");
     CLI::Option* repaired =
         report->add_flag("--repaired", options->repaired, "A solution was recorded for it");

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Verbs.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "map/Difference.h"
 #include "map/Format.h"
 #include "map/Meaning.h"
@@ -27,6 +27,9 @@ namespace {
 using kuramap::Entry;
 using kuramap::Field;
 using kuramap::Meaning;
+
+const Table::Columns kMapColumns = {{"ISSUE", Table::Align::kRight}, {"PROBLEM"}, {"ACTION"}, {"SHOWN"}};
+const Table::Columns kFigureColumns = {{"WHAT"}, {"NUMBER", Table::Align::kRight}};
 
 /// Reads a map. Refuses a broken one, because only a part of it would be shown.
 Meaning ReadWhole(const std::string& file) {
@@ -130,7 +133,7 @@ Outcome ShowAll(const Meaning& meaning, const Wording& text) {
     const Json document = {
         {"version", meaning.version}, {"count", meaning.count}, {"solutions", std::move(solutions)}};
     return {document, [meaning, text] {
-                Table table({{"ISSUE", Table::Align::kRight}, {"PROBLEM"}, {"ACTION"}, {"SHOWN"}});
+                Table table(kMapColumns);
                 for (const Entry& entry : meaning.entries) {
                     table.AddRow({entry.Text(Field::kIssueCode), text(entry.Text(Field::kIssueText)),
                                   kuramap::EffectOf(entry), kuramap::VisibilityOf(entry)});
@@ -260,7 +263,7 @@ Json StatsJson(const Meaning& meaning) {
 Outcome Stats(const std::string& file) {
     const Json document = StatsJson(ReadWhole(file));
     return {document, [document] {
-                Table table({{"WHAT"}, {"NUMBER", Table::Align::kRight}});
+                Table table(kFigureColumns);
                 for (const auto& [name, value] : document.items()) {
                     if (!value.is_object()) {
                         table.AddRow({name, Shown(value)});
@@ -329,6 +332,7 @@ void AddMapReadVerbs(CLI::App& map, Selection& selection) {
     verb->add_option("file", show->file, "Solution map; - for standard input")->required();
     verb->add_option("code", show->code, "Issue code");
     verb->add_option("--texts", show->texts, "Text file that string ids are looked up in");
+    PrintsTable(verb, kMapColumns);
     Declare(verb, selection, Place::kOutside, [show] { return Show(*show); });
 
     auto diff = std::make_shared<DiffArguments>();
@@ -341,6 +345,7 @@ void AddMapReadVerbs(CLI::App& map, Selection& selection) {
     auto file = std::make_shared<std::string>();
     verb = map.add_subcommand("stats", "Figures of a map");
     verb->add_option("file", *file, "Solution map; - for standard input")->required();
+    PrintsTable(verb, kFigureColumns);
     Declare(verb, selection, Place::kOutside, [file] { return Stats(*file); });
 
     auto format = std::make_shared<FormatArguments>();

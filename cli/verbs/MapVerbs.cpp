@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Verbs.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "map/Check.h"
 #include "map/Report.h"
 #include "map/Rules.h"
@@ -18,6 +18,14 @@
 namespace cli {
 
 namespace {
+
+const Table::Columns kRuleColumns = {{"TAG"}, {"SEVERITY"}, {"FINDS"}};
+
+Tone ToneOf(kuramap::Severity severity) {
+    return severity == kuramap::Severity::kError     ? Tone::kBad
+           : severity == kuramap::Severity::kWarning ? Tone::kWarning
+                                                     : Tone::kPlain;
+}
 
 struct CheckArguments {
     std::vector<std::string> files;
@@ -141,9 +149,10 @@ Outcome ExplainAll(bool markdown) {
                     std::cout << kuramap::RulesPage();
                     return;
                 }
-                Table table({{"TAG"}, {"SEVERITY"}, {"FINDS"}});
+                Table table(kRuleColumns);
                 for (const kuramap::Rule& rule : kuramap::Rules()) {
-                    table.AddRow({std::string(rule.tag), std::string(kuramap::NameOf(rule.severity)),
+                    table.AddRow({std::string(rule.tag),
+                                  {std::string(kuramap::NameOf(rule.severity)), ToneOf(rule.severity)},
                                   std::string(rule.summary)});
                 }
                 table.Print();
@@ -181,8 +190,9 @@ void AddCheck(CLI::App& map, Selection& selection) {
 void AddExplain(CLI::App& map, Selection& selection) {
     auto arguments = std::make_shared<ExplainArguments>();
     CLI::App* verb = map.add_subcommand("explain", "What a rule finds, why it matters, how to mend it");
-    verb->add_option("tag", arguments->tag, "Tag of the rule; all rules without it");
+    verb->add_option("tag", arguments->tag, "Tag of the rule; all rules without it")->type_name("RULE");
     verb->add_flag("--markdown", arguments->markdown, "All rules as a page of documentation");
+    PrintsTable(verb, kRuleColumns);
     Declare(verb, selection, Place::kOutside, [arguments] { return ExplainRule(*arguments); });
 }
 

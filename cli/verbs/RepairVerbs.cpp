@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,13 +17,15 @@
 #include "explain/LibraryLog.h"
 #include "explain/Preview.h"
 #include "explain/RepairSteps.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
 
 namespace cli {
 
 namespace {
+
+const Table::Columns kRequestColumns = {{"KIND"}, {"ASKED OF THE SET"}};
 
 struct RepairOptions {
     std::string code;
@@ -55,7 +58,7 @@ Json SolutionToJson(const KURA::KURA_Solution& solution) {
 }
 
 void PrintRequests(const Json& requests) {
-    Table table({{"KIND"}, {"ASKED OF THE SET"}});
+    Table table(kRequestColumns);
     for (const Json& request : requests) {
         std::string text;
         for (const auto& [key, value] : request.items()) {
@@ -95,7 +98,7 @@ Json FailureDocument(const std::string& code, const std::multimap<std::size_t, F
 void PrintSolutions(const Json& solutions, const std::multimap<std::size_t, FailedStep>& failures) {
     for (std::size_t i = 0; i < solutions.size(); ++i) {
         const auto [first, last] = failures.equal_range(i);
-        std::cout << (first == last ? "Applied " : "Failed ")
+        std::cout << (first == last ? Painted("Applied ", Tone::kGood) : Painted("Failed ", Tone::kBad))
                   << solutions[i].at("sol_type").get<std::string>() << ' '
                   << solutions[i].at("sol_name").get<std::string>() << '\n';
         for (auto failure = first; failure != last; ++failure) {
@@ -118,7 +121,11 @@ void ApplySolutions(const std::string& code, bool background, Json& document) {
 }
 
 Json SolutionsOf(const std::string& code) {
-    ParseSolutionMap();
+    try {
+        ParseSolutionMap();
+    } catch (const std::out_of_range&) {
+        throw MapNotLoaded();
+    }
     std::vector<KURA::KURA_Solution> solutions;
     KURA::TCInformationStorage::Instance()->GetSolutionsOfIssue(code, solutions);
     if (solutions.empty()) {
@@ -185,10 +192,13 @@ void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection)
     auto options = std::make_shared<RepairOptions>();
 
     CLI::App* fix = app.add_subcommand("fix", "Apply the solutions of an issue");
-    fix->add_option("code", options->code, "Issue code, as the solution map writes it")->required();
+    fix->add_option("code", options->code, "Issue code, as the solution map writes it")
+        ->type_name("ISSUE")
+        ->required();
     fix->add_flag("--background", options->background,
                   "Hand the engine's record back instead of recording it");
     fix->add_flag("--preview", options->preview, "Tell what it would do, in order, and change nothing");
+    PrintsTable(fix, kRequestColumns);
     fix->callback([&session, &selection, options] {
         selection =
             options->preview
@@ -198,7 +208,8 @@ void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection)
 
     CLI::App* launch =
         app.add_subcommand("launch", "Launch an application with the extra data that it expects");
-    launch->add_option("app", options->app, "Application id")->required();
+    launch->add_option("app", options->app, "Application id")->type_name("APP")->required();
+    PrintsTable(launch, kRequestColumns);
     Declare(launch, selection, Place::kInside, [&session, options] { return Launch(session, *options); });
 }
 

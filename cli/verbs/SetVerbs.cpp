@@ -9,7 +9,7 @@
 
 #include "Verbs.h"
 #include "frame/MakeSet.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "scenario/Scenario.h"
 #include "scenario/StartSet.h"
 #include "set/SetUse.h"
@@ -19,6 +19,8 @@ namespace cli {
 namespace {
 
 namespace fs = std::filesystem;
+
+const Table::Columns kSetColumns = {{"WHAT"}, {"VALUE"}};
 
 Json SetDocument(const kuraset::SetDirectory& set) {
     return {{"set", set.Path().string()},
@@ -30,7 +32,7 @@ Json SetDocument(const kuraset::SetDirectory& set) {
 }
 
 void PrintSet(const Json& document) {
-    Table table({{"WHAT"}, {"VALUE"}});
+    Table table(kSetColumns);
     table.AddRow({"set", document.at("set")});
     for (const auto& [key, value] : document.at("description").items()) {
         if (value.is_array()) {
@@ -252,8 +254,9 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
     put->add_option("value", putOptions->value, "JSON, or else a text; null removes")->required();
     Declare(put, selection, Place::kOutside, [&session, putOptions] { return Put(session, *putOptions); });
 
-    Declare(verb->add_subcommand("show", "What the set is"), selection, Place::kOutside,
-            [&session] { return ShowSet(session); });
+    CLI::App* show = verb->add_subcommand("show", "What the set is");
+    PrintsTable(show, kSetColumns);
+    Declare(show, selection, Place::kOutside, [&session] { return ShowSet(session); });
 }
 
 }  // namespace cli

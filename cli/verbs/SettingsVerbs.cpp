@@ -2,11 +2,13 @@
 #include <memory>
 
 #include "Verbs.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 
 namespace cli {
 
 namespace {
+
+const Table::Columns kSettingColumns = {{"KEY"}, {"VALUE"}};
 
 struct SettingOptions {
     std::string key;
@@ -78,7 +80,7 @@ Outcome SetSetting(const Session& session, const SettingOptions& options) {
 Outcome ListSettings(const Session& session) {
     const Json document = {{"settings", ToDocument(session.OpenSet().ListSettings())}};
     return {document, [document] {
-                Table table({{"KEY"}, {"VALUE"}});
+                Table table(kSettingColumns);
                 for (const auto& [key, value] : document.at("settings").items()) {
                     table.AddRow({key, Shown(value)});
                 }
@@ -94,19 +96,20 @@ void AddSettingsVerbs(CLI::App& app, const Session& session, Selection& selectio
     auto options = std::make_shared<SettingOptions>();
 
     CLI::App* get = verb->add_subcommand("get", "The value of one key");
-    get->add_option("key", options->key, "Settings key")->required();
+    get->add_option("key", options->key, "Settings key")->type_name("KEY")->required();
     Declare(get, selection, Place::kOutside,
             [&session, options] { return GetSetting(session, options->key); });
 
     CLI::App* set = verb->add_subcommand("set", "Write one key");
-    set->add_option("key", options->key, "Settings key")->required();
+    set->add_option("key", options->key, "Settings key")->type_name("KEY")->required();
     set->add_option("value", options->value, "Value")->required();
     set->add_option("--type", options->type, "int, bool or text")
         ->check(CLI::IsMember({"int", "bool", "text"}));
     Declare(set, selection, Place::kOutside, [&session, options] { return SetSetting(session, *options); });
 
-    Declare(verb->add_subcommand("list", "All keys"), selection, Place::kOutside,
-            [&session] { return ListSettings(session); });
+    CLI::App* list = verb->add_subcommand("list", "All keys");
+    PrintsTable(list, kSettingColumns);
+    Declare(list, selection, Place::kOutside, [&session] { return ListSettings(session); });
 }
 
 }  // namespace cli

@@ -8,7 +8,7 @@
 #include "Verbs.h"
 #include "frame/Progress.h"
 #include "frame/Sizes.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
 #include "host/Rows.h"
@@ -17,17 +17,25 @@ namespace cli {
 
 namespace {
 
+const Table::Columns kStorageColumns = {
+    {"WHAT"}, {"USED", Table::Align::kRight}, {"OF", Table::Align::kRight}, {"SHARE"}};
+
+/// A size that is sorted as the number that it is.
+Table::Cell SizeCell(long long bytes) {
+    return {SizeText(bytes), static_cast<double>(bytes)};
+}
+
 void PrintStorage(const Json& document) {
     const auto total = document.at("opt").at("total").get<long long>();
     const auto used = document.at("opt").at("used").get<long long>();
     const Json& flash = document.at("flash").at("total");
-    Table table({{"WHAT"}, {"USED", Table::Align::kRight}, {"OF", Table::Align::kRight}, {""}});
-    table.AddRow({"/opt", SizeText(used), SizeText(total), Bar(used, total)});
+    Table table(kStorageColumns);
+    table.AddRow({"/opt", SizeCell(used), SizeCell(total), Bar(used, total)});
     if (flash.is_null()) {
         table.AddRow({"system", "unknown", "unknown", ""});
     } else {
         const auto system = document.at("flash").at("system_used").get<long long>();
-        table.AddRow({"system", SizeText(system), SizeText(flash), Bar(system, flash)});
+        table.AddRow({"system", SizeCell(system), SizeCell(flash), Bar(system, flash)});
     }
     table.Print();
 }
@@ -107,6 +115,7 @@ void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection
                 [&session, run] { return run(session); });
     };
     add("storage", "Partition and flash figures", &Storage);
+    PrintsTable(app.get_subcommand("storage"), kStorageColumns);
     add("state", "The device's state, as sent to the usage statistics", &State);
     add("clean", "Deep clean by the agent", &Clean);
     add("boost", "Memory boost by the agent", &Boost);

@@ -6,7 +6,7 @@
 #include "Verbs.h"
 #include "explain/SetCopy.h"
 #include "explain/Why.h"
-#include "frame/Table.h"
+#include "frame/TableVerbs.h"
 #include "host/HostSetUp.h"
 #include "scenario/Process.h"
 #include "set/KuraSet.h"
@@ -14,6 +14,9 @@
 namespace cli {
 
 namespace {
+
+const Table::Columns kVerdictColumns = {
+    {"ISSUE", Table::Align::kRight}, {"LISTED"}, {"DECIDED BY"}, {"WHAT WAS SEEN"}};
 
 struct WhyOptions {
     std::string code;
@@ -32,10 +35,10 @@ void PrintVerdict(const Json& verdict, const std::string& list) {
 }
 
 void PrintAll(const Json& verdicts) {
-    Table table({{"ISSUE", Table::Align::kRight}, {"LISTED"}, {"DECIDED BY"}, {"WHAT WAS SEEN"}});
+    Table table(kVerdictColumns);
     for (const Json& verdict : verdicts) {
         table.AddRow({verdict.at("issue_code").get<std::string>(),
-                      verdict.at("listed").get<bool>() ? "yes" : "no",
+                      verdict.at("listed").get<bool>() ? Table::Cell("yes", Tone::kWarning) : "no",
                       verdict.at("decided_by").get<std::string>(),
                       verdict.at("tests").back().at("saw").get<std::string>()});
     }
@@ -90,10 +93,11 @@ void AddWhyVerbs(CLI::App& app, const Session& session, Selection& selection) {
     auto options = std::make_shared<WhyOptions>();
     CLI::App* verb = app.add_subcommand(
         "why", "Why an issue is on a list or not: each test, what it saw, and the last decides");
-    verb->add_option("code", options->code, "Issue code; every issue without it");
+    verb->add_option("code", options->code, "Issue code; every issue without it")->type_name("ISSUE");
     verb->add_option("--list", options->list, "start: after a diagnosis; home: what remains unfixed")
         ->check(CLI::IsMember({"start", "home"}))
         ->capture_default_str();
+    PrintsTable(verb, kVerdictColumns);
     Declare(
         verb, selection, Place::kInside, [&session, options] { return Why(session, *options); }, {},
         [&session, questioned = std::make_shared<Questioned>()] {

@@ -77,10 +77,18 @@ TEST(BadDocument, TruncatedStillDiagnoses) {
 TEST(BadDocument, AValueBeforeEverySolutionIsReported) {
     const Kura kura;
     kura.WriteMap("<map><sol_val param_value=\"1\"/></map>");
-    EXPECT_EQ(
-        FailureOfDiagnosis(kura),
-        "the solution map cannot be loaded: a value stands before its first solution; \"kura map check\" "
-        "says where");
+    for (const auto& verb : std::vector<std::vector<std::string>>{
+             {"diagnose"}, {"problems"}, {"guide"}, {"fix", "1001"}, {"fix", "1001", "--preview"}}) {
+        std::vector<std::string> words = verb;
+        words.emplace_back("--json");
+        const Answer answer = kura.Run(words);
+        EXPECT_EQ(answer.status, 1) << verb.front();
+        EXPECT_EQ(
+            ErrorOf(answer),
+            "the solution map cannot be loaded: a value stands before its first solution; \"kura map check\" "
+            "says where")
+            << verb.front();
+    }
 }
 
 TEST(BadDocument, ADeclaredCountTooLargeEndsTheRunOnTheEnginesThread) {
@@ -110,17 +118,37 @@ TEST(BadSet, ADamagedStoreIsAnEmptyListAndTheNextDiagnosisSaysWhy) {
                        "this is not a database, but it is long enough");
     EXPECT_TRUE(kura.Json({"problems"}).at("problems").empty());
     EXPECT_TRUE(Logged(kura, "ERROR: "));
-    EXPECT_EQ(kura.Json({"diagnose"}).at("problems").size(), 11U);
+    const Answer answer = kura.Run({"diagnose", "--json"});
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(ErrorOf(answer), HasSubstr("could not keep the problems"));
+    EXPECT_EQ(answer.Document().at("problems").size(), 11U);
 }
 
-TEST(BadSet, AReadOnlyOptStillShowsTheList) {
+TEST(BadSet, AnOptThatTakesNothingShowsTheListAndNamesWhatIsNotKept) {
+    for (const char* fault : {"read-only", "full"}) {
+        const Kura kura;
+        json description = kura.Description();
+        description["faults"]["opt"] = fault;
+        kura.Describe(description);
+        const Answer answer = kura.Run({"diagnose", "--json"});
+        EXPECT_EQ(answer.status, 1) << fault;
+        EXPECT_EQ(
+            ErrorOf(answer),
+            "the set could not keep the problems as unfixed in /opt/usr/home/owner/share/remaining.db (see "
+            "kura log): 1001, 1006, 2004, 3001, 4001, 14000001, 5003, 6001, 16000001, 8001");
+        EXPECT_EQ(answer.Document().at("problems").size(), 11U);
+        EXPECT_TRUE(Logged(kura, "ERROR: sql execute is fail!!"));
+        EXPECT_TRUE(kura.Json({"problems"}).at("problems").empty());
+    }
+}
+
+TEST(BadSet, AListThatWasKeptBeforeIsKept) {
     const Kura kura;
+    kura.Json({"diagnose"});
     json description = kura.Description();
     description["faults"]["opt"] = "read-only";
     kura.Describe(description);
     EXPECT_EQ(kura.Json({"diagnose"}).at("problems").size(), 11U);
-    EXPECT_TRUE(Logged(kura, "ERROR: sql execute is fail!!"));
-    EXPECT_TRUE(kura.Json({"problems"}).at("problems").empty());
 }
 
 TEST(BadSet, EngineErrorsLeaveTheIssueOutAndGoOn) {
