@@ -190,6 +190,7 @@ int main(int argc, char** argv) {
     cli::AddServeVerbs(app, session, selection);
     cli::AddMapVerbs(app, selection);
     cli::AddScenarioVerbs(app, session, selection);
+    cli::AddCompleteVerb(app, session, selection);
 
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     const bool json = JsonWanted(arguments);

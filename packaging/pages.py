@@ -122,10 +122,15 @@ def man(source, page):
 # --- Completions ---
 
 
+ASKED = {"ISSUE", "APP", "KEY", "FUNCTION", "RUN", "KIND", "RULE", "COLUMN", "LIST"}
+
+
 def kind_of(entry):
-    """What to offer for a value: words, folders, files, or nothing that is known."""
+    """What to offer for a value: words, what the command tells of the current set, folders, files, or nothing."""
     if entry["choices"]:
         return " ".join(entry["choices"])
+    if entry["value"] in ASKED:
+        return "@ask-" + entry["value"].lower()
     if entry["value"].startswith("DIR") or entry.get("names") == ["--set"]:
         return "@folder"
     return "@file" if re.match(r"(FILE|PATH)", entry["value"]) else "@any"
@@ -149,8 +154,10 @@ _kura() {
 %(values)s
     )
     local current=${COMP_WORDS[COMP_CWORD]} path= pending= word i
+    local -a set=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
+        [[ ${COMP_WORDS[i - 1]} != --set ]] || set=(--set "$word")
         if [[ -n $pending ]]; then
             pending=
         elif [[ $word == -* ]]; then
@@ -169,6 +176,10 @@ _kura() {
     case $offered in
         @folder) mapfile -t COMPREPLY < <(compgen -d -- "$current") && compopt -o filenames 2>/dev/null ;;
         @file) mapfile -t COMPREPLY < <(compgen -f -- "$current") && compopt -o filenames 2>/dev/null ;;
+        @ask-*)
+            word=$("${COMP_WORDS[0]}" "${set[@]}" complete "${offered#@ask-}" $path 2>/dev/null)
+            mapfile -t COMPREPLY < <(compgen -W "$word" -- "$current")
+            ;;
         @any) COMPREPLY=() ;;
         *) mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$current") ;;
     esac
@@ -199,12 +210,25 @@ def bash(command):
     sys.stdout.write(BASH % {"verbs": bash_array(verbs), "options": bash_array(options), "values": bash_array(values)})
 
 
+ZSH_ASK = r"""# What the command tells of the set that the line names, or of the default one.
+_kura_ask() {
+    local -a line=("${(@Q)${(z)BUFFER}}") set found
+    integer at=${line[(I)--set]}
+    (( at )) && set=(--set $line[at+1])
+    found=(${(f)"$(_call_program words ${(q)line[1]:-kura} ${(q)set} complete $@ 2>/dev/null)"})
+    compadd -a found
+}
+"""
+
+
 def zsh_text(text):
     return re.sub(r"([\\\[\]:])", r"\\\1", text.split("\n")[0])
 
 
-def zsh_action(entry):
+def zsh_action(entry, path):
     kind = kind_of(entry)
+    if kind.startswith("@ask-"):
+        return " _kura_ask " + " ".join((kind[len("@ask-"):],) + path)
     if kind == "@folder":
         return "_files -/"
     if kind == "@any":
@@ -212,21 +236,22 @@ def zsh_action(entry):
     return "_files" if kind == "@file" else f"({kind})"
 
 
-def zsh_option(option):
-    value = f":{zsh_text(value_name(option))}:{zsh_action(option)}" if option["value"] else ""
+def zsh_option(option, path):
+    value = f":{zsh_text(value_name(option))}:{zsh_action(option, path)}" if option["value"] else ""
     return [quoted(f"{name}[{zsh_text(option['description'])}]{value}") for name in option["names"]]
 
 
-def zsh_argument(argument):
+def zsh_argument(argument, path):
     start = "*" if argument["repeatable"] else "" if argument["required"] else ":"
-    return quoted(f"{start}:{zsh_text(argument['name'])}:{zsh_action(argument)}")
+    return quoted(f"{start}:{zsh_text(argument['name'])}:{zsh_action(argument, path)}")
 
 
-def zsh_function(path, verb, shared):
+def zsh_function(path, verb, above):
+    shared = [entry for option in above for entry in zsh_option(option, path)]
     lines = ["_" + "_".join(("kura",) + path).replace("-", "_") + "() {"]
-    entries = shared + [entry for option in verb["options"] for entry in zsh_option(option)]
+    entries = shared + [entry for option in verb["options"] for entry in zsh_option(option, path)]
     if not verb["commands"]:
-        entries += [zsh_argument(argument) for argument in verb["arguments"]]
+        entries += [zsh_argument(argument, path) for argument in verb["arguments"]]
         return "\n".join(lines + ["    _arguments \\"] + [f"        {entry} \\" for entry in entries[:-1]]
                          + [f"        {entries[-1]}", "}", ""])
     lines += ["    local state line", "    typeset -A opt_args", "    _arguments -C \\"]
@@ -243,10 +268,10 @@ def zsh_function(path, verb, shared):
 
 
 def zsh(command):
-    shared = [entry for option in command["options"] for entry in zsh_option(option)]
     print("#compdef kura\n# zsh completion for kura, made from the command's own description of its verbs\n")
     for path, verb in nodes(command):
-        print(zsh_function(path, verb, shared if path else []))
+        print(zsh_function(path, verb, command["options"] if path else []))
+    print(ZSH_ASK)
     print('_kura "$@"')
 
 

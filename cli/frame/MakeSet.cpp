@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kMapBelowOpt = "usr/share/TVKuraHelp/SolutionMap.xml";
-
 /// The error's text without the number that the JSON library puts in front.
 std::string Reason(const nlohmann::json::exception& error) {
     const std::string text = error.what();
@@ -35,6 +33,10 @@ fs::path ExamplesFolder() {
     return folder;
 }
 
+fs::path MapOf(const kuraset::SetDirectory& set) {
+    return set.FilesOpt() / "usr/share/TVKuraHelp/SolutionMap.xml";
+}
+
 kuraset::SetDirectory MakeSet(const fs::path& path, const fs::path& examples) {
     const nlohmann::json description = ReadJsonFile(examples / "set" / "set.json");
     const nlohmann::json settings = ReadJsonFile(examples / "set" / "settings.json");
@@ -46,7 +48,7 @@ kuraset::SetDirectory MakeSet(const fs::path& path, const fs::path& examples) {
             throw VerbError(ExitCode::kFailed,
                             (examples / "set" / "engine.json").string() + ": " + Reason(error));
         }
-        const fs::path map = set.FilesOpt() / kMapBelowOpt;
+        const fs::path map = MapOf(set);
         fs::create_directories(map.parent_path());
         fs::copy_file(examples / "SolutionMap.xml", map, fs::copy_options::overwrite_existing);
         fs::copy(examples / "texts", set.Path() / "texts",

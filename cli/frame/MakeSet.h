@@ -10,6 +10,9 @@ namespace cli {
 /// The examples that belong to this command: installed beside it or in its build folder. Throws VerbError.
 std::filesystem::path ExamplesFolder();
 
+/// Where a set has its solution map.
+std::filesystem::path MapOf(const kuraset::SetDirectory& set);
+
 /// Makes a set with the folder's map, texts, description, settings and engine records.
 kuraset::SetDirectory MakeSet(const std::filesystem::path& path, const std::filesystem::path& examples);
 

@@ -50,6 +50,7 @@ void AddServeVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddMapVerbs(CLI::App& app, Selection& selection);
 /// show, diff, stats and format, below "map".
 void AddMapReadVerbs(CLI::App& map, Selection& selection);
+void AddCompleteVerb(CLI::App& app, const Session& session, Selection& selection);
 void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);
 

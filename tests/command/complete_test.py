@@ -5,8 +5,10 @@ cases. Called with the build folder.
 import json
 import os
 import re
+import shlex
 import subprocess
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -18,6 +20,13 @@ KURA = BUILD / "bin/kura"
 MAN = BUILD / "share/man"
 BASH = BUILD / "share/bash-completion/completions/kura"
 ZSH = BUILD / "share/zsh/vendor-completions/_kura"
+
+
+# What a completion asks of a set, with a command line that asks for it; the columns go without a set.
+ASKED = {("fix",): "1001", ("why",): "14000001", ("engine", "report"): "1001", ("app",): "org.vesta.streambox",
+         ("launch",): "org.vesta.streambox", ("settings", "get"): "db/menu/picture/backlight",
+         ("journal", "--kind"): "launch", ("log", "--function"): "ParseSolutionMap", ("log", "--run"): "1",
+         ("map", "explain"): "not-well-formed", ("apps", "--sort"): "app-id", ("engine", "list", "--columns"): "code"}
 
 
 def output(*command, **more):
@@ -130,11 +139,23 @@ class ScenarioPage(unittest.TestCase):
             self.assertRegex(text, rf"(?m)^ +{re.escape(key)}(\.\w+)? \(")
 
 
-class BashCompletion(unittest.TestCase):
+class OfASet(unittest.TestCase):
+    """Has a set of its own, on which the library ran once."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory(prefix="kura-complete-")
+        cls.addClassCleanup(folder.cleanup)
+        cls.set = Path(folder.name) / "a set"
+        output(str(KURA), "--set", str(cls.set), "set", "new")
+        output(str(KURA), "--set", str(cls.set), "problems")
+
+
+class BashCompletion(OfASet):
     def offered(self, *words):
         script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kura; '
                   'printf "%s\\n" "${COMPREPLY[@]}"')
-        return set(output("bash", "-c", script, "bash", str(BASH), "kura", *words).split())
+        return set(output("bash", "-c", script, "bash", str(BASH), str(KURA), *words).split())
 
     def test_offers_every_verb_and_option(self):
         for path, verb in NODES.items():
@@ -149,12 +170,23 @@ class BashCompletion(unittest.TestCase):
                 if option["choices"]:
                     self.assertEqual(self.offered(*path, option["names"][-1], ""), set(option["choices"]))
 
+    def test_offers_what_the_set_has(self):
+        for words, expected in ASKED.items():
+            self.assertIn(expected, self.offered("--set", str(self.set), *words, ""), words)
+        self.assertEqual(self.offered("--set", str(self.set), "fix", "14"), {"14000001"})
+        self.assertLessEqual({"NetworkSetting", "SignalInfo"}, self.offered("page", ""))
+
+    def test_offers_nothing_of_a_set_that_is_not_there_and_makes_none(self):
+        nowhere = self.set.parent / "nowhere"
+        self.assertEqual(self.offered("--set", str(nowhere), "fix", ""), set())
+        self.assertFalse(nowhere.exists())
+
     def test_takes_the_value_of_an_option_for_no_verb(self):
         self.assertIn("new", self.offered("--set", "engine", "set", ""))
         self.assertNotIn("list", self.offered("--set", "engine", "set", ""))
 
 
-class ZshCompletion(unittest.TestCase):
+class ZshCompletion(OfASet):
     """The functions are called with stand-ins for zsh's own, which print what they are given."""
 
     STUBS = """
@@ -181,6 +213,22 @@ class ZshCompletion(unittest.TestCase):
                 verbs = self.entries(path, "verb")
                 for below in verb["commands"]:
                     self.assertTrue(any(line.startswith(below["name"] + ":") for line in verbs), below["name"])
+
+    def test_offers_what_the_set_has(self):
+        for words, expected in ASKED.items():
+            option = words[-1].startswith("-")
+            path = words[:-1] if option else words
+            entries = self.entries(path)
+            asking = [entry for entry in entries if "_kura_ask" in entry
+                      and (entry.startswith(words[-1] + "[") if option else not entry.startswith("-"))]
+            self.assertEqual(len(asking), 1, (words, entries))
+            call = asking[0].rsplit(": ", 1)[1]
+            stubs = self.STUBS + '_call_program() { shift; eval "$@" }\ncompadd() { print -rl -- "${(@P)argv[-1]}" }'
+            script = f"{stubs}\nsource <(sed '$ d' {ZSH}); BUFFER={shlex.quote(self.line(words))}; {call}"
+            self.assertIn(expected, output("zsh", "-fc", script).splitlines(), words)
+
+    def line(self, words):
+        return shlex.join([str(KURA), "--set", str(self.set), *words]) + " "
 
     def test_is_a_script_that_zsh_reads(self):
         output("zsh", "-fn", str(ZSH))
