@@ -32,7 +32,8 @@ extern "C" {
 
 int clock_gettime(clockid_t clock, std::timespec* time) noexcept {
     using Function = int(clockid_t, std::timespec*);
-    static auto* const next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "clock_gettime"));
+    static auto* const next = reinterpret_cast<Function*>(
+        dlsym(RTLD_NEXT, sizeof(std::time_t) > sizeof(long) ? "__clock_gettime64" : "clock_gettime"));
     const model::Interposed& system = model::System();
     if (clock != CLOCK_MONOTONIC || !system.isClockSet) {
         return next(clock, time);
