@@ -14,16 +14,20 @@ constexpr std::chrono::seconds kCopyPatience{120};
 
 }  // namespace
 
-SetCopy::SetCopy(const kuraset::SetDirectory& set) {
-    const kuraset::SetUse use(set.Path());
-    // Files keep their holes, so that an app of a gigabyte takes no room in the copy either.
-    const auto result = scenario::RunProcess({"/bin/cp", "--archive", "--sparse=auto", "--reflink=auto",
-                                              set.Path().string(), (m_folder.Path() / "set").string()},
-                                             kCopyPatience);
+void CopySet(const std::filesystem::path& from, const std::filesystem::path& to) {
+    // With its holes an app of a gigabyte takes no room in the copy either.
+    const auto result = scenario::RunProcess(
+        {"/bin/cp", "--archive", "--sparse=auto", "--reflink=auto", from.string(), to.string()},
+        kCopyPatience);
     if (result.status != 0) {
         throw VerbError(ExitCode::kFailed,
                         "the set cannot be copied: " + result.err.substr(0, result.err.find('\n')));
     }
+}
+
+SetCopy::SetCopy(const kuraset::SetDirectory& set) {
+    const kuraset::SetUse use(set.Path());
+    CopySet(set.Path(), m_folder.Path() / "set");
     Set().ClearJournal();
 }
 

@@ -6,6 +6,10 @@
 
 namespace cli {
 
+/// Copies a set, or a copy of one, to a place that is free. Files keep their holes and their times. Throws
+/// VerbError, and scenario::Interrupted; a part of the copy may then be left.
+void CopySet(const std::filesystem::path& from, const std::filesystem::path& to);
+
 /// The copy is removed with the object.
 class SetCopy {
 public:

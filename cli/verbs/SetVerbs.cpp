@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "SnapshotVerbs.h"
 #include "Verbs.h"
 #include "frame/MakeSet.h"
 #include "frame/TableVerbs.h"
@@ -254,6 +255,7 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
     put->add_option("value", putOptions->value, "JSON, or else a text; null removes")->required();
     Declare(put, selection, Place::kOutside, [&session, putOptions] { return Put(session, *putOptions); });
 
+    AddSnapshotVerbs(*verb, session, selection);
     CLI::App* show = verb->add_subcommand("show", "What the set is");
     PrintsTable(show, kSetColumns);
     Declare(show, selection, Place::kOutside, [&session] { return ShowSet(session); });
