@@ -183,7 +183,7 @@ class BashCompletion(OfASet):
 
     def test_takes_the_value_of_an_option_for_no_verb(self):
         self.assertIn("new", self.offered("--set", "engine", "set", ""))
-        self.assertNotIn("list", self.offered("--set", "engine", "set", ""))
+        self.assertNotIn("report", self.offered("--set", "engine", "set", ""))
 
 
 class ZshCompletion(OfASet):
