@@ -85,6 +85,10 @@ class Roots(unittest.TestCase):
 
     def test_says_that_only_root_makes_one(self):
         more = {} if os.geteuid() != 0 else {"user": 65534, "group": 65534, "extra_groups": []}
+        try:
+            subprocess.run(["head", "-c1", TOOL], check=True, capture_output=True, **more)
+        except (OSError, subprocess.SubprocessError):
+            self.skipTest("here root cannot act as another user who reads this checkout")
         self.assertEqual(self.refused("trixie", "amd64", "true", **more),
                          "debian_root: only root can make a Debian root; run this command once as root\n")
 
