@@ -135,7 +135,7 @@ int Execute(sqlite3* handle, const std::string& statement) {
     FoundTable().clear();
     if (!IsInTransaction(handle) && PrepareTransaction(handle) != SQLITE_OK) {
         // A statement that is wrong tells its own error, whatever the state of the file.
-        const bool isWrong = Prepare(handle, statement.c_str()) == nullptr;
+        const bool isWrong = Prepare(handle, statement) == nullptr;
         if (isWrong || PrepareTransaction(handle) != SQLITE_OK) {
             return sqlite3_errcode(handle);
         }
