@@ -10,12 +10,12 @@
 
 #include "frame/Answer.h"
 #include "frame/CommandTree.h"
+#include "frame/Complaint.h"
 #include "frame/Look.h"
 #include "frame/Outcome.h"
 #include "frame/Session.h"
 #include "frame/TableVerbs.h"
 #include "host/Inside.h"
-#include "support/NearestName.h"
 #include "verbs/Verbs.h"
 
 namespace {
@@ -100,45 +100,6 @@ int Version(const CLI::App& app, bool json) {
     return static_cast<int>(ExitCode::kDone);
 }
 
-/// Suggests the option nearest to a word that starts with a dash, or the verb nearest to another
-/// word.
-std::string Nearest(const CLI::App& verb, const std::string& word) {
-    std::vector<std::string> known;
-    if (word.front() != '-') {
-        for (const CLI::App* below : verb.get_subcommands([](const CLI::App*) { return true; })) {
-            known.push_back(below->get_name());
-        }
-    }
-    for (const CLI::App* at = &verb; word.front() == '-' && at != nullptr; at = at->get_parent()) {
-        for (const CLI::Option* option : at->get_options()) {
-            for (const std::string& name : option->get_lnames()) {
-                known.push_back("--" + name);
-            }
-        }
-    }
-    return support::Suggestion(word, known);
-}
-
-/// Tells in one sentence what is wrong with the command line.
-std::string Complaint(const CLI::App& app, const CLI::ParseError& error) {
-    const bool missing = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
-    const bool tooMuch = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    if (!missing && !tooMuch) {
-        return error.what();
-    }
-    const std::vector<std::string> rest = app.remaining(true);
-    const bool option = !rest.empty() && rest.front().size() > 2 && rest.front().front() == '-';
-    if (option) {
-        return "no such option: " + rest.front() + Nearest(cli::NamedVerb(app), rest.front());
-    }
-    const bool group = !cli::NamedVerb(app).get_subcommands([](const CLI::App*) { return true; }).empty();
-    if (tooMuch || !group) {
-        return error.what();
-    }
-    return rest.empty() ? "a verb is missing (kura --help lists them)"
-                        : "no such verb: " + rest.front() + Nearest(cli::NamedVerb(app), rest.front());
-}
-
 /// Puts the words in the parser's order, the last first. "kura" and "kura help VERB" become --help.
 std::vector<std::string> ForParser(std::vector<std::string> words) {
     if (words.empty() || words.front() == "help") {
@@ -205,7 +166,7 @@ int main(int argc, char** argv) {
         } catch (const CLI::CallForVersion&) {
             return Version(app, json);
         } catch (const CLI::ParseError& error) {
-            throw cli::VerbError(ExitCode::kUsage, Complaint(app, error));
+            throw cli::VerbError(ExitCode::kUsage, cli::Complaint(app, error));
         }
         cli::CheckTableOptions(cli::NamedVerb(app));
         return Run(session, selection, arguments);

@@ -16,6 +16,7 @@
 #include "KURA_Storage.h"
 #include "Verbs.h"
 #include "explain/LibraryLog.h"
+#include "frame/Complaint.h"
 #include "frame/TableVerbs.h"
 #include "host/AgentAnswer.h"
 #include "host/Host.h"
@@ -265,7 +266,7 @@ void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selecti
         PrintsTable(verb, RowColumns());
         verb->add_flag("--exit-code", options->exitCode, "Exit with 2 when there are problems");
         verb->add_option("--patience", options->patience, "Seconds to wait for the engine")
-            ->check(CLI::Range(1, 3600))
+            ->check(Between(1, 3600))
             ->capture_default_str();
         return verb;
     };

@@ -15,6 +15,7 @@
 
 #include "Verbs.h"
 #include "frame/Answer.h"
+#include "frame/Complaint.h"
 #include "frame/Look.h"
 #include "scenario/Patterns.h"
 #include "support/NearestName.h"
@@ -349,7 +350,7 @@ void AddJournalVerbs(CLI::App& app, const Session& session, Selection& selection
     log->add_option("--function", options->function, "Only lines of this function")->type_name("FUNCTION");
     log->add_option("--priority", options->priority,
                     "Only lines of at least this priority: 3 debug to 6 error")
-        ->check(CLI::Range(3, 6));
+        ->check(Between(3, 6));
     AddRunOptions(log, options);
     Declare(log, selection, Place::kOutside, [&session, options, demandText] {
         demandText();

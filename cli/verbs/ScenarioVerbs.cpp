@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Verbs.h"
+#include "frame/Complaint.h"
 #include "scenario/Process.h"
 #include "scenario/Record.h"
 #include "scenario/Replay.h"
@@ -241,7 +242,7 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
     replay->add_option("--keep", options->keep, "Keep the sets in this folder, to look at them afterwards");
     replay
         ->add_option("--jobs", options->jobs, "How many run side by side; as many as processors when absent")
-        ->check(CLI::Range(1, 64));
+        ->check(Between(1, 64));
     Declare(replay, selection, Place::kOutside, [&session, options] { return Replay(session, *options); });
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Verbs.h"
+#include "frame/Complaint.h"
 #include "serve/Server.h"
 
 namespace cli {
@@ -38,7 +39,7 @@ void AddServeVerbs(CLI::App& app, const Session& session, Selection& selection) 
     auto options = std::make_shared<ServeOptions>();
     CLI::App* verb = app.add_subcommand("serve", "The screens as a page for a browser on this machine");
     verb->add_option("--port", options->port, "Port to listen on; 0 takes one that is free")
-        ->check(CLI::Range(0, 65535))
+        ->check(Between(0, 65535))
         ->capture_default_str();
     verb->add_flag("--print-url", options->printUrl, "Print the address alone");
     Declare(verb, selection, Place::kOutside, [&session, options] { return Serve(session, *options); });
