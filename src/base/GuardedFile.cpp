@@ -56,12 +56,13 @@ private:
 /// Opens path and follows no link in it. -1 with ENOSYS or EPERM where the kernel does not offer openat2, or
 /// a system call filter denies it.
 int OpenWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] int flags) {
-#ifdef RESOLVE_NO_SYMLINKS
+#if defined(RESOLVE_NO_SYMLINKS) && defined(__NR_openat2)
     open_how how{};
     how.flags = static_cast<__u64>(flags);
     how.mode = (flags & O_CREAT) != 0 ? kNewFileMode : 0;
     how.resolve = RESOLVE_NO_SYMLINKS;
-    return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
+    // The kernel headers' name: glibc 2.31 has none yet.
+    return static_cast<int>(syscall(__NR_openat2, AT_FDCWD, path, &how, sizeof how));
 #else
     errno = ENOSYS;
     return -1;

@@ -24,7 +24,7 @@ void RefuseOpenat2(int error) {
 extern "C" long syscall(long number, ...) noexcept {
     using Function = long(long, long, long, long, long, long, long);
     static auto* next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "syscall"));
-    if (g_refusal != 0 && number == SYS_openat2) {
+    if (g_refusal != 0 && number == __NR_openat2) {
         errno = g_refusal;
         return -1;
     }
