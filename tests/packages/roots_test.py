@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""What tools/debian_root says where it cannot make or enter a root, and that it leaves nothing half made.
+"""What tools/debian_root says where it cannot make or enter a root, that it leaves nothing half made, and the table of
+./dev release-check.
 
 The programs that it calls are replaced by small ones in a folder that comes first in PATH; no root is made.
 """
@@ -139,6 +140,36 @@ class Roots(unittest.TestCase):
         result = self.run_tool("--fresh", "trixie", "amd64", "true")
         self.assertIn("/root/new\n", result.stderr)
         self.assertEqual([path.name for path in self.roots.iterdir() if path.is_dir()], ["trixie-amd64.bare"])
+
+
+class ReleaseCheck(unittest.TestCase):
+    """./dev release-check, with a tool in place of tools/debian_root that answers as ./dev test does."""
+
+    def table(self, answer):
+        folder = tempfile.TemporaryDirectory(prefix="kura-release-check-")
+        self.addCleanup(folder.cleanup)
+        tools = Path(folder.name) / "tools"
+        tools.mkdir()
+        shutil.copy(TOOL.parents[1] / "dev", folder.name)
+        for name, script in (("debian_root", answer), ("dpkg-query", "printf installed")):
+            (tools / name).write_text(f"#!/bin/bash\n{script}\n")
+            (tools / name).chmod(0o755)
+        environment = {"PATH": f"{tools}:/usr/sbin:/usr/bin:/sbin:/bin"}
+        result = subprocess.run([Path(folder.name) / "dev", "release-check", "trixie", "i386"], capture_output=True,
+                                text=True, env=environment)
+        rows = [[cell.strip() for cell in line.split("|")[1:3]] for line in result.stdout.splitlines()[2:]]
+        return result.returncode, rows
+
+    def test_shows_what_every_machine_passed(self):
+        self.assertEqual(self.table('echo "$1"; [[ $1 != trixie ]] && echo "7 passed, 0 failed" || echo "10 passed, 0 failed"'),
+                         (0, [["trixie", "10 passed, 0 failed"], ["i386", "7 passed, 0 failed"]]))
+
+    def test_goes_on_after_a_machine_that_failed(self):
+        self.assertEqual(self.table('[[ $1 != trixie ]] && echo "7 passed, 0 failed" || { echo "9 passed, 1 failed"; exit 1; }'),
+                         (1, [["trixie", "9 passed, 1 failed"], ["i386", "7 passed, 0 failed"]]))
+
+    def test_fails_where_nothing_ran(self):
+        self.assertEqual(self.table("true"), (1, [["trixie", "did not run"], ["i386", "did not run"]]))
 
 
 if __name__ == "__main__":
