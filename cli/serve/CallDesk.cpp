@@ -60,20 +60,21 @@ CallAnswer AnswerOf(const RunEnd& end) {
 
 }  // namespace
 
-CallDesk::CallDesk(std::vector<std::string> command, int stop, Screens& screens)
-    : m_command(std::move(command)), m_stop(stop), m_screens(screens) {}
+CallDesk::CallDesk(std::vector<std::string> command, int stop, Screens& screens, SetWatch& watch)
+    : m_command(std::move(command)), m_stop(stop), m_screens(screens), m_watch(watch) {}
 
 CallAnswer CallDesk::Run(const Call& call, const std::string& argument) {
     if (!m_screens.Begin(call, argument)) {
         return Failure(409, "busy", "another call is running; try again when it has ended");
     }
+    m_watch.CallBegins();
     CallAnswer answer;
     try {
         answer = Carry(call, argument);
     } catch (const std::exception& error) {
         answer = Failure(500, "failed", error.what());
     }
-    m_screens.End(call, argument, answer.document);
+    m_screens.End(call, argument, answer.document, m_watch.CallEnds(call));
     return answer;
 }
 

@@ -8,6 +8,7 @@
 
 #include "Calls.h"
 #include "Screens.h"
+#include "SetWatch.h"
 #include "frame/Outcome.h"
 
 namespace cli::serve {
@@ -20,8 +21,8 @@ struct CallAnswer {
 class CallDesk {
 public:
     /// command: this program with the options that every verb gets. stop becomes readable when the server
-    /// ends. screens outlives the desk.
-    CallDesk(std::vector<std::string> command, int stop, Screens& screens);
+    /// ends. screens and watch outlive the desk.
+    CallDesk(std::vector<std::string> command, int stop, Screens& screens, SetWatch& watch);
 
     /// Runs the verb and shows the answer on its screen. Answers 409 while another call runs. Blocks until
     /// the call ends. Thread-safe.
@@ -33,6 +34,7 @@ private:
     const std::vector<std::string> m_command;
     const int m_stop;
     Screens& m_screens;
+    SetWatch& m_watch;
 };
 
 }  // namespace cli::serve

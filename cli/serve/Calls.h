@@ -13,23 +13,24 @@ struct Call {
     std::string_view screen;     ///< the screen that shows the answer; empty for none
     std::chrono::seconds usual;  ///< the library's own limit, for the page's progress bar; 0 for none
     std::chrono::seconds limit;  ///< the call is ended when it takes longer
+    bool changes;                ///< the other screens show an older set after it
 };
 
 using std::chrono_literals::operator""s;
 
 constexpr std::array<Call, 12> kCalls = {{
-    {"diagnose", "", "start", 30s, 60s},
-    {"problems", "", "home", 30s, 60s},
-    {"fix", "code", "", 0s, 60s},
-    {"storage", "", "storage", 0s, 60s},
-    {"apps", "", "apps", 0s, 300s},
-    {"app", "id", "", 0s, 60s},
-    {"clean", "", "", 10s, 60s},
-    {"boost", "", "", 5s, 60s},
-    {"optimize", "", "", 15s, 60s},
-    {"kill", "id", "", 5s, 60s},
-    {"clear-cache", "id", "", 5s, 60s},
-    {"clear-data", "id", "", 0s, 60s},
+    {"diagnose", "", "start", 30s, 60s, true},
+    {"problems", "", "home", 30s, 60s, false},
+    {"fix", "code", "", 0s, 60s, true},
+    {"storage", "", "storage", 0s, 60s, false},
+    {"apps", "", "apps", 0s, 300s, false},
+    {"app", "id", "", 0s, 60s, false},
+    {"clean", "", "", 10s, 60s, true},
+    {"boost", "", "", 5s, 60s, true},
+    {"optimize", "", "", 15s, 60s, true},
+    {"kill", "id", "", 5s, 60s, true},
+    {"clear-cache", "id", "", 5s, 60s, true},
+    {"clear-data", "id", "", 0s, 60s, true},
 }};
 
 constexpr const Call* FindCall(std::string_view verb) {

@@ -20,9 +20,6 @@ using httplib::Response;
 constexpr std::size_t kLongestPath = 1024;
 constexpr std::size_t kLongestBody = 4096;
 constexpr std::size_t kLongestArgument = 256;
-/// So much of a refused body is read before the answer. A browser that is cut off while it sends reports a
-/// network error instead of the answer.
-constexpr std::size_t kDrained = 1024 * 1024;
 /// Each follower keeps a thread busy.
 constexpr int kFollowers = 8;
 
@@ -121,21 +118,47 @@ bool IsJson(const Request& request) {
     return type.substr(0, type.find(';')) == kJson;
 }
 
+void SendTooLarge(Response& response) {
+    SendError(response, 413, "too-large", "the body may have " + std::to_string(kLongestBody) + " bytes");
+}
+
+/// Answers a request whose headers do not tell where its body ends, or that it is too long; true when it did.
+bool RefuseLength(const Request& request, Response& response) {
+    const std::size_t lengths = request.get_header_value_count("Content-Length");
+    const std::size_t codings = request.get_header_value_count("Transfer-Encoding");
+    const std::string length = request.get_header_value("Content-Length");
+    const bool isNumber = !length.empty() && length.find_first_not_of("0123456789") == std::string::npos;
+    if (lengths + codings > 1 || (lengths == 1 && !isNumber) ||
+        (codings == 1 && request.get_header_value("Transfer-Encoding") != "chunked")) {
+        SendError(response, 400, "bad-request", "the headers do not tell the length of the body");
+        return true;
+    }
+    const std::string digits = length.substr(std::min(length.find_first_not_of('0'), length.size()));
+    if (digits.size() > std::to_string(kLongestBody).size() ||
+        (!digits.empty() && std::stoul(digits) > kLongestBody)) {
+        SendTooLarge(response);
+        return true;
+    }
+    return false;
+}
+
 struct Body {
     std::string text;
     bool tooLarge = false;
     bool broken = false;
 };
 
-Body ReadBody(const httplib::ContentReader& reader, const Response& response) {
+/// A request without both headers has no body; the library would wait for the end of the connection.
+Body ReadBody(const Request& request, const httplib::ContentReader& reader) {
     Body body;
-    std::size_t seen = 0;
+    if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
+        return body;
+    }
     const bool whole = reader([&](const char* bytes, std::size_t count) {
-        seen += count;
-        body.text.append(bytes, std::min(count, kLongestBody - std::min(body.text.size(), kLongestBody)));
-        return seen <= kDrained;
+        body.text.append(bytes, count);
+        return body.text.size() <= kLongestBody;
     });
-    body.tooLarge = seen > kLongestBody || response.status == 413;
+    body.tooLarge = body.text.size() > kLongestBody;
     body.broken = !whole && !body.tooLarge;
     return body;
 }
@@ -156,7 +179,6 @@ private:
 
 void Routes::Add(httplib::Server& server) {
     server.set_default_headers(kHeaders);
-    server.set_payload_max_length(kDrained);
     server.set_error_handler(httplib::Server::Handler(&NameRefusal));
     server.set_exception_handler([](const Request&, Response& response, std::exception_ptr problem) {
         try {
@@ -167,26 +189,19 @@ void Routes::Add(httplib::Server& server) {
             SendError(response, 500, "failed", "unknown");
         }
     });
-    // A request with a body goes on to its handler, which drains the body before it refuses.
     server.set_pre_routing_handler([this](const Request& request, Response& response) {
-        const bool brings = request.method == "POST" || request.method == "PUT" ||
-                            request.method == "PATCH" || request.method == "DELETE";
         if (request.path.size() > kLongestPath) {
             SendError(response, 414, "too-long", "the address is too long");
-        } else if (brings) {
-            return httplib::Server::HandlerResponse::Unhandled;
         } else if (!Refuse(request, response)) {
+            if (request.method == "POST") {
+                return httplib::Server::HandlerResponse::Unhandled;
+            }
             Look(request, response);
         }
         return httplib::Server::HandlerResponse::Handled;
     });
-    const auto act = [this](const Request& request, Response& response,
-                            const httplib::ContentReader& reader) { Act(request, response, reader); };
-    const char* everything = "[^]*";
-    server.Post(everything, act);
-    server.Put(everything, act);
-    server.Patch(everything, act);
-    server.Delete(everything, act);
+    server.Post("[^]*", [this](const Request& request, Response& response,
+                               const httplib::ContentReader& reader) { Act(request, response, reader); });
 }
 
 bool Routes::Refuse(const Request& request, Response& response) const {
@@ -196,6 +211,7 @@ bool Routes::Refuse(const Request& request, Response& response) const {
         SendError(response, refusal->status, refusal->kind, refusal->message);
         return true;
     }
+    m_parts.admit();
     const std::string below = m_parts.guard.Below(request.path);
     const bool look = IsLook(below, m_parts.page);
     if (!look && CallAt(below) == nullptr) {
@@ -229,16 +245,15 @@ void Routes::Look(const Request& request, Response& response) {
 }
 
 void Routes::Act(const Request& request, Response& response, const httplib::ContentReader& reader) const {
-    const Body body = request.is_multipart_form_data() ? Body() : ReadBody(reader, response);
-    if (Refuse(request, response)) {
-        return;
-    }
     if (!IsJson(request)) {
         return SendError(response, 415, "wrong-type", "the body must be of the type application/json");
     }
+    if (RefuseLength(request, response)) {
+        return;
+    }
+    const Body body = ReadBody(request, reader);
     if (body.tooLarge) {
-        return SendError(response, 413, "too-large",
-                         "the body may have " + std::to_string(kLongestBody) + " bytes");
+        return SendTooLarge(response);
     }
     if (body.broken) {
         return SendError(response, 400, "bad-request", "the body did not come whole");

@@ -1,11 +1,12 @@
-// Answers the requests. The guard is checked first, then the path, then the method, then the body. A request
-// that fails a check is answered with a status and the reason as JSON.
+// Answers the requests. The guard is checked first, then the path, then the method, then the body, which is
+// not read before. A request that fails a check is answered with a status and the reason as JSON.
 #pragma once
 
 #include <httplib.h>
 
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "CallDesk.h"
@@ -23,6 +24,7 @@ public:
         const Page& page;
         Screens& screens;
         CallDesk& desk;
+        std::function<void()> admit;  ///< told on the thread of each request that came with the token
         std::filesystem::path set;
         std::filesystem::path opt;  ///< the folder of the set's /opt
     };
@@ -33,7 +35,7 @@ public:
     void Add(httplib::Server& server);
 
 private:
-    /// Answers a request that is wrong before its body matters; true when it did.
+    /// Answers a request that is wrong before its body is read; true when it did.
     bool Refuse(const httplib::Request& request, httplib::Response& response) const;
     void Look(const httplib::Request& request, httplib::Response& response);
     void Act(const httplib::Request& request, httplib::Response& response,

@@ -17,13 +17,21 @@ std::string TimeOfDay() {
     return text.data();
 }
 
+/// The members of the state that describe the set itself.
+Json About(const kuraset::SetDirectory& set, const std::string& language) {
+    const auto description = set.Description();
+    return {{"set", {{"path", set.Path().string()}, {"model", description.value("model", std::string())}}},
+            {"language", language}};
+}
+
 }  // namespace
 
-Screens::Screens(Json about) : m_about(std::move(about)) {
+Screens::Screens(const kuraset::SetDirectory& set, const std::string& language)
+    : m_about(About(set, language)) {
     for (const Call& call : kCalls) {
         if (!call.screen.empty()) {
             m_screens[std::string(call.screen)] = {
-                {"at", nullptr}, {"document", nullptr}, {"error", nullptr}};
+                {"at", nullptr}, {"document", nullptr}, {"error", nullptr}, {"stale", false}};
         }
     }
 }
@@ -38,14 +46,20 @@ bool Screens::Begin(const Call& call, const std::string& argument) {
     return true;
 }
 
-void Screens::End(const Call& call, const std::string& argument, const Json& answer) {
+void Screens::End(const Call& call, const std::string& argument, const Json& answer, const Stale& stale) {
     const std::lock_guard lock(m_mutex);
     const bool failed = answer.contains("error");
     const Json error = failed ? answer.at("error") : Json(nullptr);
     m_last = {{"number", m_running.number}, {"verb", call.verb}, {"argument", argument}, {"error", error}};
+    for (const auto& [name, ignored] : m_screens) {
+        if (stale.others && name != call.screen) {
+            MarkStale(false, name);
+        }
+    }
     if (!call.screen.empty()) {
         Json& screen = m_screens[std::string(call.screen)];
         screen["error"] = error;
+        screen["stale"] = stale.own;
         if (!failed) {
             screen["document"] = answer;
             screen["at"] = TimeOfDay();
@@ -53,6 +67,27 @@ void Screens::End(const Call& call, const std::string& argument, const Json& ans
     }
     m_running = {};
     Changed();
+}
+
+void Screens::SetChanged(const kuraset::SetDirectory& set, bool hasDiagnosed) {
+    const std::lock_guard lock(m_mutex);
+    try {
+        m_about = About(set, m_about.at("language"));
+    } catch (const kuraset::SetError&) {
+        // The calls tell what is wrong with the description; until it is mended the page names the set as
+        // before.
+    }
+    for (const auto& [name, ignored] : m_screens) {
+        MarkStale(hasDiagnosed && name == "start", name);
+    }
+    Changed();
+}
+
+void Screens::MarkStale(bool evenUnasked, const std::string& name) {
+    Json& screen = m_screens.at(name);
+    if (evenUnasked || !screen.at("document").is_null() || !screen.at("error").is_null()) {
+        screen["stale"] = true;
+    }
 }
 
 Json Screens::State() const {

@@ -10,21 +10,33 @@
 
 #include "Calls.h"
 #include "frame/Outcome.h"
+#include "set/KuraSet.h"
 
 namespace cli::serve {
+
+/// Which screens show an older set after a call: the one that the call has filled, the others.
+struct Stale {
+    bool own = false;
+    bool others = false;
+};
 
 /// Thread-safe.
 class Screens {
 public:
-    /// about: the members of the state that describe the set itself.
-    explicit Screens(Json about);
+    /// language: of the texts.
+    Screens(const kuraset::SetDirectory& set, const std::string& language);
 
     /// Begins a call; false while another call runs.
     bool Begin(const Call& call, const std::string& argument);
     /// Ends the call. answer: the verb's document, or the document of its failure.
-    void End(const Call& call, const std::string& argument, const Json& answer);
+    void End(const Call& call, const std::string& argument, const Json& answer, const Stale& stale);
 
-    /// {"version", about..., "running": null or {...}, "last": null or {...}, "screens": {NAME: {...}}}
+    /// Tells that somebody else has changed the set: screens that have been filled show an older one, and so
+    /// does the start screen when another process has diagnosed.
+    void SetChanged(const kuraset::SetDirectory& set, bool hasDiagnosed);
+
+    /// {"version", "set", "language", "running": null or {...}, "last": null or {...},
+    /// "screens": {NAME: {...}}}
     Json State() const;
 
     /// Waits until the state is newer than version, until Close, or until the time is up. Returns the
@@ -43,10 +55,11 @@ private:
     };
 
     void Changed();
+    void MarkStale(bool evenUnasked, const std::string& screen);
 
     mutable std::mutex m_mutex;  // guards all members below
     mutable std::condition_variable m_changed;
-    const Json m_about;
+    Json m_about;
     std::map<std::string, Json> m_screens;
     Running m_running;
     Json m_last;

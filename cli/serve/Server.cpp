@@ -16,21 +16,19 @@
 #include <utility>
 #include <vector>
 
+#include "BoundedServer.h"
 #include "CallDesk.h"
 #include "Guard.h"
 #include "Page.h"
 #include "Routes.h"
 #include "Screens.h"
+#include "SetWatch.h"
 
 namespace cli::serve {
 
 namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
-/// Each open event stream, call and file request keeps a thread busy while it lasts.
-constexpr std::size_t kThreads = 24;
-constexpr time_t kIdleSeconds = 1;
-constexpr time_t kReadSeconds = 5;
 constexpr std::chrono::milliseconds kStartStep{2};
 
 sigset_t EndingSignals() {
@@ -89,34 +87,28 @@ std::vector<std::string> CommandFor(const kuraset::SetDirectory& set, const std:
             "--language=" + language, "--json"};
 }
 
-Json About(const kuraset::SetDirectory& set, const std::string& language) {
-    const auto description = set.Description();
-    return {{"set", {{"path", set.Path().string()}, {"model", description.value("model", std::string())}}},
-            {"language", language}};
-}
-
 }  // namespace
 
 struct Server::Impl {
     Impl(const kuraset::SetDirectory& set, const std::string& language, int wanted)
         : page(Page::Load(PageFolder(), language)),
-          screens(About(set, language)),
+          screens(set, language),
+          http(stop.Number()),
           port(Bind(http, wanted)),
           guard(port, NewToken()),
-          desk(CommandFor(set, language), stop.Number(), screens),
-          routes({guard, page, screens, desk, set.Path(), set.FilesOpt()}) {
-        http.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-        http.set_keep_alive_timeout(kIdleSeconds);
-        http.set_read_timeout(kReadSeconds);
+          watch(set, screens),
+          desk(CommandFor(set, language), stop.Number(), screens, watch),
+          routes({guard, page, screens, desk, [this] { http.Admit(); }, set.Path(), set.FilesOpt()}) {
         routes.Add(http);
     }
 
     Page page;
     Screens screens;
     StopFile stop;
-    httplib::Server http;
+    BoundedServer http;
     int port;
     Guard guard;
+    SetWatch watch;
     CallDesk desk;
     Routes routes;
 };
@@ -144,6 +136,7 @@ ExitCode Server::Serve() {
         ended = true;
         kill(getpid(), SIGTERM);
     });
+    std::thread watcher([this] { m_impl->watch.Watch(m_impl->stop.Number()); });
     const sigset_t signals = EndingSignals();
     int signal = 0;
     sigwait(&signals, &signal);
@@ -156,6 +149,7 @@ ExitCode Server::Serve() {
     m_impl->screens.Close();
     m_impl->http.stop();
     listener.join();
+    watcher.join();
     if (lost) {
         std::cerr << "kura: the server can listen no longer\n";
         return ExitCode::kFailed;

@@ -7,11 +7,13 @@ Every screen that a test has reached is kept as a picture in the folder that KUR
 import os
 import shutil
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
@@ -77,7 +79,7 @@ class PageTest(unittest.TestCase):
 
     def press(self, *keys):
         for key in keys:
-            self.browser.switch_to.active_element.send_keys(key)
+            ActionChains(self.browser).send_keys(key).perform()
 
     def go(self, screen):
         """To a screen by the rail, with the remote's keys."""
@@ -219,8 +221,10 @@ class PageTest(unittest.TestCase):
         self.keep("start-failed")
         self.assertIn(self.served.state()["screens"]["start"]["error"]["message"], failure)
         self.assertEqual(self.focused(), "retry")
-        self.served.describe(faults={})
         self.press(ENTER)
+        until("the second try", lambda: self.served.state()["last"]["number"] == 2)
+        self.state("failure")
+        self.served.describe(faults={})
         self.listed(10)
 
     def test_shows_a_running_call_and_hangs_nothing(self):
@@ -259,6 +263,35 @@ class PageTest(unittest.TestCase):
             self.browser.close()
             self.browser.switch_to.window(first)
         self.listed(10)
+
+    def test_follows_repairs_elsewhere_commands_and_edited_files(self):
+        self.show()
+        self.press(ENTER)
+        self.listed(10)
+        self.go("home")
+        self.listed(10)
+        self.go("start")
+        self.press(ENTER)
+        self.listed(9)
+        self.go("home")
+        self.listed(9)
+        self.assertNotIn("1001", self.issues())
+        begun = time.monotonic()
+        self.served.kura("fix", "2004")
+        self.listed(8)
+        print(f"a repair by the command shows {time.monotonic() - begun:.2f} s after it began", end=" ", flush=True)
+        self.assertNotIn("2004", self.issues())
+        texts = self.served.set / "texts/en.json"
+        texts.write_text(texts.read_text("utf-8").replace("do not follow the remote", "do not follow the rubber duck"), "utf-8")
+        until("the edited text", lambda: any("rubber duck" in title for title in self.texts("[data-issue] strong")))
+        self.served.kura("set", "put", "model", '"Living room"')
+        until("the new model", lambda: "Living room" in self.texts(".rail-set")[0])
+        self.go("start")
+        self.listed(8)
+        solutions = self.served.set / "files/opt/usr/share/TVKuraHelp/SolutionMap.xml"
+        solutions.write_text(NO_PROBLEM, "utf-8")
+        self.assertIn("No problems found", self.state("empty"))
+        self.assert_quiet()
 
     # --- Storage ---
 

@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 """kura serve as an HTTP server: who may ask, what is answered to bad requests, one call at a time, how it ends."""
 
+import contextlib
 import json
 import re
 import signal
 import socket
 import subprocess
 import threading
+import time
 import unittest
 from pathlib import Path
 
@@ -217,6 +219,95 @@ class GuardTest(unittest.TestCase):
             dawdler.sendall(f"POST {self.served.root}api/diagnose HTTP/1.1\r\nContent-Len".encode())
             self.assertEqual(self.served.get("api/state").status, 200)
 
+    def head(self, headers, method="POST", root=None):
+        return (f"{method} {root or self.served.root}api/diagnose HTTP/1.1\r\nHost: 127.0.0.1:{self.served.port}\r\n"
+                f"Content-Type: application/json\r\n{headers}").encode()
+
+    def assert_served(self):
+        """The owner gets the page, its state, and a call."""
+        self.assertEqual(self.served.get("").status, 200)
+        self.assertIsNone(self.served.state()["last"])
+        self.assert_refused(self.served.post("diagnose", {"x": "y"}), 400, "bad-request")
+
+    def memory(self):
+        status = Path(f"/proc/{self.served.server.pid}/status").read_text("utf-8")
+        return int(re.search(r"VmHWM:\s+(\d+) kB", status)[1]) / 1024
+
+    def test_serves_its_owner_while_many_others_send_byte_by_byte(self):
+        with contextlib.ExitStack() as stack:
+            drips = []
+            for _ in range(64):
+                drips.append(stack.enter_context(socket.create_connection(("127.0.0.1", self.served.port))))
+                drips[-1].sendall(b"GET / HTTP/1.1\r\nX-Drip: ")
+                time.sleep(0.03)  # The server's queue of new connections is short.
+            served = threading.Event()
+
+            def go_on():
+                while not served.wait(0.2):
+                    for drip in drips:
+                        with contextlib.suppress(OSError):
+                            drip.send(b"x")
+
+            dripping = threading.Thread(target=go_on)
+            dripping.start()
+            try:
+                self.assert_served()
+            finally:
+                served.set()
+                dripping.join()
+
+    def test_cuts_off_a_request_that_takes_its_time(self):
+        with socket.create_connection(("127.0.0.1", self.served.port), timeout=PATIENCE) as drip:
+            drip.sendall(b"GET / HTTP/1.1\r\nX-Drip: ")
+            drip.settimeout(0.5)
+            end = time.monotonic() + PATIENCE
+            answer = None
+            while answer is None and time.monotonic() < end:
+                with contextlib.suppress(TimeoutError):
+                    drip.send(b"x")
+                    answer = drip.recv(4096)
+            self.assertTrue(answer == b"" or answer.startswith(b"HTTP/1.1 400 "), answer)
+
+    def test_takes_no_headers_without_end(self):
+        before = self.memory()
+        with socket.create_connection(("127.0.0.1", self.served.port), timeout=PATIENCE) as endless:
+            endless.sendall(b"GET / HTTP/1.1\r\n")
+            sent = 0
+            with contextlib.suppress(ConnectionError):
+                while sent < 200 * 1024 * 1024:
+                    sent += endless.send(b"X-Endless: and another one\r\n" * 10_000)
+            self.assertLess(sent, 100 * 1024 * 1024)
+        self.assertLess(self.memory() - before, 50)
+        self.assert_served()
+
+    def test_reads_no_long_body(self):
+        for root in ("/", None):
+            with self.subTest(root=root), \
+                    socket.create_connection(("127.0.0.1", self.served.port), timeout=PATIENCE) as sender:
+                sender.sendall(self.head("Content-Length: 1073741824\r\n\r\n", root=root))
+                self.assertRegex(sender.recv(65536), rb"^HTTP/1\.1 (401|413) ")
+                sent = 0
+                with contextlib.suppress(ConnectionError):
+                    while sent < 200 * 1024 * 1024:
+                        sent += sender.send(b" " * 1024 * 1024)
+                self.assertLess(sent, 100 * 1024 * 1024)
+        self.assert_served()
+
+    def test_wants_one_length_that_is_a_number(self):
+        for headers in ("Content-Length: -1", "Content-Length: +2", "Content-Length: 0x2",
+                        "Content-Length: 2\r\nContent-Length: 2", "Transfer-Encoding: gzip",
+                        "Content-Length: 2\r\nTransfer-Encoding: chunked"):
+            with self.subTest(headers=headers):
+                answer = raw(self.served.port, self.head(headers + "\r\n\r\n{}"))
+                self.assertRegex(answer, rb"^HTTP/1\.1 400 ")
+        self.assertRegex(raw(self.served.port, self.head("Content-Length: 18446744073709551618\r\n\r\n{}")),
+                         rb"^HTTP/1\.1 413 ")
+        self.assert_served()
+
+    def test_takes_a_request_without_length_as_one_without_body(self):
+        call = self.head("\r\n").replace(b"api/diagnose", b"api/fix")
+        self.assertRegex(raw(self.served.port, call), rb"^HTTP/1\.1 400 ")
+
     def test_sends_the_guarding_headers_with_everything(self):
         for answer in (self.served.get(""), self.served.get("main.js"), self.served.get("api/state"),
                        self.served.get("nothing"), self.served.get("", root="/"), self.served.post("fix")):
@@ -378,6 +469,72 @@ class EventTest(unittest.TestCase):
             until("a place is free again", follows_again)
             for page in pages:
                 page.close()
+
+
+class FollowTest(unittest.TestCase):
+    """Screens that show an older set are marked, however the set has changed."""
+
+    def stale(self, served):
+        return {name for name, screen in served.state()["screens"].items() if screen["stale"]}
+
+    def marks(self, served, *screens):
+        until(f"marked: {screens}", lambda: self.stale(served) == set(screens))
+
+    def test_marks_the_filled_screens_when_anybody_changes_the_set(self):
+        def replace(path):
+            path.with_suffix(".new").write_bytes(path.read_bytes())
+            path.with_suffix(".new").replace(path)
+
+        with ServedSet() as served:
+            files = served.set / "files/opt/usr/share/TVKuraHelp"
+            changes = {
+                "a repair": lambda: served.kura("fix", "1001"),
+                "a setting": lambda: served.kura("settings", "set", "db/x", "3"),
+                "the description": lambda: served.kura("set", "put", "model", '"New"'),
+                "a report of the engine": lambda: served.kura("engine", "report", "1001"),
+                "the map": lambda: replace(files / "SolutionMap.xml"),
+                "a text": lambda: replace(served.set / "texts/en.json"),
+            }
+            for name, change in changes.items():
+                with self.subTest(change=name):
+                    served.post("problems")
+                    self.assertEqual(self.stale(served), set())
+                    change()
+                    self.marks(served, "home")
+            self.assertEqual(served.state()["set"]["model"], "New")
+
+    def test_marks_the_start_screen_when_another_process_diagnoses(self):
+        with ServedSet() as served:
+            served.kura("storage")
+            served.post("problems")
+            served.kura("diagnose")
+            self.marks(served, "home", "start")
+            self.assertIsNone(served.state()["screens"]["start"]["document"])
+
+    def test_its_own_calls_mark_the_other_screens_alone(self):
+        with ServedSet() as served:
+            for verb in ("problems", "diagnose"):
+                served.post(verb)
+            self.assertEqual(self.stale(served), {"home"})
+            for verb in ("storage", "apps", "problems"):
+                served.post(verb)
+            self.assertEqual(self.stale(served), set())
+            version = served.state()["version"]
+            time.sleep(1)
+            self.assertEqual(served.state()["version"], version)
+            served.post("fix", {"code": "1001"})
+            self.assertEqual(self.stale(served), {"apps", "home", "start", "storage"})
+
+    def test_marks_a_screen_that_was_changed_while_it_was_filled(self):
+        with ServedSet(description=SLOW) as served:
+            call = threading.Thread(target=served.post, args=("diagnose",))
+            call.start()
+            until("the call runs", lambda: served.state()["running"])
+            served.kura("settings", "set", "db/x", "3")
+            call.join()
+            self.marks(served, "start")
+            served.post("diagnose")
+            self.assertEqual(self.stale(served), set())
 
 
 class IconTest(unittest.TestCase):

@@ -8,8 +8,9 @@ import { call, follow } from "./server.js";
 
 const part = (id) => document.getElementById(id);
 const NAMES = ["start", "home", "storage", "journal"];
-/// The calls that fill each screen.
+/// The calls that fill each screen, and where the server keeps the answer of each.
 const FILLING = { start: ["diagnose"], home: ["problems"], storage: ["storage", "apps"], journal: [] };
+const KEPT = { diagnose: "start", problems: "home", storage: "storage", apps: "apps" };
 
 const journal = new JournalScreen();
 let state = null;
@@ -17,6 +18,7 @@ let shown = "start";
 let connected = true;
 let present = true;
 let waiting = [];  // calls that fill a screen and wait for another call to end
+let pressed = null;  // goes on with a button that waits until a screen is filled
 let since = 0;
 
 // --- Calls ---
@@ -35,6 +37,24 @@ async function fill(verbs) {
     }
 }
 
+/// Asks again for what the screen shows of an older set. It waits while the set is away.
+function refresh() {
+    const old = FILLING[shown].filter((verb) => state.screens[KEPT[verb]].stale);
+    if (old.length > 0 && !state.running && present && connected) {
+        fill(old);
+    }
+}
+
+function catchUp() {
+    if (waiting.length > 0) {
+        const verbs = waiting;
+        waiting = [];
+        fill(verbs);
+    } else {
+        refresh();
+    }
+}
+
 /// True when no call runs; otherwise it shows a message.
 function isFree() {
     if (state?.running) {
@@ -42,6 +62,16 @@ function isFree() {
         return false;
     }
     return true;
+}
+
+/// The same, but waits for a screen that is being filled: the page does that by itself, too.
+async function whenFree() {
+    if (state?.running?.verb in KEPT && !pressed) {
+        await new Promise((goOn) => {
+            pressed = goOn;
+        });
+    }
+    return isFree();
 }
 
 function again() {
@@ -52,30 +82,23 @@ function again() {
 
 async function fix(rows) {
     const [first] = rows;
-    if (!isFree()) {
+    if (!await whenFree()) {
         return;
     }
     if (rows.some((row) => row.action === "CONFIRM")) {
         const body = rows.map((row) => element("p", "", row.texts.solution));
         if (!await ask(first.texts.issue, body, first.texts.button1 || text("problems.fix"),
             first.texts.button2 || text("dialog.cancel"))) {
-            return;
+            return catchUp();
         }
     }
-    const screen = shown;
     const answer = await call("fix", { code: first.issue_code });
     if (answer.ok) {
         toast("ok", first.texts.toast1 || text("problems.fixed"), "");
     } else {
         toast("failure", first.texts.toast2 || text("failure.short"), reasonOf(answer.document));
     }
-    // A repair with a failed step has changed the set as well.
-    const { requests } = answer.document;
-    if (!requests) {
-        return;
-    }
-    await fill(FILLING[screen]);
-    const opensStorage = requests.some((request) =>
+    const opensStorage = answer.document.requests?.some((request) =>
         request.kind === "screen" && request.screen === "storage" && request.event === "opened");
     if (opensStorage && !isOpen()) {
         show("storage");
@@ -84,13 +107,12 @@ async function fix(rows) {
 
 /// Runs maintenance of the whole set from the storage screen.
 async function care(verb) {
-    if (!isFree()) {
+    if (!await whenFree()) {
         return;
     }
     const answer = await call(verb);
     if (answer.ok) {
         toast("ok", text(`storage.${verb}.done`), "");
-        await fill(FILLING.storage);
     } else {
         toast("failure", text(`storage.${verb}.failed`), reasonOf(answer.document));
     }
@@ -98,25 +120,24 @@ async function care(verb) {
 
 async function careForApp(verb, app) {
     close();
-    if (!isFree()) {
+    if (!await whenFree()) {
         return;
     }
     if (verb === "clear-data" &&
         !await ask(text("app.clear-data.ask", { title: app.title }), [element("p", "", text("app.clear-data.detail"))],
             text("app.clear-data"), text("dialog.cancel"))) {
-        return;
+        return catchUp();
     }
     const answer = await call(verb, { id: app.app_id });
     if (answer.ok) {
         toast("ok", text(`app.${verb}.done`, { title: app.title }), "");
-        await fill(FILLING.storage);
     } else {
         toast("failure", text(`app.${verb}.failed`, { title: app.title }), reasonOf(answer.document));
     }
 }
 
 async function chooseApp(app) {
-    if (!isFree()) {
+    if (!await whenFree()) {
         return;
     }
     const figures = element("dl", "figures");
@@ -246,11 +267,12 @@ function show(name) {
         journal.toEnd();
     }
     focusFirst();
-    const missing = FILLING[name].some((verb) => !state.screens[verb === "diagnose" ? "start" :
-        verb === "problems" ? "home" : verb].document);
-    // Only the viewer starts a diagnosis; the other screens fill themselves.
+    const missing = FILLING[name].some((verb) => !state.screens[KEPT[verb]].document);
+    // Only the viewer starts the first diagnosis; the other screens fill themselves.
     if (name !== "start" && missing) {
         fill(FILLING[name]);
+    } else {
+        refresh();
     }
 }
 
@@ -266,6 +288,7 @@ function back() {
 
 function takeState(news) {
     const first = state === null;
+    const renamed = state && state.set.model !== news.set.model;
     state = news;
     since = performance.now() - (state.running?.elapsed_ms ?? 0);
     document.documentElement.lang = state.language;
@@ -274,12 +297,19 @@ function takeState(news) {
     if (first) {
         show(NAMES.includes(location.hash.slice(1)) ? location.hash.slice(1) : "start");
     } else {
+        if (renamed) {
+            drawRail();
+        }
         draw();
     }
-    if (!state.running && waiting.length > 0) {
-        const verbs = waiting;
-        waiting = [];
-        fill(verbs);
+    if (state.running) {
+        return;
+    }
+    if (pressed) {
+        pressed();
+        pressed = null;
+    } else {
+        catchUp();
     }
 }
 
@@ -293,6 +323,9 @@ async function begin() {
         set: (news) => {
             present = news.present;
             drawNotice();
+            if (state) {
+                refresh();
+            }
         },
         journal: (news) => {
             journal.add(news);
