@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <utility>
@@ -11,7 +12,7 @@ namespace cli {
 namespace {
 
 constexpr std::chrono::milliseconds kShowEvery{200};
-constexpr const char* kClearLine = "\r\033[K";
+constexpr const char* kClearRowAbove = "\033[A\r\033[K";
 
 }  // namespace
 
@@ -31,13 +32,29 @@ Progress::~Progress() {
     }
     m_changed.notify_all();
     m_thread.join();
-    std::cerr << kClearLine << std::flush;
+    Clear();
+}
+
+void Progress::Around(const std::function<void()>& print) {
+    const std::lock_guard lock(m_mutex);
+    Clear();
+    print();
+}
+
+void Progress::Clear() {
+    for (; m_rows > 0; --m_rows) {
+        std::cerr << kClearRowAbove;
+    }
+    std::cerr << std::flush;
 }
 
 void Progress::Run() {
     std::unique_lock lock(m_mutex);
     while (!m_changed.wait_for(lock, kShowEvery, [this] { return m_done; })) {
-        std::cerr << kClearLine << m_text() << std::flush;
+        const std::string text = m_text();
+        Clear();
+        std::cerr << text << '\n' << std::flush;
+        m_rows = 1 + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
     }
 }
 

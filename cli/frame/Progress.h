@@ -1,9 +1,10 @@
-// Shows the progress of long work on standard error, only on a terminal: one line that is rewritten, and
+// Shows the progress of long work on standard error, only on a terminal: lines that are rewritten, and
 // cleared at the end.
 #pragma once
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -11,7 +12,8 @@
 
 namespace cli {
 
-/// Rewrites the line several times a second with the result of text, until the object is destroyed.
+/// Rewrites the lines several times a second with the result of text, until the object is destroyed. The
+/// thread that rewrites them calls text.
 class Progress {
 public:
     explicit Progress(std::function<std::string()> text);
@@ -19,12 +21,18 @@ public:
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
+    /// Clears the lines and calls print, which may then write on the terminal. The lines come again by
+    /// themselves.
+    void Around(const std::function<void()>& print);
+
 private:
     void Run();
+    void Clear();
 
     std::function<std::string()> m_text;
-    std::mutex m_mutex;  // guards m_done
+    std::mutex m_mutex;  // guards m_done, m_rows and the terminal
     bool m_done = false;
+    std::size_t m_rows = 0;  // lines that stand there, each with its end
     std::condition_variable m_changed;
     std::thread m_thread;
 };

@@ -62,7 +62,33 @@ std::optional<Mismatch> CompareCalls(const Json& calls, const Json& happened) {
     return std::nullopt;
 }
 
-std::optional<Mismatch> CompareOne(const std::string& name, const Json& pattern, const Moment& moment) {
+/// The reason for the verb's exit code, in words behind it.
+std::string Reason(const Moment& moment) {
+    const Json answer = moment.answer.is_object() ? moment.answer : Json::object();
+    const Json error = answer.value("error", Json::object());
+    const std::string message = error.value("message", moment.errors.substr(0, moment.errors.find('\n')));
+    return message.empty() ? "" : " (" + message + ")";
+}
+
+void CompareMoment(const std::string& step, const Json& expect, const Moment& moment,
+                   std::vector<Difference>& differences) {
+    if (moment.exit && *moment.exit != expect.value("exit", 0)) {
+        differences.push_back({step, "exit", std::to_string(expect.value("exit", 0)),
+                               std::to_string(*moment.exit) + Reason(moment)});
+    }
+    for (const auto& [name, pattern] : expect.items()) {
+        if (name == "exit") {
+            continue;
+        }
+        if (const auto mismatch = Compare(name, pattern, moment)) {
+            differences.push_back({step, mismatch->place, mismatch->expected, mismatch->happened});
+        }
+    }
+}
+
+}  // namespace
+
+std::optional<Mismatch> Compare(const std::string& name, const Json& pattern, const Moment& moment) {
     const Json expected = LongForms(name, pattern);
     const Json happened = Happened(moment, name);
     if (name == "log") {
@@ -77,41 +103,15 @@ std::optional<Mismatch> CompareOne(const std::string& name, const Json& pattern,
     return Match(expected, happened, name);
 }
 
-/// The reason for the verb's exit code, in words behind it.
-std::string Reason(const Moment& moment) {
-    const Json answer = moment.answer.is_object() ? moment.answer : Json::object();
-    const Json error = answer.value("error", Json::object());
-    const std::string message = error.value("message", moment.errors.substr(0, moment.errors.find('\n')));
-    return message.empty() ? "" : " (" + message + ")";
-}
-
-std::optional<Difference> CompareMoment(const std::string& step, const Json& expect, const Moment& moment) {
-    if (moment.exit && *moment.exit != expect.value("exit", 0)) {
-        return Difference{step, "exit", std::to_string(expect.value("exit", 0)),
-                          std::to_string(*moment.exit) + Reason(moment)};
-    }
-    for (const auto& [name, pattern] : expect.items()) {
-        if (name == "exit") {
-            continue;
-        }
-        if (const auto mismatch = CompareOne(name, pattern, moment)) {
-            return Difference{step, mismatch->place, mismatch->expected, mismatch->happened};
-        }
-    }
-    return std::nullopt;
-}
-
-}  // namespace
-
-std::optional<Difference> FirstDifference(const Scenario& scenario, const Observation& observation) {
+std::vector<Difference> Differences(const Scenario& scenario, const Observation& observation) {
+    std::vector<Difference> differences;
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
         const Step& step = scenario.steps[i];
         const std::string title = "step " + std::to_string(i + 1) + " \"" + step.name + "\"";
-        if (auto difference = CompareMoment(title, step.expect, observation.steps.at(i))) {
-            return difference;
-        }
+        CompareMoment(title, step.expect, observation.steps.at(i), differences);
     }
-    return CompareMoment("the end", scenario.expect, observation.end);
+    CompareMoment("the end", scenario.expect, observation.end, differences);
+    return differences;
 }
 
 }  // namespace scenario

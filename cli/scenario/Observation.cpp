@@ -7,6 +7,7 @@
 #include <memory>
 #include <system_error>
 
+#include "Patterns.h"
 #include "StartSet.h"
 #include "support/Files.h"
 
@@ -49,11 +50,11 @@ Json LookAtFile(const std::optional<fs::path>& path) {
 }
 
 /// The member that a short form stands for. The one of a screen joins two: "storage opened".
-struct ShortForm {
+struct ShortName {
     const char* expectation;
     const char* member;
 };
-constexpr ShortForm kShortForms[] = {
+constexpr ShortName kShortNames[] = {
     {"rows", "issue_code"}, {"remaining", "issue_code"}, {"written", "key"},    {"launches", "app"},
     {"requests", "op"},     {"events", "name"},          {"recorded", "issue"}, {"log", "message"},
     {"no_log", "message"},  {"screens", "what"},
@@ -202,19 +203,44 @@ Json Happened(const Moment& moment, const std::string& name) {
 }
 
 Json LongForm(const std::string& name, const Json& element) {
-    const bool matcher = element.is_object() && element.size() == 1 && element.begin().key().front() == '$';
-    if (element.is_object() && !matcher) {
+    if (element.is_object() && !IsMatcher(element)) {
         return element;
     }
     if (name == "files" && !element.is_null()) {
         return {{"text", element}};
     }
-    for (const ShortForm& form : kShortForms) {
+    for (const ShortName& form : kShortNames) {
         if (name == form.expectation) {
             return {{form.member, element}};
         }
     }
     return element;
+}
+
+Json ShortForm(const std::string& name, const Json& element) {
+    if (!element.is_object()) {
+        return element;
+    }
+    if (name == "files") {
+        return element.value("type", std::string()) == "file" && element.contains("text") ? element.at("text")
+                                                                                          : element;
+    }
+    for (const ShortName& form : kShortNames) {
+        if (name == form.expectation && element.contains(form.member)) {
+            return element.at(form.member);
+        }
+    }
+    return Steady(element);
+}
+
+Json Steady(const Json& entry) {
+    Json steady = Json::object();
+    for (const auto& [key, value] : entry.items()) {
+        if (key != "time" && key != "kind" && key != "user_time" && key != "what") {
+            steady[key] = value;
+        }
+    }
+    return steady;
 }
 
 }  // namespace scenario

@@ -44,4 +44,11 @@ Json Happened(const Moment& moment, const std::string& name);
 /// {"app": "org.vesta.tv"}.
 Json LongForm(const std::string& name, const Json& element);
 
+/// The opposite: an element of what happened as an expectation tells it, in the short form where there is
+/// one, otherwise by the members that are the same in every run.
+Json ShortForm(const std::string& name, const Json& element);
+
+/// The members of a journal's entry that are the same in every run.
+Json Steady(const Json& entry);
+
 }  // namespace scenario

@@ -12,10 +12,6 @@ namespace {
 constexpr const char* kContains = "$contains";
 constexpr const char* kMatches = "$matches";
 
-bool IsMatcher(const Json& pattern) {
-    return pattern.is_object() && pattern.size() == 1 && pattern.begin().key().rfind('$', 0) == 0;
-}
-
 Mismatch Different(const std::string& place, const Json& pattern, const Json& value) {
     return {place, InShort(pattern), InShort(value)};
 }
@@ -81,6 +77,10 @@ std::optional<Mismatch> MatchObject(const Json& pattern, const Json& value, cons
 }
 
 }  // namespace
+
+bool IsMatcher(const Json& pattern) {
+    return pattern.is_object() && pattern.size() == 1 && pattern.begin().key().rfind('$', 0) == 0;
+}
 
 std::optional<Mismatch> Match(const Json& pattern, const Json& value, const std::string& place) {
     if (IsMatcher(pattern)) {

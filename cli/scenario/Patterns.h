@@ -19,6 +19,9 @@ struct Mismatch {
     std::string happened;
 };
 
+/// Whether the pattern asks for a part ("$contains") or a form ("$matches") of a value.
+bool IsMatcher(const Json& pattern);
+
 std::optional<Mismatch> Match(const Json& pattern, const Json& value, const std::string& place = "");
 
 /// Looks for an element for every pattern, in their order; other elements may stand between. Returns the

@@ -28,7 +28,8 @@ class Interrupted {};
 /// From now on SIGINT, SIGTERM and SIGHUP make RunProcess throw Interrupted.
 void EndInGoodOrder();
 
-/// A folder for one run; it is removed with the object.
+/// A folder for one run; it is removed with the object. It lies in TMPDIR; where that is not set in /dev/shm
+/// if it has 1 GiB of room, else in /tmp.
 class TemporaryFolder {
 public:
     TemporaryFolder();

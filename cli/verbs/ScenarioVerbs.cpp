@@ -1,11 +1,15 @@
 // The verbs that replay and record scenarios. Each scenario has a set of its own, and each of its verbs runs
 // in a process of its own, as a user would run it.
 #include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
 #include <memory>
-#include <optional>
+#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -13,9 +17,14 @@
 
 #include "Verbs.h"
 #include "frame/Complaint.h"
+#include "frame/Look.h"
+#include "frame/Progress.h"
+#include "frame/Utf8Locale.h"
+#include "scenario/Find.h"
 #include "scenario/Process.h"
 #include "scenario/Record.h"
 #include "scenario/Replay.h"
+#include "scenario/ScenarioError.h"
 
 namespace cli {
 
@@ -24,11 +33,15 @@ namespace {
 namespace fs = std::filesystem;
 using scenario::Result;
 
-struct ReplayOptions {
-    std::vector<std::string> files;
+struct ReplayArguments {
+    std::vector<std::string> names;
+    std::vector<std::string> filters;
     std::string junit;
     std::string keep;
-    unsigned jobs = 0;
+    scenario::ReplayOptions options = {{}, 0};
+    bool onlyFailed = false;
+    bool allDifferences = false;
+    bool tap = false;
 };
 
 fs::path ThisProgram() {
@@ -47,14 +60,20 @@ void PrintDifference(const scenario::Difference& difference) {
               << "\n    + " << difference.happened << '\n';
 }
 
-Json ResultToJson(const Result& result) {
+Json ResultToJson(const Result& result, bool allDifferences) {
     Json document = {{"file", result.file},
                      {"name", result.name},
                      {"result", scenario::NameOf(result.kind)},
                      {"steps", result.steps},
                      {"seconds", result.seconds}};
-    if (result.difference) {
-        document["difference"] = DifferenceToJson(*result.difference);
+    if (!result.differences.empty()) {
+        document["difference"] = DifferenceToJson(result.differences.front());
+    }
+    if (allDifferences) {
+        document["differences"] = Json::array();
+        for (const scenario::Difference& difference : result.differences) {
+            document["differences"].push_back(DifferenceToJson(difference));
+        }
     }
     if (!result.message.empty()) {
         document["message"] = result.message;
@@ -62,37 +81,103 @@ Json ResultToJson(const Result& result) {
     return document;
 }
 
-void PrintResult(const Result& result) {
-    if (!result.message.empty()) {
-        std::cout << scenario::NameOf(result.kind) << "  " << result.message << '\n' << std::flush;
-        return;
+Tone ToneOf(Result::Kind kind) {
+    if (scenario::IsGood(kind)) {
+        return Tone::kGood;
     }
-    std::cout << scenario::NameOf(result.kind) << "  " << result.file << '\n';
-    if (result.difference) {
-        PrintDifference(*result.difference);
+    return kind == Result::Kind::kDifferent || kind == Result::Kind::kFlaky ? Tone::kWarning : Tone::kBad;
+}
+
+void PrintResult(const Result& result, bool allDifferences) {
+    std::cout << Painted(scenario::NameOf(result.kind), ToneOf(result.kind)) << "  "
+              << (result.message.empty() ? result.file : result.message) << '\n';
+    // What an update took over is shown whole: it is in the file already.
+    const bool isWhole = allDifferences || result.kind == Result::Kind::kUpdated;
+    for (std::size_t i = 0; i < result.differences.size() && (i == 0 || isWhole); ++i) {
+        PrintDifference(result.differences[i]);
     }
     std::cout << std::flush;
 }
 
+constexpr Result::Kind kAlwaysCounted[] = {Result::Kind::kOk, Result::Kind::kDifferent,
+                                           Result::Kind::kUnreadable, Result::Kind::kFailed};
+/// Only with --repeat and --update.
+constexpr Result::Kind kCountedWhenSeen[] = {Result::Kind::kFlaky, Result::Kind::kUpdated};
+
 Json Summary(const std::vector<Result>& results) {
+    const auto count = [&results](Result::Kind kind) {
+        return std::count_if(results.begin(), results.end(),
+                             [kind](const Result& result) { return result.kind == kind; });
+    };
     Json summary = {{"scenarios", results.size()}};
-    for (const auto kind :
-         {Result::Kind::kOk, Result::Kind::kDifferent, Result::Kind::kUnreadable, Result::Kind::kFailed}) {
-        summary[scenario::NameOf(kind)] = std::count_if(
-            results.begin(), results.end(), [kind](const Result& result) { return result.kind == kind; });
+    for (const Result::Kind kind : kAlwaysCounted) {
+        summary[scenario::NameOf(kind)] = count(kind);
+    }
+    for (const Result::Kind kind : kCountedWhenSeen) {
+        if (count(kind) != 0) {
+            summary[scenario::NameOf(kind)] = count(kind);
+        }
     }
     return summary;
 }
 
 void PrintSummary(const Json& summary) {
     std::cout << summary.at("scenarios") << (summary.at("scenarios") == 1 ? " scenario" : " scenarios");
-    for (const char* kind : {"ok", "different", "unreadable", "failed"}) {
-        if (summary.at(kind) != 0 || kind == std::string("ok")) {
-            std::cout << ", " << summary.at(kind) << ' ' << kind;
+    for (const auto& [kind, number] : summary.items()) {
+        if (kind != "scenarios" && (number != 0 || kind == "ok")) {
+            std::cout << ", " << number << ' ' << kind;
         }
     }
     std::cout << '\n';
 }
+
+/// What runs and what is done, for the lines of progress.
+class Running {
+public:
+    explicit Running(std::size_t all) : m_all(all) {}
+
+    void Start(const fs::path& file) {
+        const std::lock_guard lock(m_mutex);
+        m_files[file.string()] = Clock::now();
+    }
+    void Finish(const std::string& file) {
+        const std::lock_guard lock(m_mutex);
+        m_files.erase(file);
+        ++m_done;
+    }
+    /// A line on the whole, and one for each scenario that runs.
+    std::string Text() const {
+        const Utf8Locale locale;
+        const std::size_t width = std::max<std::size_t>(TerminalWidth(), kNarrowest);
+        const std::lock_guard lock(m_mutex);
+        const double elapsed = SecondsSince(m_start);
+        std::string whole = std::to_string(m_done) + " of " + std::to_string(m_all) + ", " + Time(elapsed);
+        if (m_done > 0) {
+            const auto done = static_cast<double>(m_done);
+            whole += ", about " + Time(elapsed / done * (static_cast<double>(m_all) - done)) + " left";
+        }
+        std::string text = CutTo(whole, width - 1);
+        for (const auto& [file, since] : m_files) {
+            text += '\n' + CutTo("  " + Time(SecondsSince(since)) + "  " + file, width - 1);
+        }
+        return text;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kNarrowest = 20;
+
+    static double SecondsSince(Clock::time_point time) {
+        return std::chrono::duration<double>(Clock::now() - time).count();
+    }
+    static std::string Time(double seconds) { return std::to_string(std::lround(seconds)) + " s"; }
+
+    const std::size_t m_all;
+    const Clock::time_point m_start = Clock::now();
+    mutable std::mutex m_mutex;
+    std::map<std::string, Clock::time_point> m_files;
+    std::size_t m_done = 0;
+};
 
 void WriteFile(const std::string& path, const std::string& text) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
@@ -111,37 +196,86 @@ ExitCode CodeFor(const Json& summary) {
     if (summary.at("unreadable") != 0 || summary.at("failed") != 0) {
         return ExitCode::kFailed;
     }
-    return summary.at("different") != 0 ? ExitCode::kFindings : ExitCode::kDone;
+    return summary.at("different") != 0 || summary.contains("flaky") ? ExitCode::kFindings : ExitCode::kDone;
 }
 
-Outcome Replay(const Session& session, const ReplayOptions& options) {
-    scenario::EndInGoodOrder();
-    const unsigned jobs =
-        options.jobs != 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency());
-    const bool text = !session.json;
-    const std::vector<fs::path> files(options.files.begin(), options.files.end());
+std::vector<fs::path> FilesFor(const ReplayArguments& arguments) {
+    std::vector<fs::path> files;
     try {
-        const auto results =
-            scenario::Replay(files, {ThisProgram(), options.keep}, jobs, [text](const Result& result) {
-                if (text) {
-                    PrintResult(result);
+        files = scenario::FindScenarios(arguments.names);
+    } catch (const scenario::ScenarioError& error) {
+        throw VerbError(ExitCode::kFailed, error.what());
+    }
+    const auto isLeftOut = [&arguments](const fs::path& file) {
+        return std::none_of(arguments.filters.begin(), arguments.filters.end(),
+                            [&file](const std::string& filter) { return scenario::IsMeant(file, filter); });
+    };
+    if (!arguments.filters.empty()) {
+        files.erase(std::remove_if(files.begin(), files.end(), isLeftOut), files.end());
+    }
+    if (files.empty()) {
+        throw VerbError(ExitCode::kFailed, "no scenario fits the filter");
+    }
+    return files;
+}
+
+/// Prints each result as it comes, unless one document is wanted.
+std::vector<Result> RunAll(const Session& session, const ReplayArguments& arguments) {
+    const std::vector<fs::path> files = FilesFor(arguments);
+    scenario::ReplayOptions options = arguments.options;
+    options.run = {ThisProgram(), arguments.keep};
+    if (options.jobs == 0) {
+        options.jobs = std::max(1U, std::thread::hardware_concurrency());
+    }
+    if (arguments.tap) {
+        std::cout << "TAP version 13\n1.." << files.size() << '\n' << std::flush;
+    }
+    Running running(files.size());
+    Progress progress([&running] { return running.Text(); });
+    std::size_t number = 0;
+    return scenario::Replay(
+        files, options, [&running](const fs::path& file) { running.Start(file); },
+        [&](const Result& result) {
+            running.Finish(result.file);
+            ++number;
+            if (session.json || (arguments.onlyFailed && scenario::IsGood(result.kind) && !arguments.tap)) {
+                return;
+            }
+            progress.Around([&] {
+                if (arguments.tap) {
+                    std::cout << scenario::TapText(result, number) << std::flush;
+                } else {
+                    PrintResult(result, arguments.allDifferences);
                 }
             });
+        });
+}
+
+Outcome Replay(const Session& session, const ReplayArguments& arguments) {
+    scenario::EndInGoodOrder();
+    try {
+        const std::vector<Result> results = RunAll(session, arguments);
         Json document = {{"scenarios", Json::array()}, {"summary", Summary(results)}};
         for (const Result& result : results) {
-            document["scenarios"].push_back(ResultToJson(result));
+            if (!arguments.onlyFailed || !scenario::IsGood(result.kind)) {
+                document["scenarios"].push_back(ResultToJson(result, arguments.allDifferences));
+            }
         }
-        if (!options.junit.empty()) {
-            WriteFile(options.junit, scenario::JUnitText(results));
+        if (!arguments.junit.empty()) {
+            WriteFile(arguments.junit, scenario::JUnitText(results));
         }
-        return {document, [document] { PrintSummary(document.at("summary")); },
-                CodeFor(document.at("summary"))};
+        const auto print = [document, isTap = arguments.tap] {
+            if (!isTap) {
+                PrintSummary(document.at("summary"));
+            }
+        };
+        return {document, print, CodeFor(document.at("summary"))};
     } catch (const scenario::Interrupted&) {
         throw VerbError(ExitCode::kFailed, "interrupted; the sets are removed");
     }
 }
 
-void PrintRecording(const Json& document, const std::optional<scenario::Difference>& difference) {
+void PrintRecording(const Json& document, const std::vector<scenario::Difference>& differences) {
     for (const Json& step : document.at("steps")) {
         std::cout << "exit " << step.at("exit") << ' ';
         for (const Json& word : step.at("run")) {
@@ -150,9 +284,9 @@ void PrintRecording(const Json& document, const std::optional<scenario::Differen
         std::cout << '\n';
     }
     std::cout << "Recorded to " << document.at("file").get<std::string>() << '\n';
-    if (difference) {
+    if (!differences.empty()) {
         std::cout << "It does not replay alike here:\n";
-        PrintDifference(*difference);
+        PrintDifference(differences.front());
     }
 }
 
@@ -184,9 +318,9 @@ std::vector<std::vector<std::string>> VerbsOf(const std::vector<std::string>& wo
 }
 
 /// Replays a scenario that was just recorded. It must pass; a difference shows what depends on the machine.
-std::optional<scenario::Difference> Check(const fs::path& file) {
+std::vector<scenario::Difference> Check(const fs::path& file) {
     const auto scenario = scenario::ReadScenario(file);
-    return scenario::FirstDifference(scenario, scenario::Run(scenario, {ThisProgram(), {}}));
+    return scenario::Differences(scenario, scenario::Run(scenario, {ThisProgram(), {}}));
 }
 
 Outcome Record(const Session& session, const RecordOptions& options) {
@@ -205,13 +339,13 @@ Outcome Record(const Session& session, const RecordOptions& options) {
                                          {"exit", recording.moments[i].exit.value_or(0)},
                                          {"answer", recording.moments[i].answer}});
         }
-        const auto difference = Check(options.output);
-        if (difference) {
+        const auto differences = Check(options.output);
+        if (!differences.empty()) {
             document["replays"] = false;
-            document["difference"] = DifferenceToJson(*difference);
+            document["difference"] = DifferenceToJson(differences.front());
         }
-        return {document, [document, difference] { PrintRecording(document, difference); },
-                difference ? ExitCode::kFindings : ExitCode::kDone};
+        return {document, [document, differences] { PrintRecording(document, differences); },
+                differences.empty() ? ExitCode::kDone : ExitCode::kFindings};
     } catch (const scenario::Interrupted&) {
         RemoveFile(unfinished);
         throw VerbError(ExitCode::kFailed, "interrupted; nothing is recorded");
@@ -236,14 +370,31 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
             [&session, recordOptions] { return Record(session, *recordOptions); });
 
     CLI::App* replay = app.add_subcommand("replay", "Run scenarios and tell the first difference of each");
-    auto options = std::make_shared<ReplayOptions>();
-    replay->add_option("files", options->files, "Scenario files")->required();
-    replay->add_option("--junit", options->junit, "Also write the results as JUnit XML to this file");
-    replay->add_option("--keep", options->keep, "Keep the sets in this folder, to look at them afterwards");
+    auto arguments = std::make_shared<ReplayArguments>();
     replay
-        ->add_option("--jobs", options->jobs, "How many run side by side; as many as processors when absent")
+        ->add_option("files", arguments->names,
+                     "Scenario files, folders of them, or patterns such as 'fault-*.json'")
+        ->required();
+    replay->add_option("--filter", arguments->filters,
+                       "Only those whose path or name has this text in it, or fits this pattern");
+    replay->add_flag("--only-failed", arguments->onlyFailed, "Show only those that are not as expected");
+    replay->add_flag("--all-differences", arguments->allDifferences,
+                     "Tell every expectation that does not hold, not only the first");
+    replay
+        ->add_option("--repeat", arguments->options.repeat,
+                     "Run each as often; one whose runs end differently is flaky")
+        ->check(Between(1, 10000));
+    replay->add_flag("--update", arguments->options.update,
+                     "Write what happened into the files of those that differ");
+    replay->add_flag("--tap", arguments->tap, "Print the results as TAP, the Test Anything Protocol");
+    replay->add_option("--junit", arguments->junit, "Also write the results as JUnit XML to this file");
+    replay->add_option("--keep", arguments->keep, "Keep the sets in this folder, to look at them afterwards");
+    replay
+        ->add_option("--jobs", arguments->options.jobs,
+                     "How many run side by side; as many as processors when absent")
         ->check(Between(1, 64));
-    Declare(replay, selection, Place::kOutside, [&session, options] { return Replay(session, *options); });
+    Declare(replay, selection, Place::kOutside,
+            [&session, arguments] { return Replay(session, *arguments); });
 }
 
 }  // namespace cli

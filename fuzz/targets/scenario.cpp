@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "Adopt.h"
 #include "Compare.h"
 #include "Document.h"
 #include "Fuzzing.h"
@@ -31,14 +32,19 @@ void CheckLayout(const std::string& text) {
                  "a scenario laid out says the same");
 }
 
-/// Nothing happened in any step: the comparison finds a difference or none, and names a place when it does.
-void CheckComparison(const scenario::Scenario& read) {
+/// Nothing happened in any step: each difference names its step, and what is adopted is a scenario again.
+void CheckComparison(const scenario::Scenario& read, const std::string& text) {
     scenario::Observation observation;
     observation.steps.resize(read.steps.size());
-    const std::optional<scenario::Difference> difference = scenario::FirstDifference(read, observation);
-    if (difference) {
-        fuzz::Expect(!difference->step.empty(), "a difference names its step");
+    const auto differences = scenario::Differences(read, observation);
+    for (const scenario::Difference& difference : differences) {
+        fuzz::Expect(!difference.step.empty(), "a difference names its step");
     }
+    const scenario::Json adopted =
+        scenario::Adopted(scenario::Document::Parse(text, kFile).Root(), observation);
+    const scenario::Scenario again = scenario::ParseScenario(scenario::ScenarioText(adopted), kFile);
+    fuzz::Expect(scenario::Differences(again, observation).size() <= differences.size(),
+                 "what is adopted differs no more");
 }
 
 }  // namespace
@@ -48,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         const scenario::Scenario read = scenario::ParseScenario(text, kFile);
         CheckLayout(text);
-        CheckComparison(read);
+        CheckComparison(read, text);
     } catch (const scenario::ScenarioError& error) {
         CheckComplaint(error.what());
     }

@@ -62,6 +62,86 @@ TEST(Replay, AnswersWithOneDocument) {
     EXPECT_EQ(results.at(3).at("message"), "/no/such: no such file");
 }
 
+TEST(Replay, TakesFoldersAndPatternsAndAFilter) {
+    const Kura kura;
+    const fs::path folder = kura.Set().parent_path() / "all";
+    fs::create_directories(folder / "below/set");
+    command::WriteFile(folder / "one.json", Repair(35).dump());
+    command::WriteFile(folder / "below/two.json", Repair(35).dump());
+    command::WriteFile(folder / "below/set/set.json", "{}");
+    command::WriteFile(folder / "three.json", R"({"name": "Nothing runs", "steps": [{"clock": null}]})");
+    const auto filesOf = [&kura](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--json", "replay"});
+        std::vector<std::string> files;
+        const json document = kura.Run(words).Document();
+        for (const json& result : document.at("scenarios")) {
+            files.push_back(fs::path(result.at("file").get<std::string>()).filename());
+        }
+        return files;
+    };
+    const std::string all = folder.string();
+    EXPECT_EQ(filesOf({all}), (std::vector<std::string>{"two.json", "one.json", "three.json"}));
+    EXPECT_EQ(filesOf({all + "/t*.json", all}),
+              (std::vector<std::string>{"three.json", "two.json", "one.json"}));
+    EXPECT_EQ(filesOf({all, "--filter", "below"}), std::vector<std::string>{"two.json"});
+    EXPECT_EQ(filesOf({all, "--filter", "Nothing*"}), std::vector<std::string>{"three.json"});
+    for (const std::vector<std::string>& none : {std::vector<std::string>{"replay", all, "--filter", "four"},
+                                                 {"replay", all + "/x*"},
+                                                 {"replay", all + "/below/set"}}) {
+        const Answer answer = kura.Run(none);
+        EXPECT_EQ(answer.status, 1);
+        EXPECT_THAT(answer.err,
+                    testing::AnyOf(HasSubstr("no scenario fits the filter"), HasSubstr("/x*: no file fits"),
+                                   HasSubstr("/below/set: holds no scenario")));
+    }
+}
+
+TEST(Replay, TellsEveryDifferenceAndOnlyWhatFailed) {
+    const Kura kura;
+    json scenario = Repair(36);
+    scenario["steps"][0]["expect"]["launches"] = {"org.vesta.browser"};
+    const std::string bad = Write(kura, "bad.json", scenario);
+    const std::string good = Write(kura, "good.json", Repair(35));
+    EXPECT_EQ(kura.Run({"replay", "--all-differences", "--only-failed", "--jobs", "1", good, bad}).out,
+              "different  " + bad +
+                  "\n    step 1 \"repair\": launches[0]\n    - {\"app\":\"org.vesta.browser\"}\n    + nothing"
+                  "\n    step 1 \"repair\": settings.db/menu/picture/backlight\n    - 36\n    + 35\n"
+                  "2 scenarios, 1 ok, 1 different\n");
+    EXPECT_EQ(kura.Run({"replay", "--tap", "--jobs", "1", good, bad}).out,
+              "TAP version 13\n1..2\nok 1 - " + good + "\nnot ok 2 - " + bad +
+                  "\n# step 1 \"repair\": launches[0]\n# - {\"app\":\"org.vesta.browser\"}\n# + nothing"
+                  "\n# step 1 \"repair\": settings.db/menu/picture/backlight\n# - 36\n# + 35\n");
+}
+
+TEST(Replay, UpdatesWhatDiffersAndShowsIt) {
+    const Kura kura;
+    json scenario = Repair(36);
+    scenario["steps"][0]["expect"]["written"] = {"db/menu/picture/contrast"};
+    scenario["steps"][0]["expect"]["exit"] = 7;
+    const std::string file = Write(kura, "bad.json", scenario);
+    const Answer answer = kura.Run({"replay", "--update", file});
+    EXPECT_EQ(answer.status, 0);
+    EXPECT_THAT(answer.out,
+                HasSubstr("updated  " + file + "\n    step 1 \"repair\": exit\n    - 7\n    + 0\n"));
+    EXPECT_THAT(answer.out, HasSubstr("1 scenario, 0 ok, 1 updated\n"));
+    const json now = json::parse(command::ReadFile(file)).at("steps").at(0).at("expect");
+    EXPECT_EQ(now, json::parse(R"({"settings": {"db/menu/picture/backlight": 35},
+                                   "written": ["db/menu/picture/backlight"]})"));
+    EXPECT_EQ(kura.Run({"replay", file}).status, 0);
+}
+
+TEST(Replay, LeavesPatternsAndTheLogToTheirAuthor) {
+    const Kura kura;
+    json scenario = Repair(35);
+    scenario["steps"][0]["expect"]["log"] = {"no such line"};
+    const std::string file = Write(kura, "log.json", scenario);
+    const std::string before = command::ReadFile(file);
+    const Answer answer = kura.Run({"replay", "--update", file});
+    EXPECT_EQ(answer.status, 2);
+    EXPECT_THAT(answer.out, HasSubstr("different  " + file + ": patterns and lines of the log are"));
+    EXPECT_EQ(command::ReadFile(file), before);
+}
+
 TEST(Replay, WritesJUnit) {
     const Kura kura;
     json scenario = Repair(36);
