@@ -56,7 +56,7 @@ def commands(case):
 def today(match):
     """The digits of a time of these days, as N: tables keep their width."""
     time = datetime.datetime.fromisoformat(match[1])
-    near = abs(time - datetime.datetime.utcnow()) < datetime.timedelta(days=1)
+    near = abs(time - datetime.datetime.now(datetime.timezone.utc).replace(tzinfo=None)) < datetime.timedelta(days=1)
     return re.sub(r"\d", "N", match[0]) if near else match[0]
 
 

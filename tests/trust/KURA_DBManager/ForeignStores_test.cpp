@@ -97,6 +97,13 @@ std::string Growing(std::size_t count, const std::string& kind) {
     return columns;
 }
 
+/// Puts the table's text into the schema, for newer releases of SQLite read all columns of a table that they
+/// make.
+std::string WithoutReading(const std::string& table) {
+    return Table() + "PRAGMA writable_schema=1; UPDATE sqlite_master SET sql = '" +
+           table.substr(0, table.find(';')) + "' WHERE name = 'remainingTBL';";
+}
+
 const std::string kTrigger = "CREATE TRIGGER t AFTER INSERT ON remainingTBL BEGIN ";
 const std::string kEndless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) ";
 
@@ -182,7 +189,7 @@ std::vector<Kind> HostileKinds() {
         {"formatted", Table(Columns(100, "printf('%.*c', 16000000, 'x')", "STORED")), none},
         {"quoted", Table(Columns(100, "quote(zeroblob(8000000))", "STORED")), none},
         {"joined", Table(Growing(20, "STORED")), std::nullopt},
-        {"joined, not stored", Table(Growing(20, "")), std::nullopt},
+        {"joined, not stored", WithoutReading(Table(Growing(20, ""))), std::nullopt},
         {"a long literal joined in each row that is read",
          Table("", "issue_code TEXT", "base TEXT") + Rows(5000, "1") +
              "ALTER TABLE remainingTBL ADD COLUMN idx AS (issue_code" + Repeat("||" + Literal(14000), 30) +

@@ -365,7 +365,7 @@ TEST(Evaluation, ThrowsWhenTheDeclaredCountPassesTheList) {
     Store({Solution("1")}, 2);
     std::string standard;
     try {
-        std::vector<int>(1).at(1);
+        static_cast<void>(std::vector<int>(1).at(1));
     } catch (const std::out_of_range& error) {
         standard = error.what();
     }
