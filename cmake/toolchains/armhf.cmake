@@ -4,6 +4,8 @@ set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+# GCC tells of each 64-bit argument that GCC 6 passed otherwise.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 # The target's libraries are Debian's of that architecture: beside the machine's own, or in a root of their own.
 if(DEFINED ENV{KURA_SYSROOT})
     set(CMAKE_SYSROOT $ENV{KURA_SYSROOT})
