@@ -2,6 +2,8 @@
 
 #include <array>
 #include <ctime>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace cli::serve {
@@ -20,7 +22,12 @@ std::string TimeOfDay() {
 /// The members of the state that describe the set itself.
 Json About(const kuraset::SetDirectory& set, const std::string& language) {
     const auto description = set.Description();
-    return {{"set", {{"path", set.Path().string()}, {"model", description.value("model", std::string())}}},
+    std::error_code error;
+    const bool texts = std::filesystem::is_regular_file(set.Path() / "texts" / (language + ".json"), error);
+    return {{"set",
+             {{"path", set.Path().string()},
+              {"model", description.value("model", std::string())},
+              {"texts", texts}}},
             {"language", language}};
 }
 

@@ -26,7 +26,9 @@ SMALL = (1280, 720)
 UP, DOWN, LEFT, RIGHT = Keys.ARROW_UP, Keys.ARROW_DOWN, Keys.ARROW_LEFT, Keys.ARROW_RIGHT
 ENTER, BACK = Keys.ENTER, Keys.ESCAPE
 RAIL = ["start", "home", "storage", "journal"]
-FEWEST_PIXELS = 19  # of the smallest letters on a television: 1/57 of its height
+PHONE = (360, 740)
+FEWEST_PIXELS = 24  # of the smallest letters on a television: 1/45 of its height
+FEWEST_ON_PHONE = 16  # in the hand
 
 NO_PROBLEM = """<?xml version="1.0" encoding="UTF-8"?>
 <solutionmap><sminfo version="1"/><sm cnt="1"/>
@@ -108,19 +110,25 @@ class PageTest(unittest.TestCase):
         until(f"{count} problems and no call", lambda: len(self.issues()) == count and not self.find("body.is-busy"))
 
     def keep(self, name):
-        """A picture of the screen, and that nobody has to squint at it."""
+        """A picture of the screen, and that nobody has to squint at it or misses a button."""
         self.browser.save_screenshot(str(SCREENS / f"{name}.png"))
         smallest, clipped = self.browser.execute_script("""
             const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
             const sizes = [];
             for (let node = walker.nextNode(); node; node = walker.nextNode()) {
                 if (node.data.trim() && node.parentElement.offsetParent !== null) {
-                    sizes.push(parseFloat(getComputedStyle(node.parentElement).fontSize) / innerHeight);
+                    sizes.push(parseFloat(getComputedStyle(node.parentElement).fontSize));
                 }
             }
-            return [Math.min(...sizes) * 1080, document.documentElement.scrollWidth > innerWidth];""")
-        self.assertGreaterEqual(smallest, FEWEST_PIXELS)
-        self.assertFalse(clipped)
+            const isOut = (box) => box.width > 0 && (box.left < 0 || box.right > innerWidth + 1);
+            const out = [...document.querySelectorAll("[data-key], h1, h2, p")].filter((found) =>
+                isOut(found.getBoundingClientRect()));
+            return [Math.min(...sizes) * (innerWidth < 720 ? 1 : 1080 / innerHeight),
+                out.map((found) => found.outerHTML.slice(0, 200))];""")
+        is_phone = self.browser.execute_script("return innerWidth < 720")
+        self.assertGreaterEqual(smallest + 0.01, FEWEST_ON_PHONE if is_phone else FEWEST_PIXELS)
+        self.assertEqual(clipped, [])
+        self.assertFalse(self.browser.execute_script("return document.documentElement.scrollWidth > innerWidth"))
 
     def assert_quiet(self, *expected):
         """Nothing in the console, and no request to anybody else."""
@@ -148,6 +156,11 @@ class PageTest(unittest.TestCase):
         self.assertNotIn("1001", self.issues())
         self.assertEqual(self.focused(), f"issue-{self.issues()[0]}")
         self.assertEqual(self.texts(".toast.ok strong"), ["The setting has been changed."])
+        self.assertTrue(self.browser.execute_script("""
+            const toast = document.querySelector(".toast").getBoundingClientRect();
+            const content = document.getElementById("content").getBoundingClientRect();
+            return content.bottom <= toast.top + 1;"""), "a message covers the screen")
+        self.assertEqual(self.find("#foot .ticker"), [])
         self.assertIn("9 problems found", self.texts(".detail")[0])
         self.assertEqual(self.served.kura("settings", "get", "db/menu/picture/backlight")["value"], 35)
         self.go("home")
@@ -379,6 +392,63 @@ class PageTest(unittest.TestCase):
         (self.served.set / "journal.jsonl").write_text("", "utf-8")
         until("the journal is empty", lambda: not self.find(".line"))
         self.keep("journal-empty")
+
+    # --- Sizes, words, and what a screen reader is told ---
+
+    def test_fits_a_phone_and_names_what_it_shows(self):
+        self.show(size=PHONE)
+        self.state("unasked")
+        self.keep("phone-unasked")
+        self.find('[data-key="check"]')[0].click()
+        self.listed(10)
+        self.keep("phone-list")
+        self.assertTrue(self.browser.title.startswith("Diagnosis · "))
+        self.assertEqual(len(self.find("ul.cards > li > [data-issue]")), 10)
+        self.assertTrue(self.find('nav[aria-label="Screens"]'))
+        self.find('[data-issue="8001"]')[0].click()
+        until("a question", lambda: self.find(".dialog"))
+        self.keep("phone-question")
+        self.find('[data-key="no"]')[0].click()
+        self.find('[data-key="rail-storage"]')[0].click()
+        until("the apps", lambda: len(self.find("ul.cards > li > .card.app")) == 9 and not self.find("body.is-busy"))
+        self.keep("phone-storage")
+        self.assertTrue(self.browser.title.startswith("Storage · "))
+        self.find('[data-key="rail-journal"]')[0].click()
+        until("lines", lambda: self.find(".line"))
+        self.keep("phone-journal")
+        self.assert_quiet()
+
+    def test_keeps_what_it_knew_when_a_check_fails_and_offers_one_way_to_try_again(self):
+        self.show()
+        self.press(ENTER)
+        self.listed(10)
+        self.served.describe(faults={"engine": {"subscribe": 1}})
+        until("the failure", lambda: self.find('.banner[data-state="failure"]'))
+        self.keep("start-list-failed")
+        self.assertEqual(len(self.issues()), 10)
+        self.assertEqual(len(self.find('[data-key="retry"], [data-key="again"]')), 1)
+
+    def test_says_which_language_it_speaks(self):
+        self.show(size=SMALL, language="fr")
+        self.assertEqual(self.browser.execute_script("return document.documentElement.lang"), "en")
+        until("the notice", lambda: "fr" in "".join(self.texts("#notice")))
+        self.assertEqual(self.texts("#notice")[0].count("“fr”"), 2)
+        self.keep("start-language-small")
+
+    def test_asks_carefully_before_it_destroys_and_explains_the_sizes(self):
+        self.show()
+        self.go("storage")
+        until("the apps", lambda: len(self.find(".card.app")) == 9 and not self.find("body.is-busy"))
+        self.walk_to("app-org.vesta.browser", DOWN)
+        self.press(ENTER)
+        until("why the sizes differ", lambda: "109 MiB" in "".join(self.texts(".dialog .note")))
+        self.keep("storage-app-sizes")
+        self.press(RIGHT, ENTER)
+        until("the question", lambda: self.find('[data-key="yes"]'))
+        self.assertEqual(self.focused(), "no")
+        self.press(ENTER)
+        until("no question", lambda: not self.find(".dialog"))
+        self.assertNotEqual(self.served.state()["last"]["verb"], "clear-data")
 
     # --- What must not happen ---
 

@@ -3,7 +3,7 @@
 import { button, element, icon, loadTexts, sizeText, text } from "./element.js";
 import { ask, close, isOpen, open, reasonOf, toast } from "./overlays.js";
 import { focusFirst, focusOn, focusRail, forgetFocus, keepingFocus, listen } from "./remote.js";
-import { appIcon, entryText, homeScreen, JournalScreen, startScreen, storageScreen } from "./screens.js";
+import { appIcon, homeScreen, JournalScreen, startScreen, storageScreen } from "./screens.js";
 import { call, follow } from "./server.js";
 
 const part = (id) => document.getElementById(id);
@@ -125,7 +125,7 @@ async function careForApp(verb, app) {
     }
     if (verb === "clear-data" &&
         !await ask(text("app.clear-data.ask", { title: app.title }), [element("p", "", text("app.clear-data.detail"))],
-            text("app.clear-data"), text("dialog.cancel"))) {
+            text("app.clear-data"), text("dialog.cancel"), true)) {
         return catchUp();
     }
     const answer = await call(verb, { id: app.app_id });
@@ -146,12 +146,16 @@ async function chooseApp(app) {
     figures.append(...["total", "data", "cache"].map((name) => figure(name, "…")));
     const verbs = ["clear-cache", "clear-data", "kill"].map((verb) =>
         ({ key: verb, label: text(`app.${verb}`), press: () => careForApp(verb, app) }));
-    open(app.title, [element("div", "app-card", appIcon(app), element("small", "", app.app_id)), figures],
+    const note = element("p", "note", "");
+    open(app.title, [element("div", "app-card", appIcon(app), element("small", "", app.app_id)), figures, note],
         [...verbs, { key: "close", label: text("dialog.close"), press: close }]);
     const { ok, document: sizes } = await call("app", { id: app.app_id });
     if (ok) {
         figures.replaceChildren(figure("total", sizeText(sizes.total_size)), figure("data", sizeText(sizes.data_size)),
             figure("cache", sizeText(sizes.cache_size)));
+        if (sizes.total_size !== app.total_size) {
+            note.textContent = text("app.figures", { size: sizeText(app.total_size) });
+        }
     } else {
         figures.replaceChildren(element("p", "reason", reasonOf(sizes)));
     }
@@ -168,6 +172,7 @@ function drawRail() {
         return made;
     });
     const focused = document.activeElement?.closest?.(".rail-item")?.dataset.key;
+    part("rail").setAttribute("aria-label", text("rail.name"));
     part("rail").replaceChildren(element("div", "brand", icon("care"), "Kura"), ...items,
         element("div", "rail-set", element("small", "", text("rail.set")), state?.set.model || "–"));
     part("rail").querySelector(`[data-key="${focused}"]`)?.focus();
@@ -195,6 +200,7 @@ function draw() {
     keepingFocus(() => {
         const { head, body } = screenNow();
         const scrolled = content.scrollTop;
+        document.title = `${head.title} · ${state.set.model} · Kura`;
         part("head").replaceChildren(
             element("div", "", element("h1", "", head.title), element("p", "detail", head.detail ?? "")),
             element("div", "head-actions", ...(head.actions ?? [])));
@@ -236,19 +242,24 @@ function drawWork() {
 
 function drawFoot() {
     const key = (sign, words) => element("span", "hint", element("kbd", "", sign), words);
-    const last = journal.last();
-    part("foot").replaceChildren(
-        element("span", "hints", key("↑ ↓ ← →", text("keys.move")), key("Enter", text("keys.choose")),
-            key("Esc", text("keys.back"))),
-        element("span", "ticker", last ? element("span", "dot") : null,
-            element("span", "ticker-words", last ? `${last.kind} · ${entryText(last)}` : "")));
+    part("foot").replaceChildren(key("↑ ↓ ← →", text("keys.move")), key("Enter", text("keys.choose")),
+        key("Esc", text("keys.back")));
 }
 
 function drawNotice() {
     const notice = part("notice");
-    const words = !connected ? text("notice.server") : !present ? text("notice.set", { path: state?.set.path }) : "";
+    const words = !connected ? text("notice.server") : !present ? text("notice.set", { path: state?.set.path })
+        : languageText();
     notice.hidden = words === "";
+    notice.classList.toggle("mild", connected && present);
     notice.replaceChildren(icon("failure"), element("span", "", words));
+}
+
+/// Says which texts the language lacks.
+function languageText() {
+    const language = state?.language ?? text("language");
+    return [["notice.language", language === text("language")], ["notice.problems", state?.set.texts ?? true]]
+        .map(([id, isThere]) => isThere ? "" : text(id, { language })).filter(Boolean).join(" ");
 }
 
 // --- Where we are ---
@@ -291,8 +302,6 @@ function takeState(news) {
     const renamed = state && state.set.model !== news.set.model;
     state = news;
     since = performance.now() - (state.running?.elapsed_ms ?? 0);
-    document.documentElement.lang = state.language;
-    document.title = `Kura · ${state.set.model}`;
     document.body.dataset.version = String(state.version);
     if (first) {
         show(NAMES.includes(location.hash.slice(1)) ? location.hash.slice(1) : "start");
@@ -302,6 +311,7 @@ function takeState(news) {
         }
         draw();
     }
+    drawNotice();
     if (state.running) {
         return;
     }
@@ -315,6 +325,7 @@ function takeState(news) {
 
 async function begin() {
     await loadTexts();
+    document.documentElement.lang = text("language");
     listen(back);
     drawFoot();
     setInterval(drawWork, 250);
@@ -329,7 +340,6 @@ async function begin() {
         },
         journal: (news) => {
             journal.add(news);
-            drawFoot();
         },
         connected: (news) => {
             connected = news;

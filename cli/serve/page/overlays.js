@@ -1,7 +1,7 @@
 // Everything that is shown over the screens: questions, one application's card, short messages.
 
 import { button, element, icon, text } from "./element.js";
-import { focusFirst, focusOn } from "./remote.js";
+import { focusFirst, focusOn, keepFocusInSight } from "./remote.js";
 
 const overlay = document.getElementById("overlay");
 const toasts = document.getElementById("toasts");
@@ -16,7 +16,8 @@ export function isOpen() {
     return !overlay.hidden;
 }
 
-/// body: elements; buttons: [{key, label, press, className}], the first gets the focus. closed: called at its end.
+/// body: elements; buttons: [{key, label, press, className, first}]; the one with first gets the focus, or the first
+/// of them. closed: called at its end.
 export function open(title, body, buttons, closed) {
     if (!isOpen()) {
         before = document.activeElement;
@@ -32,7 +33,7 @@ export function open(title, body, buttons, closed) {
     overlay.hidden = false;
     stage.inert = true;
     rail.inert = true;
-    focusOn(row.firstChild);
+    focusOn(row.children[Math.max(0, buttons.findIndex(({ first }) => first))]);
 }
 
 export function close() {
@@ -53,8 +54,8 @@ export function close() {
     tell?.();
 }
 
-/// Asks a question; true when the answer is yes.
-export function ask(title, body, yes, no) {
+/// Asks a question; true when the answer is yes. careful: yes destroys something, so no has the focus.
+export function ask(title, body, yes, no, careful = false) {
     return new Promise((answer) => {
         const settle = (value) => () => {
             answer(value);
@@ -62,7 +63,7 @@ export function ask(title, body, yes, no) {
         };
         open(title, body, [
             { key: "yes", label: yes, press: settle(true), className: "strong" },
-            { key: "no", label: no, press: settle(false) },
+            { key: "no", label: no, press: settle(false), first: careful },
         ], () => answer(false));
     });
 }
@@ -73,6 +74,7 @@ export function toast(kind, title, reason) {
         element("div", "", element("strong", "", title), reason ? element("span", "", reason) : null));
     made.setAttribute("role", "status");
     toasts.replaceChildren(made);
+    keepFocusInSight();
     setTimeout(() => made.remove(), kind === "failure" ? 2 * TOAST_MS : TOAST_MS);
 }
 

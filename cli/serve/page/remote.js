@@ -57,6 +57,13 @@ export function focusOn(target) {
     target.scrollIntoView({ block: "nearest", inline: "nearest" });
 }
 
+/// Call it when the screen's content has got less room.
+export function keepFocusInSight() {
+    if (content.contains(document.activeElement)) {
+        focusOn(document.activeElement);
+    }
+}
+
 let lastOnStage = null;
 /// True when the screen had no button when it was shown; its first button then takes the focus.
 let awaited = false;

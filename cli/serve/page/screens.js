@@ -19,6 +19,23 @@ function fullState(kind, picture, title, words, action) {
     return made;
 }
 
+/// Cards are a list, each with one button.
+function cardList(cards) {
+    return element("ul", "cards", ...cards.map((card) => element("li", "", card)));
+}
+
+/// Above what was known before a check failed.
+function failureBanner(reasons, again) {
+    const made = element("div", "banner", icon("failure"),
+        element("div", "", element("strong", "", text("failure.short")),
+            ...reasons.map((reason) => paragraph("reason", reason)), paragraph("", text("failure.known"))),
+        button("retry", "pill strong", again, text("failure.again")));
+    made.lastChild.dataset.first = "";
+    made.dataset.state = "failure";
+    made.setAttribute("role", "alert");
+    return made;
+}
+
 function firstButton(key, press, label) {
     const made = button(key, "pill strong big", press, label);
     made.dataset.first = "";
@@ -37,7 +54,7 @@ export function issuesOf(rows) {
     return [...issues.values()];
 }
 
-function problemCard(rows, place, fix, running) {
+function problemCard(rows, place, { fix, language }, running) {
     const [first] = rows;
     const busy = running?.verb === "fix" && running.argument === first.issue_code;
     const solutions = rows.map((row) => paragraph("", row.texts.solution));
@@ -49,6 +66,7 @@ function problemCard(rows, place, fix, running) {
         element("span", "pill-look", busy ? element("span", "spinner") : null,
             busy ? text("problems.fixing") : first.texts.button1 || text("problems.fix")));
     made.dataset.issue = first.issue_code;
+    made.lang = language;
     if (place === 0) {
         made.dataset.first = "";
     }
@@ -59,8 +77,8 @@ function problemCard(rows, place, fix, running) {
 function problemScreen(names, screen, state, actions) {
     const again = button("again", "pill", actions.again, icon("refresh"), text(`${names}.again`));
     const issues = screen.document ? issuesOf(screen.document.problems) : [];
-    const head = { title: text(`${names}.title`), actions: screen.document || screen.error ? [again] : [] };
-    if (screen.error) {
+    const head = { title: text(`${names}.title`), actions: screen.document && !screen.error ? [again] : [] };
+    if (screen.error && issues.length === 0) {
         head.detail = text("failure.short");
         return { head, body: [fullState("failure", "failure", text(`${names}.failed`), screen.error.message,
             firstButton("retry", actions.again, text("failure.again")))] };
@@ -76,9 +94,10 @@ function problemScreen(names, screen, state, actions) {
             firstButton("recheck", actions.again, text(`${names}.again`)))] };
     }
     head.detail = `${countText(`${names}.found`, issues.length)} · ${text("problems.checked", { time: screen.at })}`;
-    const list = element("div", "cards", ...issues.map((rows, place) =>
-        problemCard(rows, place, actions.fix, state.running)));
-    return { head, body: [list] };
+    const language = state.set.texts ? state.language : "";
+    const list = cardList(issues.map((rows, place) =>
+        problemCard(rows, place, { fix: actions.fix, language }, state.running)));
+    return { head, body: screen.error ? [failureBanner([screen.error.message], actions.again), list] : [list] };
 }
 
 export function startScreen(state, actions) {
@@ -162,8 +181,8 @@ function appRow(app, largest, choose, place) {
 }
 
 function appList(screen, choose) {
-    if (screen.error) {
-        return fullState("failure", "failure", text("storage.apps.failed"), screen.error.message);
+    if (screen.error && !screen.document) {
+        return fullState("failure", "failure", text("storage.apps.failed"), "");
     }
     if (!screen.document) {
         return fullState("loading", "search", text("storage.apps.loading"), "");
@@ -173,15 +192,16 @@ function appList(screen, choose) {
         return fullState("empty", "storage", text("storage.apps.none"), "");
     }
     const largest = apps[0].total_size;
-    return element("div", "cards", ...apps.map((app, place) => appRow(app, largest, choose, place)));
+    return cardList(apps.map((app, place) => appRow(app, largest, choose, place)));
 }
 
 /// actions: {again, clean, boost, optimize, app}
 export function storageScreen(state, actions) {
     const { storage, apps } = state.screens;
-    const head = { title: text("storage.title"), detail: text("storage.intro"), actions: [
+    const reasons = [...new Set([storage, apps].filter(({ error }) => error).map(({ error }) => error.message))];
+    const head = { title: text("storage.title"), detail: text("storage.intro"), actions: reasons.length > 0 ? [] : [
         button("again", "pill", actions.again, icon("refresh"), text("storage.again"))] };
-    if (storage.error) {
+    if (storage.error && !storage.document) {
         return { head, body: [fullState("failure", "failure", text("storage.failed"), storage.error.message,
             firstButton("retry", actions.again, text("failure.again")))] };
     }
@@ -199,7 +219,8 @@ export function storageScreen(state, actions) {
     });
     const listed = apps.document?.apps ?? [];
     head.detail = text("problems.checked", { time: storage.at });
-    return { head, body: [storageBar(storage.document, listed), element("div", "tools", ...tools),
+    const banner = reasons.length > 0 ? [failureBanner(reasons, actions.again)] : [];
+    return { head, body: [...banner, storageBar(storage.document, listed), element("div", "tools", ...tools),
         element("h2", "section", text("storage.apps"), listed.length > 0 ? element("small", "",
             countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
 }
@@ -213,11 +234,6 @@ function membersOf(entry) {
     const words = (value) => typeof value === "string" ? value : JSON.stringify(value);
     const members = Object.entries(entry).filter(([name]) => !told.includes(name));
     return { what: entry.op ?? "", members: members.map(([name, value]) => [name, words(value)]) };
-}
-
-export function entryText(entry) {
-    const { what, members } = membersOf(entry);
-    return [what, ...members.map(([name, value]) => `${name} ${value}`.trim())].filter(Boolean).join(" · ");
 }
 
 function entryParts(entry) {
@@ -283,11 +299,6 @@ export class JournalScreen {
         this.list.replaceChildren();
         this.append(this.entries);
         this.toEnd();
-    }
-
-    /// The last request of the library to the set.
-    last() {
-        return this.entries.findLast((entry) => entry.kind !== "log");
     }
 
     draw(redraw) {
