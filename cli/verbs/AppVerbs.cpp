@@ -16,6 +16,7 @@
 #include "frame/TableVerbs.h"
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
+#include "services/SetServices.h"
 
 namespace cli {
 

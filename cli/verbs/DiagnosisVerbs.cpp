@@ -23,6 +23,7 @@
 #include "host/HostSetUp.h"
 #include "host/Rows.h"
 #include "scenario/Observation.h"
+#include "services/SetServices.h"
 
 namespace cli {
 

@@ -7,6 +7,7 @@
 
 #include "Verbs.h"
 #include "host/Inside.h"
+#include "services/SetServices.h"
 #include "support/ChildProcess.h"
 
 namespace cli {

@@ -12,6 +12,7 @@
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
 #include "host/Rows.h"
+#include "services/SetServices.h"
 
 namespace cli {
 

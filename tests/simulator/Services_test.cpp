@@ -15,6 +15,7 @@
 
 #include "TemporarySet.h"
 #include "pkgmgr_client.h"
+#include "services/SetServices.h"
 #include "set/KuraSet.h"
 
 namespace {

@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "services/SetServices.h"
 #include "set/KuraSet.h"
 
 namespace simulator {

@@ -1,6 +1,6 @@
 // Starts and ends the processes beside the host. Each writes to a pipe of its own when it is ready, and the
 // kernel sends each a signal when the host dies, so that none is left behind.
-#include "set/KuraSet.h"
+#include "SetServices.h"
 
 #include <cerrno>
 #include <csignal>
