@@ -64,8 +64,8 @@ bool HoldsSet(const fs::path& path) {
     if (!fs::exists(path, error) || fs::is_empty(path, error)) {
         return false;
     }
-    if (fs::exists(path / "format.json", error) && fs::exists(path / "files", error)) {
-        return true;  // whole, damaged, half made or from another version
+    if (kuraset::SetDirectory::LiesAt(path)) {
+        return true;
     }
     try {
         kuraset::SetDirectory::Open(path);

@@ -131,7 +131,7 @@ std::vector<fs::path> SetsBeside(const fs::path& set) {
     std::vector<fs::path> sets;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(set.parent_path(), error)) {
-        if (fs::exists(entry.path() / "format.json", error)) {
+        if (kuraset::SetDirectory::LiesAt(entry.path())) {
             sets.push_back(entry.path());
         }
     }
@@ -185,7 +185,7 @@ Outcome RemoveSnapshot(const fs::path& set, const std::string& name) {
 /// is not.
 Outcome Remove(const Session& session, const SnapshotOptions& options) {
     const fs::path path = session.SetPath();
-    if (!fs::exists(path / "format.json") || !fs::exists(path / "files")) {
+    if (!kuraset::SetDirectory::LiesAt(path)) {
         throw VerbError(ExitCode::kNoSuchItem, path.string() + ": no set here");
     }
     if (!options.name.empty()) {

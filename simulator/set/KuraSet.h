@@ -99,6 +99,10 @@ public:
     /// The set that the environment names; NotFound when it names none.
     static SetDirectory FromEnvironment();
 
+    /// Whether a set lies there: whole, damaged, half made or from another version. False where the system
+    /// refuses to look.
+    static bool LiesAt(const std::filesystem::path& path);
+
     const std::filesystem::path& Path() const { return m_path; }
     std::filesystem::path DescriptionPath() const { return m_path / "set.json"; }
     std::filesystem::path SettingsPath() const { return m_path / "settings.json"; }

@@ -77,4 +77,9 @@ void CheckFormat(const fs::path& set) {
     }
 }
 
+bool SetDirectory::LiesAt(const fs::path& path) {
+    std::error_code error;
+    return fs::exists(MarkOf(path), error) && fs::exists(path / "files", error);
+}
+
 }  // namespace kuraset
