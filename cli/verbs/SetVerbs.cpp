@@ -1,12 +1,12 @@
-#include <unistd.h>
-
 #include <filesystem>
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "ReplaceFolder.h"
 #include "SnapshotVerbs.h"
 #include "Verbs.h"
 #include "frame/MakeSet.h"
@@ -75,22 +75,13 @@ bool HoldsSet(const fs::path& path) {
     return true;
 }
 
-/// Makes the new set as a whole before it removes the old one.
-kuraset::SetDirectory ReplaceSet(const fs::path& path,
-                                 const std::function<kuraset::SetDirectory(const fs::path&)>& make) {
-    const fs::path place = fs::canonical(path);
-    const fs::path fresh = place.string() + ".new-" + std::to_string(getpid());
-    const fs::path old = place.string() + ".old-" + std::to_string(getpid());
-    try {
+/// Makes the new set as a whole before the old one goes.
+kuraset::SetDirectory MakeAnew(const fs::path& path, const std::function<void(const fs::path&)>& make) {
+    std::optional<kuraset::SetUse> use;
+    ReplaceFolder(path, [&](const fs::path& fresh) {
         make(fresh);
-        const kuraset::SetUse use(place);
-        fs::rename(place, old);
-        fs::rename(fresh, place);
-    } catch (...) {
-        fs::remove_all(fresh);
-        throw;
-    }
-    fs::remove_all(old);
+        use.emplace(path);  // not before: the new set takes nothing from the old one
+    });
     return kuraset::SetDirectory::Open(path);
 }
 
@@ -112,7 +103,7 @@ Outcome NewSet(const Session& session, const NewOptions& options) {
         }
         return MakeSet(place, options.from.empty() ? ExamplesFolder() : fs::path(options.from));
     };
-    const auto set = options.force && HoldsSet(path) ? ReplaceSet(path, make) : make(path);
+    const auto set = options.force && HoldsSet(path) ? MakeAnew(path, make) : make(path);
     const Json document = SetDocument(set);
     return {document, [document] {
                 std::cout << "Made a set at " << document.at("set").get<std::string>() << ": "

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <vector>
 
+#include "ReplaceFolder.h"
 #include "SetDifference.h"
 #include "explain/SetCopy.h"
 #include "frame/TableVerbs.h"
@@ -100,18 +101,7 @@ Outcome Restore(const Session& session, const SnapshotOptions& options) {
     const fs::path place = ExistingPlace(set, options.name);
     kuraset::SetDirectory::Open(place);  // refused before the set goes
     const kuraset::SetUse use(set);
-    const fs::path fresh = set.string() + ".new-" + std::to_string(getpid());
-    const fs::path old = set.string() + ".old-" + std::to_string(getpid());
-    CopyWhole(place, fresh);
-    try {
-        fs::rename(set, old);
-        fs::rename(fresh, set);
-    } catch (...) {
-        std::error_code error;
-        fs::remove_all(fresh, error);
-        throw;
-    }
-    fs::remove_all(old);
+    ReplaceFolder(set, [&place](const fs::path& fresh) { CopySet(place, fresh); });
     const Json document = {{"set", set.string()}, {"snapshot", options.name}};
     return {document, [options] { std::cout << "the set is as in snapshot " << options.name << '\n'; }};
 }
