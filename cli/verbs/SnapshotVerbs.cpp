@@ -2,8 +2,6 @@
 // the set, in SET.snapshots/NAME, so that a copy of the set is without them.
 #include "SnapshotVerbs.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -67,20 +65,6 @@ fs::path ExistingPlace(const fs::path& set, const std::string& name) {
     return place;
 }
 
-/// Copies a set to a place that is free, in one step: what is there is whole.
-void CopyWhole(const fs::path& from, const fs::path& to) {
-    const fs::path unfinished =
-        to.parent_path() / ("." + to.filename().string() + "-" + std::to_string(getpid()));
-    try {
-        CopySet(from, unfinished);
-        fs::rename(unfinished, to);
-    } catch (...) {
-        std::error_code error;
-        fs::remove_all(unfinished, error);
-        throw;
-    }
-}
-
 Outcome TakeSnapshot(const Session& session, const SnapshotOptions& options) {
     const fs::path set = session.OpenSet().Path();
     const fs::path place = PlaceOf(set, options.name);
@@ -90,8 +74,7 @@ Outcome TakeSnapshot(const Session& session, const SnapshotOptions& options) {
     }
     const kuraset::SetUse use(set);
     fs::create_directories(place.parent_path());
-    fs::remove_all(place);  // of this name, with --force
-    CopyWhole(set, place);
+    ReplaceFolder(place, [&set](const fs::path& fresh) { CopySet(set, fresh); });
     const Json document = {{"set", set.string()}, {"snapshot", options.name}, {"path", place.string()}};
     return {document, [options] { std::cout << "kept the set as snapshot " << options.name << '\n'; }};
 }
