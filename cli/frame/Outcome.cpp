@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <iostream>
+
 #include "Answer.h"
 
 namespace cli {
@@ -27,6 +29,13 @@ const char* NameOf(ExitCode code) {
 
 Json ErrorDocument(ExitCode code, const std::string& message) {
     return {{"error", {{"kind", NameOf(code)}, {"message", message}}}};
+}
+
+Outcome FailedOutcome(const Outcome& shown, ExitCode code, const std::string& message) {
+    std::cerr << "kura: " << message << '\n';
+    Json document = ErrorDocument(code, message);
+    document.update(shown.document);
+    return {document, shown.printText, code};
 }
 
 Json ToDocument(const nlohmann::json& value) {

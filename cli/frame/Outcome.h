@@ -49,6 +49,10 @@ struct Outcome {
     std::function<ExitCode()> afterwards = nullptr;
 };
 
+/// The answer of a verb that failed and still has something to show: the error stands in front in its
+/// document and goes to standard error.
+Outcome FailedOutcome(const Outcome& shown, ExitCode code, const std::string& message);
+
 /// Copies the value into the document's type. Bytes that are not UTF-8 become the replacement character.
 Json ToDocument(const nlohmann::json& value);
 

@@ -1,7 +1,6 @@
 // Installed applications: inventory, one application's sizes, and the clean-up of one application.
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -69,19 +68,15 @@ Table::Cell SizeOrUnknown(const Json& size) {
 }
 
 /// The answer with the figures; a failure when some are unknown.
-Outcome FiguresOutcome(const Json& document, const std::function<void()>& print,
-                       const std::vector<Unmeasured>& reasons) {
+Outcome FiguresOutcome(const Outcome& figures, const std::vector<Unmeasured>& reasons) {
     if (reasons.empty()) {
-        return {document, print};
+        return figures;
     }
     std::string message = "not every size could be measured: ";
     for (const Unmeasured& unmeasured : reasons) {
         message += (&unmeasured == &reasons.front() ? "" : "; ") + unmeasured.reason;
     }
-    std::cerr << "kura: " << message << '\n';
-    Json failed = ErrorDocument(reasons.front().code, message);
-    failed.update(document);
-    return {failed, print, reasons.front().code};
+    return FailedOutcome(figures, reasons.front().code, message);
 }
 
 /// Throws VerbError when the library could not list the applications.
@@ -133,7 +128,7 @@ Outcome Apps(const Session& session) {
         }
         table.Print();
     };
-    return FiguresOutcome(document, print, sizes.Reasons());
+    return FiguresOutcome({document, print}, sizes.Reasons());
 }
 
 Outcome OneApp(const Session& session, const std::string& id) {
@@ -158,7 +153,7 @@ Outcome OneApp(const Session& session, const std::string& id) {
         table.AddRow({"cache", SizeOrUnknown(document.at("cache_size"))});
         table.Print();
     };
-    return FiguresOutcome(document, print, sizes.Reasons());
+    return FiguresOutcome({document, print}, sizes.Reasons());
 }
 
 Outcome Done(const std::string& what, const AppIds& ids, Json answer = nullptr) {

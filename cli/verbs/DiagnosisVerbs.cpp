@@ -115,7 +115,7 @@ std::vector<std::string> NotKept(const Json& problems) {
 }
 
 /// The answer, which is a failure where the set did not keep what it shows.
-Outcome KeptOutcome(Outcome shown) {
+Outcome KeptOutcome(const Outcome& shown) {
     const std::vector<std::string> lost = NotKept(shown.document.at("problems"));
     if (lost.empty()) {
         return shown;
@@ -125,10 +125,7 @@ Outcome KeptOutcome(Outcome shown) {
     for (const std::string& code : lost) {
         message += (&code == &lost.front() ? "" : ", ") + code;
     }
-    std::cerr << "kura: " << message << '\n';
-    Json failed = ErrorDocument(ExitCode::kFailed, message);
-    failed.update(shown.document);
-    return {failed, shown.printText, ExitCode::kFailed};
+    return FailedOutcome(shown, ExitCode::kFailed, message);
 }
 
 Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {

@@ -88,12 +88,12 @@ std::multimap<std::size_t, FailedStep> FailuresOf(const std::vector<RepairStep>&
     return failures;
 }
 
-Json FailureDocument(const std::string& code, const std::multimap<std::size_t, FailedStep>& failures) {
+std::string FailureText(const std::string& code, const std::multimap<std::size_t, FailedStep>& failures) {
     std::string message = "the repair of issue " + code + " failed: ";
     for (auto failure = failures.begin(); failure != failures.end(); ++failure) {
         message += (failure == failures.begin() ? "" : "; ") + failure->second.text;
     }
-    return ErrorDocument(failures.begin()->second.code, message);
+    return message;
 }
 
 void PrintSolutions(const Json& solutions, const std::multimap<std::size_t, FailedStep>& failures) {
@@ -151,17 +151,13 @@ Outcome Fix(const Session& session, const RepairOptions& options) {
     ApplySolutions(options.code, options.background, document);
     const auto failures = FailuresOf(SettledSteps(set, before, repair));
     document["requests"] = RequestsOf(repair.journal);
-    const auto print = [document, failures] {
-        PrintSolutions(document.at("solutions"), failures);
-        PrintRequests(document.at("requests"));
-    };
-    if (failures.empty()) {
-        return {document, print};
-    }
-    Json failed = FailureDocument(options.code, failures);
-    std::cerr << "kura: " << failed.at("error").at("message").get<std::string>() << '\n';
-    failed.update(document);
-    return {failed, print, failures.begin()->second.code};
+    const Outcome shown{document, [document, failures] {
+                            PrintSolutions(document.at("solutions"), failures);
+                            PrintRequests(document.at("requests"));
+                        }};
+    return failures.empty()
+               ? shown
+               : FailedOutcome(shown, failures.begin()->second.code, FailureText(options.code, failures));
 }
 
 Outcome Preview(const Session& session, const RepairOptions& options) {
