@@ -5,6 +5,7 @@
 #include <memory>
 #include <sstream>
 
+#include "support/Joined.h"
 #include "support/NearestName.h"
 
 namespace cli {
@@ -37,12 +38,8 @@ void Demand(const std::string& written, const std::vector<std::string>& known) {
     if (std::any_of(known.begin(), known.end(), fits)) {
         return;
     }
-    std::string all;
-    for (const std::string& name : known) {
-        all += (all.empty() ? "" : ", ") + name;
-    }
     throw VerbError(ExitCode::kUsage, "no such column: " + written + support::Suggestion(written, known) +
-                                          " (the columns: " + all + ")");
+                                          " (the columns: " + support::Joined(known, ", ") + ")");
 }
 
 }  // namespace

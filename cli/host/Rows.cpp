@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "frame/MakeSet.h"
+#include "support/Joined.h"
 
 namespace cli {
 
@@ -19,11 +20,7 @@ std::string LanguagesIn(const std::filesystem::path& folder) {
             names.insert(entry.path().stem().string());
         }
     }
-    std::string list;
-    for (const std::string& name : names) {
-        list += (list.empty() ? "; it has " : ", ") + name;
-    }
-    return list;
+    return names.empty() ? "" : "; it has " + support::Joined(names, ", ");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Checker.h"
+#include "support/Joined.h"
 
 namespace kuramap {
 
@@ -44,12 +45,8 @@ std::vector<std::string> PlaceholdersOf(std::string_view text) {
     return found;
 }
 
-std::string Joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text.empty() ? "none" : text;
+std::string Shown(const std::vector<std::string>& placeholders) {
+    return placeholders.empty() ? "none" : support::Joined(placeholders, " ");
 }
 
 }  // namespace
@@ -95,8 +92,8 @@ void Checker::CheckText(std::string_view id, const Subject& subject) {
         const std::vector<std::string> found = PlaceholdersOf(text->second);
         if (expected != found) {
             Report(RuleId::kPlaceholdersDiffer, subject,
-                   "the texts of " + Quoted(id) + " have different placeholders: " + Joined(expected) +
-                       " in " + referenceLanguage + ", " + Joined(found) + " in " + table.language);
+                   "the texts of " + Quoted(id) + " have different placeholders: " + Shown(expected) +
+                       " in " + referenceLanguage + ", " + Shown(found) + " in " + table.language);
         }
     }
     if (reference == nullptr) {
@@ -104,7 +101,7 @@ void Checker::CheckText(std::string_view id, const Subject& subject) {
                "no text file has the id " + Quoted(id) + ": add the text, or correct the id");
     } else if (!missing.empty()) {
         Report(RuleId::kTranslationMissing, subject,
-               "the text of " + Quoted(id) + " is missing in " + Joined(missing));
+               "the text of " + Quoted(id) + " is missing in " + support::Joined(missing, " "));
     }
 }
 

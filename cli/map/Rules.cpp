@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "Actions.h"
+#include "support/Joined.h"
 
 namespace kuramap {
 
@@ -251,14 +252,6 @@ constexpr bool AreInOrder() {
 }
 static_assert(AreInOrder(), "the rows stand in the order of RuleId");
 
-std::string Listed(const std::vector<std::string>& names) {
-    std::string list;
-    for (const std::string& name : names) {
-        list += (list.empty() ? "" : ", ") + name;
-    }
-    return list;
-}
-
 /// Fills the names that a set knows into the advice: {action types} stands for all types, {TYPE} for the
 /// names that actions of that type may have.
 std::string_view WithNames(std::string_view mend) {
@@ -266,7 +259,8 @@ std::string_view WithNames(std::string_view mend) {
     const auto replace = [&mend](const std::string& mark, const std::vector<std::string>& names) {
         const std::size_t at = mend.find(mark);
         if (at != std::string_view::npos) {
-            mend = kept.emplace_back(std::string(mend).replace(at, mark.size(), Listed(names)));
+            mend =
+                kept.emplace_back(std::string(mend).replace(at, mark.size(), support::Joined(names, ", ")));
         }
     };
     replace("{action types}", NamesOf(ActionTypes()));

@@ -10,6 +10,7 @@
 #include "Runner.h"
 #include "ScenarioError.h"
 #include "StartSet.h"
+#include "support/Joined.h"
 
 namespace scenario {
 
@@ -210,14 +211,6 @@ kuraset::SetDirectory FreshSet(const fs::path& folder, const fs::path& kura) {
     return MakeStartSet(Scenario(), folder / "fresh", kura);
 }
 
-std::string Joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
-
 }  // namespace
 
 Recording Record(const kuraset::SetDirectory& set, const std::vector<std::vector<std::string>>& verbs,
@@ -231,17 +224,16 @@ Recording Record(const kuraset::SetDirectory& set, const std::vector<std::vector
     const bool ownPartition = set.Description().contains("opt_size");
     Recording recording;
     Json steps = Json::array();
-    std::string name;
+    std::vector<std::string> names;
     for (const auto& verb : verbs) {
         const State before = StateOf(set);
         Moment moment = RunVerb(set, verb, Json::object(), kura, {{kuraset::kClockVariable, now}});
-        steps.push_back({{"name", Joined(verb)},
+        steps.push_back({{"name", names.emplace_back(support::Joined(verb, " "))},
                          {"run", verb},
                          {"expect", Expectation(moment, verb, before, StateOf(set), ownPartition)}});
-        name += (name.empty() ? "" : ", ") + Joined(verb);
         recording.moments.push_back(std::move(moment));
     }
-    recording.document = {{"name", name},
+    recording.document = {{"name", support::Joined(names, ", ")},
                           {"about", "Recorded from what happened."},
                           {"set", std::move(overlay)},
                           {"steps", std::move(steps)}};
@@ -260,11 +252,13 @@ std::string InOneLine(const Json& value) {
     if (!value.is_structured()) {
         return Scalar(value);
     }
-    std::string text;
-    for (const auto& [key, member] : value.items()) {
-        text += (text.empty() ? "" : ", ") + (value.is_array() ? "" : Scalar(key) + ": ") + InOneLine(member);
+    if (value.is_array()) {
+        return "[" + support::Joined(value, ", ", &InOneLine) + "]";
     }
-    return value.is_array() ? "[" + text + "]" : "{" + text + "}";
+    const auto memberText = [](const auto& member) {
+        return Scalar(member.key()) + ": " + InOneLine(member.value());
+    };
+    return "{" + support::Joined(value.items(), ", ", memberText) + "}";
 }
 
 /// Writes a list or an object on one line if there is room. behind: how much else follows on that line.

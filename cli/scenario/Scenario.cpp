@@ -11,6 +11,7 @@
 #include "Patterns.h"
 #include "schema/SchemaTexts.h"
 #include "support/Files.h"
+#include "support/Joined.h"
 #include "support/NearestName.h"
 
 namespace scenario {
@@ -61,16 +62,9 @@ private:
                 m_document.Complain(at / "expect" / name, "nothing runs in this step that could give it");
             }
         }
-        step.name = value.value("name", step.run.empty() ? value.begin().key() : Joined(step.run));
+        step.name =
+            value.value("name", step.run.empty() ? value.begin().key() : support::Joined(step.run, " "));
         return step;
-    }
-
-    static std::string Joined(const std::vector<std::string>& words) {
-        std::string text;
-        for (const std::string& word : words) {
-            text += (text.empty() ? "" : " ") + word;
-        }
-        return text;
     }
 
     void CheckRun(const std::vector<std::string>& run, const JsonPlace& at) const {

@@ -16,6 +16,7 @@
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
 #include "services/SetServices.h"
+#include "support/Joined.h"
 
 namespace cli {
 
@@ -72,11 +73,9 @@ Outcome FiguresOutcome(const Outcome& figures, const std::vector<Unmeasured>& re
     if (reasons.empty()) {
         return figures;
     }
-    std::string message = "not every size could be measured: ";
-    for (const Unmeasured& unmeasured : reasons) {
-        message += (&unmeasured == &reasons.front() ? "" : "; ") + unmeasured.reason;
-    }
-    return FailedOutcome(figures, reasons.front().code, message);
+    return FailedOutcome(
+        figures, reasons.front().code,
+        "not every size could be measured: " + support::Joined(reasons, "; ", &Unmeasured::reason));
 }
 
 /// Throws VerbError when the library could not list the applications.

@@ -6,6 +6,7 @@
 #include "CGetData.h"
 #include "Verbs.h"
 #include "host/HostSetUp.h"
+#include "support/Joined.h"
 
 namespace cli {
 
@@ -55,13 +56,10 @@ Outcome RunCheck(const Session& session, const CheckOptions& options) {
 void AddCheckVerbs(CLI::App& app, const Session& session, Selection& selection) {
     auto options = std::make_shared<CheckOptions>();
     CLI::App* verb = app.add_subcommand("check", "An environment check");
-    std::string names;
-    std::string choices;
-    for (const NamedCheck& check : kChecks) {
-        choices += std::string(choices.empty() ? "" : ",") + check.name;
-        names += std::string(names.empty() ? "" : "\n") + check.name + ": " + check.question;
-    }
-    verb->add_option("name", options->name, names)->type_name("{" + choices + "}")->required();
+    const auto help = [](const NamedCheck& check) { return std::string(check.name) + ": " + check.question; };
+    verb->add_option("name", options->name, support::Joined(kChecks, "\n", help))
+        ->type_name("{" + support::Joined(kChecks, ",", &NamedCheck::name) + "}")
+        ->required();
     verb->add_option("--model", options->model, "Text for the check \"model\"");
     Declare(verb, selection, Place::kInside, [&session, options] { return RunCheck(session, *options); });
 }

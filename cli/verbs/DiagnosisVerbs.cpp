@@ -24,6 +24,7 @@
 #include "host/Rows.h"
 #include "scenario/Observation.h"
 #include "services/SetServices.h"
+#include "support/Joined.h"
 
 namespace cli {
 
@@ -120,12 +121,10 @@ Outcome KeptOutcome(const Outcome& shown) {
     if (lost.empty()) {
         return shown;
     }
-    std::string message = "the set could not keep the problems as unfixed in " +
-                          std::string(kRemainingDatabase) + " (see kura log): ";
-    for (const std::string& code : lost) {
-        message += (&code == &lost.front() ? "" : ", ") + code;
-    }
-    return FailedOutcome(shown, ExitCode::kFailed, message);
+    return FailedOutcome(shown, ExitCode::kFailed,
+                         "the set could not keep the problems as unfixed in " +
+                             std::string(kRemainingDatabase) +
+                             " (see kura log): " + support::Joined(lost, ", "));
 }
 
 Outcome Diagnose(const Session& session, const DiagnosisOptions& options) {

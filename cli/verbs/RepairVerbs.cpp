@@ -21,6 +21,7 @@
 #include "host/AgentAnswer.h"
 #include "host/HostSetUp.h"
 #include "services/SetServices.h"
+#include "support/Joined.h"
 
 namespace cli {
 
@@ -89,11 +90,8 @@ std::multimap<std::size_t, FailedStep> FailuresOf(const std::vector<RepairStep>&
 }
 
 std::string FailureText(const std::string& code, const std::multimap<std::size_t, FailedStep>& failures) {
-    std::string message = "the repair of issue " + code + " failed: ";
-    for (auto failure = failures.begin(); failure != failures.end(); ++failure) {
-        message += (failure == failures.begin() ? "" : "; ") + failure->second.text;
-    }
-    return message;
+    return "the repair of issue " + code + " failed: " +
+           support::Joined(failures, "; ", [](const auto& failure) { return failure.second.text; });
 }
 
 void PrintSolutions(const Json& solutions, const std::multimap<std::size_t, FailedStep>& failures) {

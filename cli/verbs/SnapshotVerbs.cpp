@@ -15,6 +15,7 @@
 #include "explain/SetCopy.h"
 #include "frame/TableVerbs.h"
 #include "set/SetUse.h"
+#include "support/Joined.h"
 #include "support/NearestName.h"
 
 namespace cli {
@@ -135,14 +136,11 @@ Outcome ListSets(const Session& session) {
     return {document, [document] {
                 Table table(kSetListColumns);
                 for (const Json& set : document.at("sets")) {
-                    std::string names;
-                    for (const Json& name : set.at("snapshots")) {
-                        names += (names.empty() ? "" : ", ") + name.get<std::string>();
-                    }
                     const bool isDamaged = set.contains("damaged");
                     table.AddRow({set.at("set"),
                                   isDamaged ? Table::Cell("damaged", Tone::kBad) : Shown(set.at("model")),
-                                  isDamaged ? "" : Shown(set.at("runs")), names});
+                                  isDamaged ? "" : Shown(set.at("runs")),
+                                  support::Joined(set.at("snapshots"), ", ", &Shown)});
                 }
                 table.Print();
             }};

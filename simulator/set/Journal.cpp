@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "KuraSet.h"
+#include "support/Joined.h"
 
 namespace kuraset {
 
@@ -78,11 +79,9 @@ int NumberOfRun(const json& entry) {
 }
 
 std::string CommandOf(const json& mark) {
-    std::string command;
-    for (const json& word : mark.value("command", json::array())) {
-        command += (command.empty() ? "" : " ") + (word.is_string() ? word.get<std::string>() : word.dump());
-    }
-    return command;
+    return support::Joined(mark.value("command", json::array()), " ", [](const json& word) {
+        return word.is_string() ? word.get<std::string>() : word.dump();
+    });
 }
 
 /// The number of the last run in a journal; 0 when there is none. A text inside a line holds its quotation
