@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "Answer.h"
+#include "support/Joined.h"
 
 namespace cli {
 
@@ -45,6 +46,11 @@ Json ToDocument(const nlohmann::json& value) {
 std::string Shown(const Json& value) {
     return value.is_string() ? value.get<std::string>()
                              : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string ShownMembers(const Json& object) {
+    return support::Joined(object.items(), "  ",
+                           [](const auto& member) { return member.key() + "=" + Shown(member.value()); });
 }
 
 void PrintDocument(const Json& document) {

@@ -59,6 +59,9 @@ Json ToDocument(const nlohmann::json& value);
 /// A value for people: a text as it is, any other value in JSON.
 std::string Shown(const Json& value);
 
+/// The members of an object for people: "code=1001  type=2".
+std::string ShownMembers(const Json& object);
+
 /// Prints one document on standard output; bytes that are not UTF-8 become the replacement character. Throws
 /// AnswerLost.
 void PrintDocument(const Json& document);

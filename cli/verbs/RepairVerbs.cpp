@@ -61,14 +61,11 @@ Json SolutionToJson(const KURA::KURA_Solution& solution) {
 
 void PrintRequests(const Json& requests) {
     Table table(kRequestColumns);
-    for (const Json& request : requests) {
-        std::string text;
-        for (const auto& [key, value] : request.items()) {
-            if (key != "time" && key != "kind") {
-                text += (text.empty() ? "" : "  ") + key + "=" + Shown(value);
-            }
-        }
-        table.AddRow({request.value("kind", std::string()), text});
+    for (Json request : requests) {
+        const std::string kind = request.value("kind", std::string());
+        request.erase("time");
+        request.erase("kind");
+        table.AddRow({kind, ShownMembers(request)});
     }
     table.Print();
 }

@@ -129,21 +129,11 @@ void PrintChanges(const Json& changes, const char* what) {
     }
 }
 
-std::string ElementText(const Json& record) {
-    if (!record.is_object()) {
-        return Shown(record);
-    }
-    std::string text;
-    for (const auto& [key, value] : record.items()) {
-        text += (text.empty() ? "" : "  ") + key + "=" + Shown(value);
-    }
-    return text;
-}
-
 void PrintLists(const Json& lists, const char* what) {
     for (const auto& [name, mark] : {std::pair{"removed", "- "}, std::pair{"added", "+ "}}) {
         for (const Json& element : lists.at(name)) {
-            std::cout << mark << what << ' ' << ElementText(element) << '\n';
+            std::cout << mark << what << ' ' << (element.is_object() ? ShownMembers(element) : Shown(element))
+                      << '\n';
         }
     }
 }
