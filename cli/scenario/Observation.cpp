@@ -17,7 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kRemainingPath = "/opt/usr/home/owner/share/remaining.db";
 constexpr std::uintmax_t kLongestText = std::uintmax_t{1} << 20;
 
 struct Closer {

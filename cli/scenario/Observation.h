@@ -13,6 +13,9 @@
 
 namespace scenario {
 
+/// Where the library keeps what is unfixed, as it sees it.
+constexpr const char* kRemainingPath = "/opt/usr/home/owner/share/remaining.db";
+
 /// The state after a step, or at the end.
 struct Moment {
     std::optional<int> exit;       ///< of the verb; none when nothing ran

@@ -30,8 +30,6 @@ namespace cli {
 
 namespace {
 
-constexpr const char* kRemainingDatabase = "/opt/usr/home/owner/share/remaining.db";
-
 struct DiagnosisOptions {
     bool exitCode = false;
     int patience = 30;  ///< seconds for the engine
@@ -102,7 +100,7 @@ Json ListDocument(const char* screen, const std::vector<KURA::MapToDBTable>& row
 /// The issues of the list that the set did not keep as unfixed, in the list's order.
 std::vector<std::string> NotKept(const Json& problems) {
     std::set<std::string> kept;
-    for (const Json& row : scenario::ReadRemaining(kRemainingDatabase)) {
+    for (const Json& row : scenario::ReadRemaining(scenario::kRemainingPath)) {
         kept.insert(Shown(row.value("issue_code", Json())));
     }
     std::vector<std::string> lost;
@@ -123,7 +121,7 @@ Outcome KeptOutcome(const Outcome& shown) {
     }
     return FailedOutcome(shown, ExitCode::kFailed,
                          "the set could not keep the problems as unfixed in " +
-                             std::string(kRemainingDatabase) +
+                             std::string(scenario::kRemainingPath) +
                              " (see kura log): " + support::Joined(lost, ", "));
 }
 

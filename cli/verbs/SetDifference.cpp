@@ -18,9 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Told as records and rows, so not as files.
-constexpr const char* kEngineFolder = "home/owner/share/Watchman/DB";
-constexpr const char* kRemainingStart = "opt/usr/home/owner/share/remaining.db";
+constexpr const char* kEngineFolder = "/home/owner/share/Watchman/DB";
 
 /// The members of two objects that differ.
 Json Changes(const nlohmann::json& before, const nlohmann::json& after) {
@@ -62,7 +60,8 @@ Json AddedAndRemoved(const Json& before, const Json& after) {
 /// The codes of the rows kept as unfixed.
 Json Unfixed(const kuraset::SetDirectory& set) {
     Json codes = Json::array();
-    for (const Json& row : scenario::ReadRemaining(set.Path() / "files" / kRemainingStart)) {
+    for (const Json& row :
+         scenario::ReadRemaining(set.Path() / "files" / fs::path(scenario::kRemainingPath).relative_path())) {
         codes.push_back(row.value("issue_code", Json()));
     }
     return codes;
@@ -74,10 +73,11 @@ Files FilesOf(const kuraset::SetDirectory& set) {
     Files files;
     const fs::path top = set.Path() / "files";
     for (const auto& entry : fs::recursive_directory_iterator(top)) {
-        const std::string path = entry.path().lexically_relative(top).string();
-        const bool isTold = path.rfind(kEngineFolder, 0) == 0 || path.rfind(kRemainingStart, 0) == 0;
+        const std::string path = "/" + entry.path().lexically_relative(top).string();
+        const bool isTold =  // as records and rows
+            path.rfind(kEngineFolder, 0) == 0 || path.rfind(scenario::kRemainingPath, 0) == 0;
         if (!isTold && !fs::is_directory(entry.symlink_status())) {
-            files["/" + path] = entry.path();
+            files[path] = entry.path();
         }
     }
     return files;
