@@ -167,4 +167,10 @@ const std::vector<std::string>& JournalKinds() {
     return kinds;
 }
 
+std::vector<std::string> LineKinds() {
+    std::vector<std::string> kinds = JournalKinds();
+    kinds.insert(kinds.end(), {"log", "run", "damaged"});
+    return kinds;
+}
+
 }  // namespace scenario

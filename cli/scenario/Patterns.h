@@ -37,4 +37,7 @@ std::string InShort(const Json& value);
 /// Every kind of journal entry besides the log.
 const std::vector<std::string>& JournalKinds();
 
+/// Every kind that a line of the journal is read as: these, the log, the marks of runs and damaged lines.
+std::vector<std::string> LineKinds();
+
 }  // namespace scenario

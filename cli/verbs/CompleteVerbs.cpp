@@ -69,9 +69,7 @@ Words RunsOf(const SetDirectory& set) {
 }
 
 Words KindsOf(const SetDirectory&) {
-    Words kinds = scenario::JournalKinds();
-    kinds.insert(kinds.end(), {"log", "run", "damaged"});
-    return kinds;
+    return scenario::LineKinds();
 }
 
 struct WordList {

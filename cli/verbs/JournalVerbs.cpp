@@ -233,9 +233,7 @@ Json MarksOf(const kuraset::SetDirectory& set, const JournalOptions& options) {
 }
 
 Outcome Journal(const Session& session, const JournalOptions& options) {
-    auto kinds = scenario::JournalKinds();
-    kinds.insert(kinds.end(), {"log", "run", "damaged"});
-    Demand(options.kind, "the journal has no such kind: ", kinds);
+    Demand(options.kind, "the journal has no such kind: ", scenario::LineKinds());
     const auto set = session.OpenSet();
     Outcome outcome;
     if (options.kind == "run") {
