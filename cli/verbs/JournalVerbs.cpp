@@ -252,14 +252,21 @@ Outcome Journal(const Session& session, const JournalOptions& options) {
     return outcome;
 }
 
-Outcome Log(const Session& session, const JournalOptions& options) {
-    const auto set = session.OpenSet();
+/// Throws VerbError when the log has lines and none of that function.
+void DemandFunction(const kuraset::SetDirectory& set, const std::string& function) {
     std::vector<std::string> functions;
     for (const auto& entry : set.ReadJournal("log")) {
         functions.push_back(TextOf(ToDocument(entry), "function"));
     }
     if (!functions.empty()) {
-        Demand(options.function, "no line of such a function: ", functions);
+        Demand(function, "no line of such a function: ", functions);
+    }
+}
+
+Outcome Log(const Session& session, const JournalOptions& options) {
+    const auto set = session.OpenSet();
+    if (!options.function.empty()) {
+        DemandFunction(set, options.function);
     }
     return ShowRuns(set, options, "lines", InLog(options), &LogText);
 }
