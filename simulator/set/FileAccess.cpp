@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -24,6 +25,10 @@ namespace {
 thread_local int WithoutSync::s_depth = 0;
 
 std::optional<std::string> ReadWhole(const std::filesystem::path& path) {
+    return ReadEnd(path, std::numeric_limits<off_t>::max());
+}
+
+std::optional<std::string> ReadEnd(const std::filesystem::path& path, std::uintmax_t bytes) {
     Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
         if (errno == ENOENT || errno == ENOTDIR) {
@@ -31,6 +36,8 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& path) {
         }
         Refuse(path, "open", errno);
     }
+    // Fails, and leaves the place at the start, in a file that is shorter.
+    lseek(file.Number(), -static_cast<off_t>(bytes), SEEK_END);
     std::optional<std::string> text = support::ReadAll(file.Number());
     if (!text) {
         Refuse(path, "read", errno);

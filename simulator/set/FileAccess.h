@@ -1,6 +1,7 @@
 // Reads and replaces whole files of the set, so that no other process ever sees half a file.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -14,6 +15,9 @@ using support::WriteAll;
 
 /// The file's text; none when the file does not exist. Throws SetError::Io for every other failure.
 std::optional<std::string> ReadWhole(const std::filesystem::path& path);
+
+/// The same for the file's last bytes; the whole text of a file that has fewer.
+std::optional<std::string> ReadEnd(const std::filesystem::path& path, std::uintmax_t bytes);
 
 /// While one lives, this thread's writes do not wait for the disk. A new set needs no wait for each file,
 /// because it is synced as a whole before it counts as made.

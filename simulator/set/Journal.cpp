@@ -62,6 +62,7 @@ Entry WithTimeAndKind(const Entry& entry) {
 }
 
 constexpr const char* kRunKind = "run";
+constexpr std::uintmax_t kFirstLook = 64 * 1024;  ///< bytes
 
 std::string TextIn(const json& entry, const char* key) {
     const auto found = entry.find(key);
@@ -84,9 +85,9 @@ std::string CommandOf(const json& mark) {
     });
 }
 
-/// The number of the last run in a journal; 0 when there is none. A text inside a line holds its quotation
-/// marks escaped, so that it is never taken for a mark.
-int LastRun(const std::string& journal) {
+/// The number of the last run in the end of a journal; 0 when there is none. A text inside a line holds its
+/// quotation marks escaped, so that it is never taken for a mark.
+int LastRunIn(const std::string& journal) {
     int number = 0;
     for (std::size_t at = std::string::npos; number == 0 && at != 0; --at) {
         at = journal.rfind("\"kind\":\"run\"", at);
@@ -98,6 +99,18 @@ int LastRun(const std::string& journal) {
             NumberOfRun(json::parse(journal.substr(start, journal.find('\n', at) - start), nullptr, false));
     }
     return number;
+}
+
+/// The same for the whole journal. Reads no more than a few times what the last run left, because a journal
+/// grows with every run.
+int LastRun(const std::filesystem::path& path) {
+    for (std::uintmax_t bytes = kFirstLook;; bytes *= 2) {
+        const std::string end = ReadEnd(path, bytes).value_or(std::string());
+        const int number = LastRunIn(end);
+        if (number != 0 || end.size() < bytes) {
+            return number;
+        }
+    }
 }
 
 std::vector<json> AllEntries(const std::filesystem::path& journal) {
@@ -221,7 +234,7 @@ bool SetDirectory::AppendJournal(const json& entry) const noexcept {
 
 void SetDirectory::BeginRun(const std::vector<std::string>& command) const noexcept {
     try {
-        const int number = LastRun(ReadWhole(JournalPath()).value_or(std::string())) + 1;
+        const int number = LastRun(JournalPath()) + 1;
         JournalWriter(JournalPath()).Append({{"kind", kRunKind}, {"run", number}, {"command", command}});
     } catch (...) {
         // Out of memory: this run is then told as a part of the one before.

@@ -310,6 +310,23 @@ TEST(Journal, CountsRunsOnBehindAMarkThatAPowerCutTore) {
     EXPECT_EQ(set->ReadRuns().back().number, 2);
 }
 
+TEST(Journal, CountsRunsOnBehindARunThatLeftALot) {
+    TemporarySet set;
+    set->BeginRun({"first"});
+    set->BeginRun({"second"});
+    const std::string line = R"({"kind":"log","message":")" + std::string(1000, 'x') + "\"}\n";
+    std::string lines;
+    for (int i = 0; i < 500; ++i) {
+        lines += line;
+    }
+    WriteText(set->JournalPath(), ReadText(set->JournalPath()) + lines);
+    set->BeginRun({"third"});
+    EXPECT_EQ(set->ReadRuns().back().number, 3);
+    WriteText(set->JournalPath(), lines);
+    set->BeginRun({"fourth"});
+    EXPECT_EQ(set->ReadRuns().back().number, 1) << "after a journal without runs";
+}
+
 TEST(Journal, KeepsTheLinesOfParallelProcessesWhole) {
     TemporarySet set;
     constexpr int kProcesses = 6;
