@@ -8,7 +8,7 @@
 
 namespace kuramap {
 
-/// Raise it when a rule finds something else, or when a tag changes.
+/// Raise it when the rules find more, less or something else, or when a tag changes.
 constexpr std::string_view kRuleSetVersion = "1.1";
 
 enum class Severity { kOff, kInfo, kWarning, kError };

@@ -125,9 +125,11 @@ def read_both(process):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("kura", type=lambda text: Path(text).resolve())
-    parser.add_argument("case", type=Path)
+    parser.add_argument("case", type=Path, help="its file")
     parser.add_argument("--update", action="store_true")
     options = parser.parse_args()
+    if not options.case.is_file():
+        parser.error(f"{options.case}: no such file; a case is one of tests/command/cases/*.txt")
     kept, played = options.case.read_text("utf-8"), play(options.kura, options.case)
     if options.update:
         options.case.write_text(played, "utf-8")

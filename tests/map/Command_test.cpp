@@ -13,6 +13,7 @@
 
 #include "command/Kura.h"
 #include "map/Meaning.h"
+#include "map/Rules.h"
 #include "map/SolutionMap.h"
 #include "map/XmlDocument.h"
 
@@ -130,7 +131,7 @@ TEST_F(MapCommand, GivesOneDocumentAlsoForWhatCannotBeRead) {
     const nlohmann::json document = answer.Document();
     EXPECT_EQ(document.at("files"), nlohmann::json({clean}));
     EXPECT_EQ(document.at("unreadable").at(0).at("file"), Path("missing.xml"));
-    EXPECT_EQ(document.at("rules"), "1.1");
+    EXPECT_EQ(document.at("rules"), kuramap::kRuleSetVersion);
     EXPECT_EQ(document.at("infos"), 1);
     const nlohmann::json& finding = document.at("findings").at(0);
     EXPECT_EQ(finding.at("tag"), "never-shown");
@@ -149,7 +150,7 @@ TEST_F(MapCommand, ReportsInSarif) {
     ASSERT_EQ(document.at("runs").size(), 1u);
     const nlohmann::json& run = document.at("runs")[0];
     const nlohmann::json& driver = run.at("tool").at("driver");
-    EXPECT_EQ(driver.at("version"), "1.1");
+    EXPECT_EQ(driver.at("version"), kuramap::kRuleSetVersion);
     EXPECT_EQ(run.at("columnKind"), "unicodeCodePoints");
     EXPECT_EQ(run.at("invocations")[0].at("executionSuccessful"), true);
     ASSERT_EQ(run.at("results").size(), 1u);
