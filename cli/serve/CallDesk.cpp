@@ -5,6 +5,7 @@
 
 #include "HttpError.h"
 #include "LimitedRun.h"
+#include "explain/RepairSteps.h"
 
 namespace cli::serve {
 
@@ -39,6 +40,15 @@ std::string LastLine(const std::string& text) {
     const auto before = text.find_last_of('\n', end);
     const auto start = before == std::string::npos ? 0 : before + 1;
     return text.substr(start, end + 1 - start);
+}
+
+/// Adds a sentence to each step of a repair, as the command prints it for people.
+void AddWords(Json& document) {
+    if (document.contains("steps")) {
+        for (Json& step : document.at("steps")) {
+            step["text"] = StepText(step);
+        }
+    }
 }
 
 CallAnswer AnswerOf(const RunEnd& end) {
@@ -80,14 +90,20 @@ CallAnswer CallDesk::Run(const Call& call, const std::string& argument) {
 
 CallAnswer CallDesk::Carry(const Call& call, const std::string& argument) const {
     std::vector<std::string> command = m_command;
-    command.emplace_back(call.verb);
+    command.emplace_back(call.runs.empty() ? call.verb : call.runs);
+    if (!call.option.empty()) {
+        command.emplace_back(call.option);
+    }
     if (!call.argument.empty()) {
         command.insert(command.end(), {"--", argument});
     }
     const RunEnd end = RunLimited(command, call.limit, m_stop);
     switch (end.how) {
-        case RunEnd::How::kByItself:
-            return AnswerOf(end);
+        case RunEnd::How::kByItself: {
+            CallAnswer answer = AnswerOf(end);
+            AddWords(answer.document);
+            return answer;
+        }
         case RunEnd::How::kTooLate:
             return Failure(504, "no-answer",
                            "the call did not end within " + std::to_string(call.limit.count()) + " s");

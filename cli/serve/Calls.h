@@ -1,4 +1,5 @@
-// The calls that the page may make: the verbs of this program behind its buttons.
+// The calls that the page may make: the verbs of this program behind its buttons. A call has the name of its
+// verb, or tells it.
 #pragma once
 
 #include <array>
@@ -8,20 +9,25 @@
 namespace cli::serve {
 
 struct Call {
-    std::string_view verb;
+    std::string_view verb;       ///< in the address
     std::string_view argument;   ///< the verb's argument, a key of the request's body; empty for none
     std::string_view screen;     ///< the screen that shows the answer; empty for none
     std::chrono::seconds usual;  ///< the library's own limit, for the page's progress bar; 0 for none
     std::chrono::seconds limit;  ///< the call is ended when it takes longer
     bool changes;                ///< the other screens show an older set after it
+    std::string_view runs = {};  ///< the program's verb where it has another name
+    std::string_view option = {};
 };
 
 using std::chrono_literals::operator""s;
 
-constexpr std::array<Call, 12> kCalls = {{
+constexpr std::array<Call, 15> kCalls = {{
     {"diagnose", "", "start", 30s, 60s, true},
     {"problems", "", "home", 30s, 60s, false},
     {"fix", "code", "", 0s, 60s, true},
+    {"preview", "code", "", 0s, 60s, false, "fix", "--preview"},
+    {"why", "code", "", 0s, 60s, false},
+    {"why-home", "code", "", 0s, 60s, false, "why", "--list=home"},
     {"storage", "", "storage", 0s, 60s, false},
     {"apps", "", "apps", 0s, 300s, false},
     {"app", "id", "", 0s, 60s, false},

@@ -196,6 +196,31 @@ class PageTest(unittest.TestCase):
         self.assertNotIn("8001", self.issues())
         self.assertEqual(self.focused(), f"issue-{self.issues()[-1]}")
 
+    def test_tells_why_a_problem_is_listed_and_what_its_repair_would_do(self):
+        self.show()
+        self.press(ENTER)
+        self.listed(10)
+        self.press(RIGHT)
+        self.assertEqual(self.focused(), "more-1001")
+        self.press(ENTER)
+        until("the dialog", lambda: self.find(".dialog"))
+        self.assertEqual(self.focused(), "why")
+        self.press(ENTER)
+        until("the reasons", lambda: self.find('[data-told="why"]'))
+        self.keep("start-why")
+        tests = self.served.kura("why", "1001")["issues"][0]["tests"]
+        self.assertEqual(self.texts(".explained li"), [f"{test['test']} · {test['saw']}" for test in tests])
+        self.assertEqual(len(self.find(".explained li.passed")), len(tests))
+        self.press(RIGHT, ENTER)
+        until("the steps", lambda: self.find('[data-told="preview"]'))
+        self.keep("start-preview")
+        self.assertEqual(self.texts(".explained li")[0], "sets db/menu/picture/backlight: 5 -> 35")
+        self.assertEqual(len(self.texts(".explained li")), len(self.served.kura("fix", "--preview", "1001")["steps"]))
+        self.press(BACK)
+        self.assertEqual(self.focused(), "more-1001")
+        self.assertEqual(len(self.issues()), 10)
+        self.assert_quiet()
+
     def test_opens_the_storage_screen_when_a_repair_does(self):
         self.show()
         self.press(ENTER)

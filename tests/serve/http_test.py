@@ -338,6 +338,19 @@ class CallTest(unittest.TestCase):
             self.assertEqual([row["issue_code"] for row in remaining], [code for code in codes if code != "1001"])
             self.assertEqual(served.kura("settings", "get", "db/menu/picture/backlight")["value"], 35)
 
+    def test_tells_why_and_what_a_repair_would_do_and_changes_nothing(self):
+        with ServedSet() as served:
+            served.post("diagnose")
+            why = served.post("why", {"code": "1001"})
+            self.assertEqual((why.status, why.document), (200, served.kura("why", "1001")))
+            home = served.post("why-home", {"code": "1001"})
+            self.assertEqual((home.status, home.document["list"]), (200, "home"))
+            steps = served.post("preview", {"code": "1001"}).document["steps"]
+            self.assertIn("db/menu/picture/backlight", steps[0]["text"])
+            self.assertEqual(served.post("preview", {"code": "77"}).status, 404)
+            self.assertEqual(served.post("preview", {"code": "--help"}).status, 404)
+            self.assertFalse(served.state()["screens"]["start"]["stale"])
+
     def test_passes_the_language_on(self):
         with ServedSet(language="de") as served:
             first = served.post("diagnose").document["problems"][0]

@@ -3,7 +3,7 @@
 import { button, element, icon, loadTexts, sizeText, text } from "./element.js";
 import { ask, close, isOpen, open, reasonOf, toast } from "./overlays.js";
 import { focusFirst, focusOn, focusRail, forgetFocus, keepingFocus, listen } from "./remote.js";
-import { appIcon, homeScreen, JournalScreen, startScreen, storageScreen } from "./screens.js";
+import { appIcon, homeScreen, JournalScreen, reasonList, startScreen, stepList, storageScreen } from "./screens.js";
 import { call, follow } from "./server.js";
 
 const part = (id) => document.getElementById(id);
@@ -105,6 +105,28 @@ async function fix(rows) {
     }
 }
 
+/// Tells why a problem is listed and what its repair would do. The server asks the command, on a copy of the set.
+async function explain(rows) {
+    const [first] = rows;
+    const answers = element("div", "answers", ...rows.map((row) => element("p", "", row.texts.solution)));
+    answers.dataset.key = "answers";
+    answers.dataset.scroller = "";
+    answers.tabIndex = 0;
+    const tell = (verb, list) => async () => {
+        if (!await whenFree()) {
+            return;
+        }
+        answers.replaceChildren(element("p", "", "…"));
+        const { ok, document: answer } = await call(verb, { code: first.issue_code });
+        answers.replaceChildren(ok ? list(answer) : element("p", "reason", reasonOf(answer)));
+        answers.dataset.told = verb;
+    };
+    open(first.texts.issue, [answers], [
+        { key: "why", label: text("explain.why"), press: tell(shown === "home" ? "why-home" : "why", reasonList) },
+        { key: "preview", label: text("explain.preview"), press: tell("preview", stepList) },
+        { key: "close", label: text("dialog.close"), press: close }]);
+}
+
 /// Runs maintenance of the whole set from the storage screen.
 async function care(verb) {
     if (!await whenFree()) {
@@ -181,9 +203,9 @@ function drawRail() {
 function screenNow() {
     switch (shown) {
         case "start":
-            return startScreen(state, { again, fix });
+            return startScreen(state, { again, fix, explain });
         case "home":
-            return homeScreen(state, { again, fix });
+            return homeScreen(state, { again, fix, explain });
         case "storage":
             return storageScreen(state, { again, clean: () => care("clean"), boost: () => care("boost"),
                 optimize: () => care("optimize"), app: chooseApp });

@@ -111,7 +111,7 @@ export function forgetFocus() {
 /// Draws and puts the focus back: on the same button, or on the one that took its place in the list.
 export function keepingFocus(draw) {
     const active = document.activeElement;
-    const buttons = () => [...content.querySelectorAll("[data-key]")];
+    const buttons = () => [...content.querySelectorAll("[data-key]:not(.more)")];
     const inside = overlay.hidden && stage.contains(active);
     const place = buttons().indexOf(active);
     draw();

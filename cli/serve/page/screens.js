@@ -19,9 +19,9 @@ function fullState(kind, picture, title, words, action) {
     return made;
 }
 
-/// Cards are a list, each with one button.
+/// Cards are a list; each is a button, or several.
 function cardList(cards) {
-    return element("ul", "cards", ...cards.map((card) => element("li", "", card)));
+    return element("ul", "cards", ...cards.map((card) => element("li", "", ...[card].flat())));
 }
 
 /// Above what was known before a check failed.
@@ -54,7 +54,7 @@ export function issuesOf(rows) {
     return [...issues.values()];
 }
 
-function problemCard(rows, place, { fix, language }, running) {
+function problemCard(rows, place, { fix, explain, language }, running) {
     const [first] = rows;
     const busy = running?.verb === "fix" && running.argument === first.issue_code;
     const solutions = rows.map((row) => paragraph("", row.texts.solution));
@@ -70,10 +70,12 @@ function problemCard(rows, place, { fix, language }, running) {
     if (place === 0) {
         made.dataset.first = "";
     }
-    return made;
+    const more = button(`more-${first.issue_code}`, "card more", () => explain(rows), icon("help"));
+    more.setAttribute("aria-label", text("problems.more", { title: first.texts.issue }));
+    return [made, more];
 }
 
-/// The start screen and the home screen. names: the ids of the texts; actions: {again, fix}.
+/// The start screen and the home screen. names: the ids of the texts; actions: {again, fix, explain}.
 function problemScreen(names, screen, state, actions) {
     const again = button("again", "pill", actions.again, icon("refresh"), text(`${names}.again`));
     const issues = screen.document ? issuesOf(screen.document.problems) : [];
@@ -96,7 +98,7 @@ function problemScreen(names, screen, state, actions) {
     head.detail = `${countText(`${names}.found`, issues.length)} · ${text("problems.checked", { time: screen.at })}`;
     const language = state.set.texts ? state.language : "";
     const list = cardList(issues.map((rows, place) =>
-        problemCard(rows, place, { fix: actions.fix, language }, state.running)));
+        problemCard(rows, place, { ...actions, language }, state.running)));
     return { head, body: screen.error ? [failureBanner([screen.error.message], actions.again), list] : [list] };
 }
 
@@ -106,6 +108,25 @@ export function startScreen(state, actions) {
 
 export function homeScreen(state, actions) {
     return problemScreen("home", state.screens.home, state, actions);
+}
+
+/// Why an issue is on the list: each condition in the library's order, and what was seen. The words are the command's.
+export function reasonList({ issues }) {
+    const tests = issues.flatMap((issue) => issue.tests);
+    return explanation(tests.map(({ test, saw, passed }) =>
+        element("li", passed ? "passed" : "failed", icon(passed ? "ok" : "failure"),
+            element("span", "", element("strong", "", test), ` · ${saw}`))), "explain.gone");
+}
+
+/// What a repair would do, step by step.
+export function stepList({ steps }) {
+    return explanation(steps.map((step) => element("li", "", element("span", "", step.text))), "explain.nothing");
+}
+
+function explanation(lines, none) {
+    const list = element("ol", "explained", ...lines);
+    list.lang = "en";
+    return lines.length > 0 ? list : paragraph("", text(none));
 }
 
 function letterTile(title, id) {
