@@ -326,10 +326,17 @@ class PageTest(unittest.TestCase):
         until("the new model", lambda: "Living room" in self.texts(".rail-set")[0])
         self.go("start")
         self.listed(8)
+        self.served.describe(faults={"engine": {"subscribe": 1}})
+        until("the failure", lambda: self.find('.banner[data-state="failure"]'))
+        self.keep("start-list-failed")
+        self.assertEqual(len(self.issues()), 8, "what was known stays")
+        self.assertEqual(len(self.find('[data-key="retry"], [data-key="again"]')), 1)
+        self.served.describe(faults={})
+        until("the failure is over", lambda: not self.find(".banner"))
         solutions = self.served.set / "files/opt/usr/share/TVKuraHelp/SolutionMap.xml"
         solutions.write_text(NO_PROBLEM, "utf-8")
         self.assertIn("No problems found", self.state("empty"))
-        self.assert_quiet()
+        self.assert_quiet("api/diagnose")
 
     # --- Storage ---
 
@@ -357,6 +364,16 @@ class PageTest(unittest.TestCase):
         self.assertEqual(self.texts(".app-size")[0], "254 MiB")
         self.assertEqual(len(self.find(".card.app img")), 1)
         self.assertEqual(len(self.find(".card.app .letter")), 8)
+        self.walk_to("app-org.vesta.browser", DOWN)
+        self.press(ENTER)
+        until("why the sizes differ", lambda: "109 MiB" in "".join(self.texts(".dialog .note")))
+        self.keep("storage-app-sizes")
+        self.press(RIGHT, ENTER)
+        until("the question", lambda: self.find('[data-key="yes"]'))
+        self.assertEqual(self.focused(), "no")
+        self.press(ENTER)
+        until("no question", lambda: not self.find(".dialog"))
+        self.assertNotEqual(self.served.state()["last"]["verb"], "clear-data")
         self.assert_quiet()
 
     def test_clears_an_apps_cache_and_measures_again(self):
@@ -443,15 +460,60 @@ class PageTest(unittest.TestCase):
         self.keep("phone-journal")
         self.assert_quiet()
 
-    def test_keeps_what_it_knew_when_a_check_fails_and_offers_one_way_to_try_again(self):
+    def prefer(self, **features):
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [
+            {"name": name.replace("_", "-"), "value": value} for name, value in features.items()]})
+
+    def least_contrast(self):
+        """The text that stands out least against what is behind it, as [ratio, text]."""
+        return self.browser.execute_script("""
+            const parts = (colour) => colour.match(/[\\d.]+/g).map(Number);
+            const over = ([r, g, b, a = 1], below) =>
+                [r, g, b].map((part, place) => a * part + (1 - a) * below[place]);
+            const ground = (found) => {
+                if (!found) {
+                    const style = getComputedStyle(document.documentElement);
+                    const hex = style.getPropertyValue("--ground").trim().slice(1);
+                    return [0, 2, 4].map((place) => parseInt(hex.slice(place, place + 2), 16));
+                }
+                return over(parts(getComputedStyle(found).backgroundColor), ground(found.parentElement));
+            };
+            const light = (colour) => {
+                const [r, g, b] = colour.map((part) => part / 255).map((part) =>
+                    part <= 0.04045 ? part / 12.92 : ((part + 0.055) / 1.055) ** 2.4);
+                return 0.2126 * r + 0.7152 * g + 0.0722 * b;
+            };
+            const found = [];
+            const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+            for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+                const holder = node.parentElement;
+                if (node.data.trim() && holder.offsetParent !== null && !holder.closest(".letter")) {
+                    const behind = ground(holder);
+                    const two = [light(over(parts(getComputedStyle(holder).color), behind)), light(behind)].sort();
+                    found.push([(Math.max(...two) + 0.05) / (Math.min(...two) + 0.05), node.data]);
+                }
+            }
+            return found.sort((a, b) => a[0] - b[0])[0];""")
+
+    def test_can_be_read_in_the_dark_in_the_light_and_with_more_contrast(self):
         self.show()
+        self.addCleanup(self.prefer)
         self.press(ENTER)
         self.listed(10)
-        self.served.describe(faults={"engine": {"subscribe": 1}})
-        until("the failure", lambda: self.find('.banner[data-state="failure"]'))
-        self.keep("start-list-failed")
-        self.assertEqual(len(self.issues()), 10)
-        self.assertEqual(len(self.find('[data-key="retry"], [data-key="again"]')), 1)
+        self.go("storage")
+        until("the apps", lambda: len(self.find(".card.app")) == 9 and not self.find("body.is-busy"))
+        for screen in ("storage", "start", "journal"):
+            if screen != "storage":
+                self.go(screen)
+            for name, features in (("dark", {"prefers_color_scheme": "dark"}),
+                                   ("light", {"prefers_color_scheme": "light"}),
+                                   ("contrast", {"prefers_color_scheme": "light", "prefers_contrast": "more"})):
+                with self.subTest(screen=screen, colours=name):
+                    self.prefer(**features)
+                    self.keep(f"{screen}-{name}")
+                    ratio, words = self.least_contrast()
+                    self.assertGreaterEqual(ratio, 4.5, words)
+            self.prefer()
 
     def test_says_which_language_it_speaks(self):
         self.show(size=SMALL, language="fr")
@@ -459,21 +521,6 @@ class PageTest(unittest.TestCase):
         until("the notice", lambda: "fr" in "".join(self.texts("#notice")))
         self.assertEqual(self.texts("#notice")[0].count("“fr”"), 2)
         self.keep("start-language-small")
-
-    def test_asks_carefully_before_it_destroys_and_explains_the_sizes(self):
-        self.show()
-        self.go("storage")
-        until("the apps", lambda: len(self.find(".card.app")) == 9 and not self.find("body.is-busy"))
-        self.walk_to("app-org.vesta.browser", DOWN)
-        self.press(ENTER)
-        until("why the sizes differ", lambda: "109 MiB" in "".join(self.texts(".dialog .note")))
-        self.keep("storage-app-sizes")
-        self.press(RIGHT, ENTER)
-        until("the question", lambda: self.find('[data-key="yes"]'))
-        self.assertEqual(self.focused(), "no")
-        self.press(ENTER)
-        until("no question", lambda: not self.find(".dialog"))
-        self.assertNotEqual(self.served.state()["last"]["verb"], "clear-data")
 
     # --- What must not happen ---
 
