@@ -12,8 +12,8 @@
 #include "Process.h"
 #include "Record.h"
 #include "ScenarioError.h"
-#include "set/FileAccess.h"
 #include "set/KuraSet.h"
+#include "support/Files.h"
 #include "support/JUnit.h"
 
 namespace scenario {
@@ -56,7 +56,9 @@ void Update(const fs::path& file, const Observation& observation, Result& result
         result.message = result.file + ": patterns and lines of the log are their author's to rewrite";
         return;
     }
-    kuraset::ReplaceWhole(fs::canonical(file), text);
+    if (!support::ReplaceFile(file, text)) {
+        throw ScenarioError("cannot be written");
+    }
     result.kind = left.empty() ? Result::Kind::kUpdated : Result::Kind::kDifferent;
     if (!left.empty()) {
         result.message =

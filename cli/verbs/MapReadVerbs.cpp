@@ -1,12 +1,9 @@
 // The knowledge-base tool's verbs that read the content of maps: show, diff, stats, format.
 #include <cstddef>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -19,6 +16,7 @@
 #include "map/TextFiles.h"
 #include "map/Vocabulary.h"
 #include "map/XmlDocument.h"
+#include "support/Files.h"
 
 namespace cli {
 
@@ -285,23 +283,6 @@ struct FormatArguments {
     bool check = false;
 };
 
-/// Replaces the file in one step, so that a failure leaves the old file.
-void Replace(const std::string& file, const std::string& text) {
-    const std::string beside = file + ".new";
-    std::ofstream stream(beside, std::ios::binary | std::ios::trunc);
-    stream << text;
-    stream.close();
-    std::error_code error;
-    if (stream) {
-        std::filesystem::permissions(beside, std::filesystem::status(file).permissions(), error);
-        std::filesystem::rename(beside, file, error);
-    }
-    if (!stream || error) {
-        std::filesystem::remove(beside, error);
-        throw VerbError(ExitCode::kFailed, file + ": cannot be written");
-    }
-}
-
 Outcome Format(const FormatArguments& arguments) {
     const kuramap::XmlDocument document = kuramap::XmlDocument::Read(arguments.file);
     const std::string text = kuramap::Format(document);
@@ -310,7 +291,9 @@ Outcome Format(const FormatArguments& arguments) {
         throw VerbError(ExitCode::kUsage, "standard input cannot be formatted in place");
     }
     if (arguments.inPlace && !isFormatted) {
-        Replace(arguments.file, text);
+        if (!support::ReplaceFile(arguments.file, text)) {
+            throw VerbError(ExitCode::kFailed, arguments.file + ": cannot be written");
+        }
     }
     Json answer = {{"file", document.FileName()}, {"formatted", isFormatted}};
     if (!arguments.inPlace && !arguments.check) {

@@ -94,9 +94,10 @@ std::string FailureText(const std::string& code, const std::multimap<std::size_t
 void PrintSolutions(const Json& solutions, const std::multimap<std::size_t, FailedStep>& failures) {
     for (std::size_t i = 0; i < solutions.size(); ++i) {
         const auto [first, last] = failures.equal_range(i);
+        const std::string name = solutions[i].at("sol_name");
         std::cout << (first == last ? Painted("Applied ", Tone::kGood) : Painted("Failed ", Tone::kBad))
-                  << solutions[i].at("sol_type").get<std::string>() << ' '
-                  << solutions[i].at("sol_name").get<std::string>() << '\n';
+                  << solutions[i].at("sol_type").get<std::string>() << (name.empty() ? "" : " ") << name
+                  << '\n';
         for (auto failure = first; failure != last; ++failure) {
             std::cout << "  " << failure->second.text << '\n';
         }

@@ -98,6 +98,12 @@ TEST(Repair, AnInformationOnlyIsRecorded) {
     EXPECT_THAT(Requests(kura, "9001"), ElementsAre(Record(9001, 900101, 5)));
 }
 
+TEST(Repair, ASolutionWithoutANameIsToldByItsTypeAlone) {
+    const Kura kura;
+    kura.WriteMap("<map><sm cnt=\"1\"/><solution issue_code=\"1\" sol_type=\"INFO\"/></map>");
+    EXPECT_EQ(kura.Run({"fix", "1"}).out, "Applied INFO\n");
+}
+
 TEST(Repair, TheAgentRunsAnAllowedCommand) {
     const Kura kura;
     const auto pages = kura.Opt("usr/home/owner/apps_rw/org.vesta.streambox/cache/pages");
