@@ -101,7 +101,7 @@ TEST(Repair, AnInformationOnlyIsRecorded) {
 TEST(Repair, ASolutionWithoutANameIsToldByItsTypeAlone) {
     const Kura kura;
     kura.WriteMap("<map><sm cnt=\"1\"/><solution issue_code=\"1\" sol_type=\"INFO\"/></map>");
-    EXPECT_EQ(kura.Run({"fix", "1"}).out, "Applied INFO\n");
+    EXPECT_THAT(kura.Run({"fix", "1"}).out, testing::StartsWith("Applied INFO\n"));
 }
 
 TEST(Repair, TheAgentRunsAnAllowedCommand) {
