@@ -225,7 +225,8 @@ std::vector<Result> RunAll(const Session& session, const ReplayArguments& argume
     scenario::ReplayOptions options = arguments.options;
     options.run = {ThisProgram(), arguments.keep};
     if (options.jobs == 0) {
-        options.jobs = std::max(1U, std::thread::hardware_concurrency());
+        // Half of a verb's time is waiting: for the services' start, for the agent.
+        options.jobs = 2 * std::max(1U, std::thread::hardware_concurrency());
     }
     if (arguments.tap) {
         std::cout << "TAP version 13\n1.." << files.size() << '\n' << std::flush;
@@ -391,7 +392,7 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
     replay->add_option("--keep", arguments->keep, "Keep the sets in this folder, to look at them afterwards");
     replay
         ->add_option("--jobs", arguments->options.jobs,
-                     "How many run side by side; as many as processors when absent")
+                     "How many run side by side; twice as many as processors when absent")
         ->check(Between(1, 64));
     Declare(replay, selection, Place::kOutside,
             [&session, arguments] { return Replay(session, *arguments); });
