@@ -1,4 +1,5 @@
 #include "LibraryLog.h"
+#include "support/TextAt.h"
 
 #include <utility>
 
@@ -60,11 +61,6 @@ std::optional<std::vector<std::string>> Match(const std::string& message, const 
     return values;
 }
 
-std::string TextAt(const nlohmann::json& entry, const char* key) {
-    const auto found = entry.find(key);
-    return found != entry.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
 }  // namespace
 
 std::vector<nlohmann::json> JournalSince(const kuraset::SetDirectory& set, std::size_t before) {
@@ -74,10 +70,10 @@ std::vector<nlohmann::json> JournalSince(const kuraset::SetDirectory& set, std::
 
 std::optional<std::vector<std::string>> ValuesOf(const nlohmann::json& entry, Line line) {
     const LogLine& wanted = kLogLines[static_cast<std::size_t>(line)];
-    if (TextAt(entry, "kind") != "log" || TextAt(entry, "function") != wanted.function) {
+    if (support::TextAt(entry, "kind") != "log" || support::TextAt(entry, "function") != wanted.function) {
         return std::nullopt;
     }
-    return Match(TextAt(entry, "message"), wanted.format, entry.value("cut", false));
+    return Match(support::TextAt(entry, "message"), wanted.format, entry.value("cut", false));
 }
 
 bool Says(const nlohmann::json& entry, Line line) {

@@ -88,6 +88,11 @@ void CompareMoment(const std::string& step, const Json& expect, const Moment& mo
 
 }  // namespace
 
+std::string DifferenceText(const Difference& difference, const std::string& indentation) {
+    return indentation + difference.step + ": " + difference.place + "\n" + indentation + "- " +
+           difference.expected + "\n" + indentation + "+ " + difference.happened + "\n";
+}
+
 std::optional<Mismatch> Compare(const std::string& name, const Json& pattern, const Moment& moment) {
     const Json expected = LongForms(name, pattern);
     const Json happened = Happened(moment, name);

@@ -19,6 +19,9 @@ struct Difference {
     std::string happened;
 };
 
+/// The difference for people in three lines, each behind the indentation.
+std::string DifferenceText(const Difference& difference, const std::string& indentation);
+
 /// The first place at which one expectation, other than that of the exit code, differs from what happened.
 std::optional<Mismatch> Compare(const std::string& name, const Json& expected, const Moment& moment);
 

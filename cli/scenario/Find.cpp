@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <set>
 #include <system_error>
 
 #include "Document.h"
 #include "ScenarioError.h"
+#include "support/TextAt.h"
 
 namespace scenario {
 
@@ -20,14 +22,18 @@ namespace {
 
 constexpr const char* kWildcards = "*?[";
 
+std::optional<Json> RootOf(const fs::path& file) {
+    try {
+        return Document::Read(file).Root();
+    } catch (const ScenarioError&) {
+        return std::nullopt;
+    }
+}
+
 /// A file that cannot be read counts: its reader has to hear of it.
 bool LooksLikeScenario(const fs::path& file) {
-    try {
-        const Json root = Document::Read(file).Root();
-        return root.is_object() && root.contains("steps");
-    } catch (const ScenarioError&) {
-        return true;
-    }
+    const std::optional<Json> root = RootOf(file);
+    return !root || root->contains("steps");
 }
 
 std::vector<fs::path> InFolder(const std::string& folder) {
@@ -69,13 +75,8 @@ std::vector<fs::path> Named(const std::string& name) {
 }
 
 std::string TitleOf(const fs::path& file) {
-    try {
-        const Json root = Document::Read(file).Root();
-        return root.is_object() && root.contains("name") && root.at("name").is_string() ? root.at("name")
-                                                                                        : "";
-    } catch (const ScenarioError&) {
-        return "";
-    }
+    const std::optional<Json> root = RootOf(file);
+    return root && root->is_object() ? support::TextAt(*root, "name") : "";
 }
 
 }  // namespace

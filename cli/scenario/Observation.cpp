@@ -10,6 +10,7 @@
 #include "Patterns.h"
 #include "StartSet.h"
 #include "support/Files.h"
+#include "support/TextAt.h"
 
 namespace scenario {
 
@@ -59,26 +60,21 @@ constexpr ShortName kShortNames[] = {
     {"no_log", "message"},  {"screens", "what"},
 };
 
-std::string TextAt(const Json& entry, const char* key) {
-    const auto found = entry.find(key);
-    return found != entry.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
 /// Adds "what" to a screen's entry: the screen and the event in one text.
 Json WithWhat(Json entry) {
-    entry["what"] = TextAt(entry, "screen") + " " + TextAt(entry, "event");
+    entry["what"] = support::TextAt(entry, "screen") + " " + support::TextAt(entry, "event");
     return entry;
 }
 
 bool IsWrite(const Json& entry) {
-    const std::string operation = TextAt(entry, "op");
+    const std::string operation = support::TextAt(entry, "op");
     return operation.rfind("set_", 0) == 0 || operation == "SetItemValue";
 }
 
 Json OfKind(const Json& journal, const std::string& kind) {
     Json entries = Json::array();
     for (const Json& entry : journal) {
-        if (TextAt(entry, "kind") == kind) {
+        if (support::TextAt(entry, "kind") == kind) {
             entries.push_back(entry);
         }
     }
@@ -96,7 +92,7 @@ constexpr JournalList kJournalLists[] = {
     {"launches", "launch", nullptr},
     {"requests", "agent", nullptr},
     {"events", "event", nullptr},
-    {"recorded", "engine", [](const Json& entry) { return TextAt(entry, "op") == "record"; }},
+    {"recorded", "engine", [](const Json& entry) { return support::TextAt(entry, "op") == "record"; }},
     {"log", "log", nullptr},
     {"no_log", "log", nullptr},
 };
@@ -178,7 +174,7 @@ Json Happened(const Moment& moment, const std::string& name) {
     if (name == "calls") {
         Json calls = Json::object();
         for (const Json& entry : moment.journal) {
-            calls[TextAt(entry, "kind")].push_back(entry);
+            calls[support::TextAt(entry, "kind")].push_back(entry);
         }
         return calls;
     }

@@ -15,6 +15,7 @@
 #include "set/KuraSet.h"
 #include "support/Files.h"
 #include "support/JUnit.h"
+#include "support/Joined.h"
 
 namespace scenario {
 
@@ -22,16 +23,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Result::Kind KindOf(const std::vector<Difference>& differences) {
-    return differences.empty() ? Result::Kind::kOk : Result::Kind::kDifferent;
-}
-
 /// Runs the scenario as often as wanted. Returns what happened the last time.
 Observation RunOften(const Scenario& scenario, const ReplayOptions& options, Result& result) {
-    Observation observation = Run(scenario, options.run);
-    result.differences = Differences(scenario, observation);
-    unsigned different = result.differences.empty() ? 0 : 1;
-    for (unsigned i = 1; i < options.repeat; ++i) {
+    Observation observation;
+    unsigned different = 0;
+    for (unsigned i = 0; i < options.repeat; ++i) {
         observation = Run(scenario, options.run);
         auto differences = Differences(scenario, observation);
         different += differences.empty() ? 0 : 1;
@@ -39,8 +35,9 @@ Observation RunOften(const Scenario& scenario, const ReplayOptions& options, Res
             result.differences = std::move(differences);
         }
     }
-    result.kind = KindOf(result.differences);
-    if (different != 0 && different != options.repeat) {
+    if (different == options.repeat) {
+        result.kind = Result::Kind::kDifferent;
+    } else if (different != 0) {
         result.kind = Result::Kind::kFlaky;
         result.message = result.file + ": " + std::to_string(different) + " of " +
                          std::to_string(options.repeat) + " runs differ";
@@ -93,11 +90,7 @@ Result ReplayOne(const fs::path& file, const ReplayOptions& options) {
 }
 
 std::string TextOf(const std::vector<Difference>& differences) {
-    std::string text;
-    for (const Difference& one : differences) {
-        text += one.step + ": " + one.place + "\n- " + one.expected + "\n+ " + one.happened + "\n";
-    }
-    return text;
+    return support::Joined(differences, "", [](const Difference& one) { return DifferenceText(one, ""); });
 }
 
 support::JUnitCase ToCase(const Result& result) {
@@ -190,10 +183,8 @@ std::string TapText(const Result& result, std::size_t number) {
         text += letter == '#' || letter == '\\' ? std::string{'\\', letter} : std::string{letter};
     }
     text += '\n';
-    if (!result.message.empty()) {
-        text += "# " + result.message + '\n';
-    }
-    std::istringstream lines(TextOf(result.differences));
+    std::istringstream lines((result.message.empty() ? "" : result.message + '\n') +
+                             TextOf(result.differences));
     for (std::string line; std::getline(lines, line);) {
         text += "# " + line + '\n';
     }

@@ -15,6 +15,7 @@
 
 #include "support/Descriptor.h"
 #include "support/Files.h"
+#include "support/TextAt.h"
 
 namespace cli::serve {
 
@@ -63,11 +64,6 @@ std::string StatusText(const fs::path& path) {
     }
     return path.native() + ' ' + std::to_string(status.st_ino) + ' ' + std::to_string(status.st_size) + ' ' +
            std::to_string(status.st_ctim.tv_sec) + '.' + std::to_string(status.st_ctim.tv_nsec);
-}
-
-std::string TextIn(const Json& entry, const char* name) {
-    const auto found = entry.find(name);
-    return found != entry.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
 /// Whether another process runs on the set: it holds the lock on the folder.
@@ -139,12 +135,13 @@ SetWatch::Told SetWatch::ReadJournal() {
     Told told;
     for (auto news = m_journal.Next(); !news.Empty(); news = m_journal.Next()) {
         for (const Json& entry : news.entries) {
-            const std::string kind = TextIn(entry, "kind");
-            if (kind == "setting" && TextIn(entry, "op").rfind("set", 0) == 0) {
-                told.written.insert(TextIn(entry, "key"));
+            const std::string kind = support::TextAt(entry, "kind");
+            if (kind == "setting" && support::TextAt(entry, "op").rfind("set", 0) == 0) {
+                told.written.insert(support::TextAt(entry, "key"));
             }
-            told.diagnosed = told.diagnosed || (kind == "screen" && TextIn(entry, "event") == "list" &&
-                                                TextIn(entry, "screen") == "start");
+            told.diagnosed =
+                told.diagnosed || (kind == "screen" && support::TextAt(entry, "event") == "list" &&
+                                   support::TextAt(entry, "screen") == "start");
         }
     }
     return told;

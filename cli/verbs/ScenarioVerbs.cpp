@@ -56,8 +56,7 @@ Json DifferenceToJson(const scenario::Difference& difference) {
 }
 
 void PrintDifference(const scenario::Difference& difference) {
-    std::cout << "    " << difference.step << ": " << difference.place << "\n    - " << difference.expected
-              << "\n    + " << difference.happened << '\n';
+    std::cout << scenario::DifferenceText(difference, "    ");
 }
 
 Json ResultToJson(const Result& result, bool allDifferences) {

@@ -13,6 +13,7 @@
 
 #include "KuraSet.h"
 #include "support/Joined.h"
+#include "support/TextAt.h"
 
 namespace kuraset {
 
@@ -64,13 +65,8 @@ Entry WithTimeAndKind(const Entry& entry) {
 constexpr const char* kRunKind = "run";
 constexpr std::uintmax_t kFirstLook = 64 * 1024;  ///< bytes
 
-std::string TextIn(const json& entry, const char* key) {
-    const auto found = entry.find(key);
-    return found != entry.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
 bool IsOfKind(const json& entry, const std::string& kind) {
-    return TextIn(entry, "kind") == kind;
+    return support::TextAt(entry, "kind") == kind;
 }
 
 /// 0 for what is no mark of a run.
@@ -255,11 +251,11 @@ std::vector<JournalRun> SetDirectory::ReadRuns() const {
     std::vector<JournalRun> runs;
     for (json& entry : AllEntries(JournalPath())) {
         if (IsOfKind(entry, kRunKind)) {
-            runs.push_back({NumberOfRun(entry), TextIn(entry, "time"), CommandOf(entry), {}});
+            runs.push_back({NumberOfRun(entry), support::TextAt(entry, "time"), CommandOf(entry), {}});
             continue;
         }
         if (runs.empty()) {
-            runs.push_back({0, TextIn(entry, "time"), "", {}});
+            runs.push_back({0, support::TextAt(entry, "time"), "", {}});
         }
         runs.back().entries.push_back(std::move(entry));
     }
