@@ -252,6 +252,9 @@ std::vector<Result> RunAll(const Session& session, const ReplayArguments& argume
 }
 
 Outcome Replay(const Session& session, const ReplayArguments& arguments) {
+    if (session.json && arguments.tap) {
+        throw VerbError(ExitCode::kUsage, "--tap and --json exclude each other");
+    }
     scenario::EndInGoodOrder();
     try {
         const std::vector<Result> results = RunAll(session, arguments);
