@@ -1,18 +1,13 @@
 #!/usr/bin/env python3
-"""Makes the reference of the man pages and the shells' completions, from what `kura --help --json` says.
+"""Makes the reference of kura(1) and the shells' completions, from what `kura --help --json` says.
 
     pages.py man COMMANDS PAGE    the page, its comments @VERBS@ and @OPTIONS@ replaced
-    pages.py man SCHEMA PAGE      the page, its comments @KEYS@ and @KEYS DEFINITION@ replaced by the schema's keys
     pages.py bash|zsh COMMANDS    the completion
 """
 import json
 import re
 import sys
 import textwrap
-from pathlib import Path
-
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "schema"))
-import words  # noqa: E402
 
 
 def leaves(command, path=()):
@@ -100,23 +95,11 @@ def command_part(command, what):
     return item_list(option_items(command))
 
 
-def schema_part(schema, what):
-    """The keys of the document (no name) or of one of its definitions."""
-    name = what.partition(" ")[2]
-    reference = name if "#" in name else f"#/definitions/{name}" if name else "#"
-    return item_list(
-        f".It Cm {literal(key)} Pq {literal(kind.replace('`', ''))}\n"
-        + (sentences(text[0].upper() + text[1:].replace("`", "") + ".") if text else "")
-        for key, kind, text in words.rows(schema, {"$ref": reference}))
-
-
-def man(source, page):
-    """source describes a command, or it is a JSON schema."""
-    part = schema_part if "$schema" in source else command_part
+def man(command, page):
     with open(page, encoding="utf-8") as file:
         for line in file:
             marked = re.fullmatch(r'\.\\" @(.*)@\n', line)
-            sys.stdout.write(part(source, marked[1]) if marked else line)
+            sys.stdout.write(command_part(command, marked[1]) if marked else line)
 
 
 # --- Completions ---

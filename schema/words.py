@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The shipped schemas in words, for the manual pages and the documents' tables.
+"""The shipped schemas in words, for the documents' tables.
 
     words.py [--update] DOCUMENT...
 

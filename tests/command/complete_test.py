@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Every verb and option, as `kura --help --json` names them, is in the man page, in both completions and in the recorded
-cases. Called with the build folder.
+"""Every verb and option, as `kura --help --json` names them, is in the man page, in the completions and in the recorded
+cases; and the manual pages that are made of documents are whole. Called with the build folder.
 """
 import json
 import os
@@ -18,10 +18,13 @@ import recorded  # noqa: E402
 BUILD = Path(sys.argv.pop(1)).resolve()
 KURA = BUILD / "bin/kura"
 MAN = BUILD / "share/man"
+SOURCE = Path(__file__).resolve().parents[2]
 BASH = BUILD / "share/bash-completion/completions/kura"
 ZSH = BUILD / "share/zsh/vendor-completions/_kura"
 
-
+# The manual pages that are made of documents.
+DOCUMENTS_OF = {"kura-map.5": ["solution-map.md"], "kura-set.5": ["simulated-set.md"],
+                "kura-scenario.5": ["scenarios.md"], "libkura_parser.3": ["api.md", "threading.md"]}
 # What a completion asks of a set, with a command line that asks for it; the columns go without a set.
 ASKED = {("fix",): "1001", ("why",): "14000001", ("engine", "report"): "1001", ("app",): "org.vesta.streambox",
          ("launch",): "org.vesta.streambox", ("settings", "get"): "db/menu/picture/backlight",
@@ -94,8 +97,12 @@ class GoldenCases(unittest.TestCase):
                                         for name in option["names"]))
 
 
+def rendered(page):
+    return re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / f"man{page[-1]}" / page)))
+
+
 class ManPage(unittest.TestCase):
-    text = re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / "man1/kura.1")))
+    text = rendered("kura.1")
 
     def section(self, path):
         """What the page says of a verb: its line and what is indented below it."""
@@ -113,30 +120,56 @@ class ManPage(unittest.TestCase):
         for name in names(TREE):
             self.assertRegex(self.text, rf"\n +(.*, )?{name}\b")
 
-    def test_is_well_formed(self):
-        for page in MAN.glob("man*/*.[0-9]"):
+    def test_refers_to_the_other_pages(self):
+        for page in DOCUMENTS_OF:
+            self.assertIn("{}({})".format(*page.rsplit(".", 1)), self.text.split("SEE ALSO")[1])
+
+
+class Manuals(unittest.TestCase):
+    """The pages that are made of documents."""
+
+    def test_are_well_formed(self):
+        pages = [MAN / f"man{page[-1]}" / page for page in ["kura.1", *DOCUMENTS_OF]]
+        self.assertEqual(sorted(pages), sorted(MAN.glob("man*/*.[0-9]")))
+        for page in pages:
+            self.assertTrue(page.with_name(page.name + ".gz").is_file(), page)
             said = subprocess.run(["mandoc", "-Tlint", str(page)], capture_output=True, text=True, check=False)
-            # Whether other pages are installed is not this page's matter.
+            # Whether other pages are installed is not this page's matter, nor are a document's long lines.
             lines = [line for line in (said.stdout + said.stderr).splitlines() if "outdated mandoc.db" not in line
-                     and "referenced manual not found" not in line]
+                     and "referenced manual not found" not in line and "input text line longer than" not in line]
             self.assertEqual(lines, [])
 
+    def test_have_their_name_and_all_headings_and_no_markdown(self):
+        for page, documents in DOCUMENTS_OF.items():
+            name, section = page.rsplit(".", 1)
+            text = rendered(page)
+            with self.subTest(page=page):
+                self.assertRegex(text.splitlines()[0], rf"^{name.upper()}\({section}\) .*{name.upper()}\({section}\)$")
+                self.assertRegex(text, rf"(?m)^NAME\n +{name} - \w")
+                for document in documents:
+                    source = re.sub(r"(?ms)^```.*?^```$", "", (SOURCE / "docs" / document).read_text("utf-8"))
+                    headings = re.findall(r"(?m)^##+ (.*)$", source)
+                    self.assertGreater(len(headings), 1)
+                    for heading in headings:
+                        self.assertRegex(text, rf"(?m)^ *{re.escape(heading.replace('`', ''))}$")
+                self.assertNotRegex(text, r"`|\*\*|\]\(|<!-- \w+\.schema|\|---")
 
-class ScenarioPage(unittest.TestCase):
-    schema = Path(__file__).resolve().parents[2] / "schema/scenario.schema.json"
+    def test_have_every_key_of_a_format(self):
+        for name, definitions in (("scenario", ("set", "step", "stepExpectation", "endExpectation")), ("set", ("faults",))):
+            schema = json.loads((SOURCE / f"schema/{name}.schema.json").read_text("utf-8"))
+            text = rendered(f"kura-{name}.5")
+            for part in [schema] + [schema["definitions"][definition] for definition in definitions]:
+                for key in part["properties"]:
+                    row = re.search(rf"(?m)^ +(faults\.)?{re.escape(key)}(\.\w+)* {{2,}}\S", text)
+                    self.assertIsNotNone(row, f"kura-{name}(5) has no row for {key}")
 
-    def test_has_every_key_of_the_format(self):
-        if not self.schema.exists():
-            self.skipTest("there is no such format")
-        text = re.sub(r".\x08", "", output("mandoc", "-Tutf8", "-Owidth=500", str(MAN / "man5/kura-scenario.5")))
-        document = json.loads(self.schema.read_text("utf-8"))
-        tables = [document] + [document["definitions"][name] for name in
-                               ("set", "step", "stepExpectation", "endExpectation", "engine")]
-        faults = json.loads(self.schema.with_name("set.schema.json").read_text("utf-8"))["definitions"]["faults"]
-        for key in [key for table in tables for key in table["properties"]]:
-            self.assertRegex(text, rf"(?m)^ +{re.escape(key)} \(")
-        for key in faults["properties"]:
-            self.assertRegex(text, rf"(?m)^ +{re.escape(key)}(\.\w+)? \(")
+    def test_names_every_header(self):
+        text = rendered("libkura_parser.3")
+        headers = [header.relative_to(folder) for folder in (SOURCE / "include", SOURCE / "platform")
+                   for header in folder.rglob("*.h") if folder.name == "include" or header.parent.name == "host"]
+        self.assertGreater(len(headers), 15)
+        for header in headers:
+            self.assertIsNotNone(re.search(rf"(?m)^ +{header} +\w", text), header)
 
 
 class OfASet(unittest.TestCase):

@@ -118,10 +118,15 @@ class Packages(unittest.TestCase):
                 self.assertTrue((copy.parent / picture).is_file(), (page, picture))
 
     def test_the_command_has_its_pages_completions_and_examples(self):
-        share = self.root / "usr/share"
-        for path in ("man/man1/kura.1.gz", "bash-completion/completions/kura", "zsh/vendor-completions/_kura",
+        files = {path for _, _, path in self.entries("kura")}
+        for path in ("man/man1/kura.1.gz", "man/man5/kura-map.5.gz", "man/man5/kura-set.5.gz",
+                     "man/man5/kura-scenario.5.gz", "bash-completion/completions/kura", "zsh/vendor-completions/_kura",
                      "kura/examples/SolutionMap.xml", "kura/examples/minimal-host/host.cpp"):
-            self.assertTrue((share / path).is_file(), path)
+            self.assertIn("./usr/share/" + path, files)
+
+    def test_the_manual_of_the_library_is_with_its_headers(self):
+        self.assertIn("./usr/share/man/man3/libkura_parser.3.gz",
+                      {path for _, _, path in self.entries("libkura-parser-dev")})
 
     def test_rpms_hold_the_same_files(self):
         in_rpms = set()
