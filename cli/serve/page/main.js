@@ -112,6 +112,8 @@ async function explain(rows) {
     answers.dataset.key = "answers";
     answers.dataset.scroller = "";
     answers.tabIndex = 0;
+    answers.setAttribute("role", "region");
+    answers.setAttribute("aria-label", first.texts.issue);
     const tell = (verb, list) => async () => {
         if (!await whenFree()) {
             return;
@@ -253,6 +255,8 @@ function drawWork() {
     if (!work.firstChild) {
         work.append(element("span", "spinner"), element("strong", "", ""), element("span", "work-time", ""),
             element("div", "track", element("div", "track-part")));
+        // Only the name of the call is told, not each second of it.
+        work.children[2].setAttribute("aria-hidden", "true");
     }
     work.children[1].textContent = workText(running);
     work.children[2].textContent = words;

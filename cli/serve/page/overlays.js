@@ -72,7 +72,6 @@ export function ask(title, body, yes, no, careful = false) {
 export function toast(kind, title, reason) {
     const made = element("div", `toast ${kind}`, icon(kind === "busy" ? "refresh" : kind),
         element("div", "", element("strong", "", title), reason ? element("span", "", reason) : null));
-    made.setAttribute("role", "status");
     toasts.replaceChildren(made);
     keepFocusInSight();
     setTimeout(() => made.remove(), kind === "failure" ? 2 * TOAST_MS : TOAST_MS);

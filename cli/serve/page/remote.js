@@ -38,10 +38,10 @@ function distance(from, to, { along, sign }) {
     return Math.max(gap, 0) + ASIDE * aside;
 }
 
-function nearest(from, direction) {
+function nearest(from, direction, candidates) {
     let best = null;
     let least = Infinity;
-    for (const candidate of reachable()) {
+    for (const candidate of candidates) {
         const far = candidate === from ? Infinity : distance(from.getBoundingClientRect(),
             candidate.getBoundingClientRect(), direction);
         if (far < least) {
@@ -50,6 +50,11 @@ function nearest(from, direction) {
         }
     }
     return best;
+}
+
+/// On a narrow screen.
+function railIsBelow() {
+    return rail.getBoundingClientRect().top >= stage.getBoundingClientRect().bottom - TOUCHING;
 }
 
 export function focusOn(target) {
@@ -74,12 +79,15 @@ function move(direction) {
         return focusFirst();
     }
     // The focus enters the stage at its last place, and the rail at the screen that is shown.
-    if (rail.contains(from) && direction.along === "x" && direction.sign > 0) {
+    const across = railIsBelow() ? DIRECTIONS.ArrowUp : DIRECTIONS.ArrowRight;
+    if (rail.contains(from) && direction === across) {
         return focusFirst();
     }
-    const target = nearest(from, direction);
+    // What stands further down on a narrow screen lies behind the rail until it is scrolled to.
+    const around = railIsBelow() && stage.contains(from) ? reachable().filter((other) => !rail.contains(other)) : [];
+    const target = nearest(from, direction, around) ?? nearest(from, direction, reachable());
     if (target && rail.contains(target) && !rail.contains(from)) {
-        return direction.along === "x" ? focusRail() : undefined;
+        return direction.along === across.along ? focusRail() : undefined;
     }
     if (target && rail.contains(from) && !rail.contains(target)) {
         return undefined;
@@ -148,6 +156,9 @@ export function listen(back) {
         if (event.repeat && (event.key === "Enter" || event.key === " ")) {
             return event.preventDefault();
         }
+        if (event.key === "Tab" && !overlay.hidden) {
+            keepInside(event);
+        }
         const direction = DIRECTIONS[event.key];
         if (direction) {
             const scroller = document.activeElement?.closest("[data-scroller]");
@@ -160,6 +171,16 @@ export function listen(back) {
             back();
         }
     });
+}
+
+/// The tab key goes round in a dialog; the page behind it is inert, and the browser's own buttons are not part of it.
+function keepInside(event) {
+    const inside = reachable();
+    const place = inside.indexOf(document.activeElement) + (event.shiftKey ? -1 : 1);
+    if (place < 0 || place >= inside.length) {
+        event.preventDefault();
+        focusOn(inside.at(place < 0 ? -1 : 0));
+    }
 }
 
 /// A long text scrolls with up and down until its end; only then do the keys move the focus.

@@ -57,7 +57,7 @@ export function issuesOf(rows) {
 function problemCard(rows, place, { fix, explain, language }, running) {
     const [first] = rows;
     const busy = running?.verb === "fix" && running.argument === first.issue_code;
-    const solutions = rows.map((row) => paragraph("", row.texts.solution));
+    const solutions = rows.map((row) => element("span", "solution", row.texts.solution));
     const made = button(`issue-${first.issue_code}`, `card problem${busy ? " busy" : ""}`, () => fix(rows),
         element("span", "problem-mark", icon("problem")),
         element("span", "problem-text", element("strong", "", first.texts.issue), ...solutions),
@@ -279,8 +279,10 @@ export class JournalScreen {
         this.filter = "requests";
         this.entries = [];
         this.list = element("ol", "lines");
-        this.box = element("div", "journal", this.list);
+        this.none = element("p", "none", "");
+        this.box = element("div", "journal", this.none, this.list);
         this.box.tabIndex = 0;
+        this.box.setAttribute("role", "log");
         this.box.dataset.key = "journal";
         this.box.dataset.scroller = "";
     }
@@ -305,7 +307,7 @@ export class JournalScreen {
         while (this.list.childElementCount > JOURNAL_LINES) {
             this.list.firstChild.remove();
         }
-        this.box.classList.toggle("is-empty", this.list.childElementCount === 0);
+        this.none.hidden = this.list.childElementCount > 0;
         if (atEnd) {
             this.toEnd();
         }
@@ -334,7 +336,8 @@ export class JournalScreen {
             }
             return made;
         });
-        this.box.dataset.none = text("journal.none");
+        this.none.textContent = text("journal.none");
+        this.box.setAttribute("aria-label", text("journal.title"));
         return { head: { title: text("journal.title"), detail: text("journal.intro"), actions: filters },
             body: [this.box] };
     }
