@@ -125,9 +125,12 @@ int main(int argc, char** argv) {
     cli::Session session;
     cli::Selection selection;
     app.add_option("--set", session.setOption,
-                   "The set's directory (default: below the user's data directory)");
+                   "The set's directory (default: below the user's data directory)")
+        ->type_name("DIR");
     app.add_flag("--json", session.json, "Print exactly one JSON document")->disable_flag_override();
-    app.add_option("--language", session.language, "Language of the texts")->capture_default_str();
+    app.add_option("--language", session.language, "Language of the texts")
+        ->type_name("LANGUAGE")
+        ->capture_default_str();
     app.add_option("--color", cli::TheLookOptions().color, "Colour: auto (on a terminal), always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->capture_default_str();

@@ -65,8 +65,8 @@ set(CPACK_RPM_PACKAGE_GROUP Development/Libraries)
 # These belong to the system's own packages.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
     /usr/lib/pkgconfig /usr/lib/cmake /usr/share/man /usr/share/man/man1 /usr/share/man/man3 /usr/share/man/man5
-    /usr/share/bash-completion /usr/share/bash-completion/completions /usr/share/zsh
-    /usr/share/zsh/vendor-completions)
+    /usr/share/bash-completion /usr/share/bash-completion/completions /usr/share/fish
+    /usr/share/fish/vendor_completions.d /usr/share/zsh /usr/share/zsh/vendor-completions)
 set(CPACK_RPM_LIBRARY_PACKAGE_NAME libkura-parser)
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_NAME libkura-parser-devel)
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES "libkura-parser = ${PROJECT_VERSION}, boost-devel, glib2-devel")

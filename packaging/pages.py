@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Makes the reference of kura(1) and the shells' completions, from what `kura --help --json` says.
 
-    pages.py man COMMANDS PAGE    the page, its comments @VERBS@ and @OPTIONS@ replaced
-    pages.py bash|zsh COMMANDS    the completion
+    pages.py man COMMANDS PAGE         the page, its comments @VERBS@ and @OPTIONS@ replaced
+    pages.py bash|fish|zsh COMMANDS    the completion
 """
 import json
 import re
@@ -105,18 +105,24 @@ def man(command, page):
 # --- Completions ---
 
 
-ASKED = {"ISSUE", "APP", "KEY", "FUNCTION", "RUN", "KIND", "RULE", "COLUMN", "LIST"}
+ASKED = {"ISSUE", "APP", "KEY", "FUNCTION", "RUN", "KIND", "RULE", "COLUMN", "LIST", "SNAPSHOT", "LANGUAGE"}
 
 
 def kind_of(entry):
-    """What to offer for a value: words, what the command tells of the current set, folders, files, or nothing."""
+    """What to offer for a value: words, what the command tells of the current set, sets, folders, files, or nothing."""
     if entry["choices"]:
         return " ".join(entry["choices"])
     if entry["value"] in ASKED:
         return "@ask-" + entry["value"].lower()
-    if entry["value"].startswith("DIR") or entry.get("names") == ["--set"]:
-        return "@folder"
-    return "@file" if re.match(r"(FILE|PATH)", entry["value"]) else "@any"
+    if entry.get("names") == ["--set"]:
+        return "@set"
+    return {"DIR": "@folder", "FILE": "@file"}.get(entry["value"], "@any")
+
+
+def argument_kind(verb):
+    """What to offer for the arguments of a verb: what is known of the first of them."""
+    kinds = [kind_of(argument) for argument in verb["arguments"]]
+    return next((kind for kind in kinds if kind != "@any"), "@any")
 
 
 def quoted(text):
@@ -124,6 +130,14 @@ def quoted(text):
 
 
 BASH = r"""# bash completion for kura, made from the command's own description of its verbs
+
+# Offers the lines that begin as the current word does. Not compgen -W: it would run what a set has in its names.
+_kura_offer() {
+    local word
+    while IFS= read -r word; do
+        [[ -z $word || $word != "$current"* ]] || COMPREPLY+=("$(printf %%q "$word")")
+    done
+}
 
 _kura() {
     local -A verbs=(
@@ -156,15 +170,16 @@ _kura() {
     elif [[ -z $offered ]]; then
         offered=${verbs[$path.]-${values[$path.]-}}
     fi
+    COMPREPLY=()
     case $offered in
-        @folder) mapfile -t COMPREPLY < <(compgen -d -- "$current") && compopt -o filenames 2>/dev/null ;;
+        @set | @folder) mapfile -t COMPREPLY < <(compgen -d -- "$current") && compopt -o filenames 2>/dev/null ;;
         @file) mapfile -t COMPREPLY < <(compgen -f -- "$current") && compopt -o filenames 2>/dev/null ;;
-        @ask-*)
-            word=$("${COMP_WORDS[0]}" "${set[@]}" complete "${offered#@ask-}" $path 2>/dev/null)
-            mapfile -t COMPREPLY < <(compgen -W "$word" -- "$current")
-            ;;
-        @any) COMPREPLY=() ;;
-        *) mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$current") ;;
+    esac
+    case $offered in
+        @set) _kura_offer < <("${COMP_WORDS[0]}" complete set 2>/dev/null) ;;
+        @ask-*) _kura_offer < <("${COMP_WORDS[0]}" "${set[@]}" complete "${offered#@ask-}" $path 2>/dev/null) ;;
+        @*) ;;
+        *) _kura_offer < <(printf '%%s\n' $offered) ;;
     esac
 }
 complete -F _kura kura
@@ -187,9 +202,7 @@ def bash(command):
             if option["value"]:
                 values += [(f"{key} {name}", kind_of(option)) for name in option["names"]]
         if verb["arguments"]:
-            kinds = [kind_of(argument) for argument in verb["arguments"]]
-            known = [kind for kind in kinds if kind != "@any"]
-            values.append((key + ".", known[0] if known else "@file"))
+            values.append((key + ".", argument_kind(verb)))
     sys.stdout.write(BASH % {"verbs": bash_array(verbs), "options": bash_array(options), "values": bash_array(values)})
 
 
@@ -200,6 +213,11 @@ _kura_ask() {
     (( at )) && set=(--set $line[at+1])
     found=(${(f)"$(_call_program words ${(q)line[1]:-kura} ${(q)set} complete $@ 2>/dev/null)"})
     compadd -a found
+}
+
+_kura_sets() {
+    _kura_ask set
+    _files -/
 }
 """
 
@@ -212,11 +230,7 @@ def zsh_action(entry, path):
     kind = kind_of(entry)
     if kind.startswith("@ask-"):
         return " _kura_ask " + " ".join((kind[len("@ask-"):],) + path)
-    if kind == "@folder":
-        return "_files -/"
-    if kind == "@any":
-        return " " if entry["value"].startswith(("INT", "UINT")) else "_files" if "name" in entry else " "
-    return "_files" if kind == "@file" else f"({kind})"
+    return {"@set": "_kura_sets", "@folder": "_files -/", "@file": "_files", "@any": " "}.get(kind, f"({kind})")
 
 
 def zsh_option(option, path):
@@ -258,13 +272,87 @@ def zsh(command):
     print('_kura "$@"')
 
 
+FISH = r"""# fish completion for kura, made from the command's own description of its verbs
+
+set -g __kura_verbs %(verbs)s
+set -g __kura_valued %(valued)s
+
+# The verb that the line names so far.
+function __kura_verb
+    set -l path
+    set -l pending
+    for word in (commandline -opc)[2..]
+        if set -q pending[1]
+            set -e pending
+        else if contains -- $word $__kura_valued
+            set pending $word
+        else if contains -- (string join ' ' $path $word) $__kura_verbs
+            set -a path $word
+        end
+    end
+    string join ' ' $path
+end
+
+function __kura_at
+    test "$(__kura_verb)" = "$argv"
+end
+
+# What the command tells of the set that the line names, or of the default one.
+function __kura_ask
+    set -l words (commandline -opc)
+    set -l named
+    set -l at (contains -i -- --set $words)
+    and test (count $words) -gt $at
+    and set named --set $words[(math $at + 1)]
+    $words[1] $named complete $argv (string split -n ' ' -- "$(__kura_verb)") 2>/dev/null
+end
+
+complete -c kura -f
+%(entries)s
+"""
+
+
+def fish_text(text):
+    return quoted(text.replace(chr(92), chr(92) * 2)).replace("'" + chr(92) + "''", chr(92) + "'")
+
+
+def fish_offer(kind):
+    """The options of fish's complete that offer a kind of value."""
+    if kind.startswith("@ask-"):
+        return f"-a '(__kura_ask {kind[len('@ask-'):]})'"
+    folders = "__fish_complete_directories"
+    return {"@set": f"-a '(__kura_ask set; {folders})'", "@folder": f"-a '({folders})'", "@file": "-F",
+            "@any": ""}.get(kind, f"-a {fish_text(kind)}")
+
+
+def fish_option(option):
+    names = " ".join(f"-l {name[2:]}" if name.startswith("--") else f"-s {name[1:]}" for name in option["names"])
+    kind = kind_of(option)
+    value = f" -{'r' if kind == '@file' else 'x'} {fish_offer(kind)}".rstrip() if option["value"] else ""
+    return f"{names}{value} -d {fish_text(option['description'].splitlines()[0])}"
+
+
+def fish(command):
+    entries, valued = [], set()
+    for path, verb in nodes(command):
+        at = f"complete -c kura -n {fish_text('__kura_at ' + ' '.join(path))} "
+        entries += [f"{at}-a {below['name']} -d {fish_text(below['description'])}" for below in verb["commands"]]
+        # The options of the command itself hold everywhere.
+        entries += [(at if path else "complete -c kura ") + fish_option(option) for option in verb["options"]]
+        if argument_kind(verb) != "@any":
+            entries.append(at + fish_offer(argument_kind(verb)))
+        valued |= {name for option in verb["options"] if option["value"] for name in option["names"]}
+    verbs = " ".join(fish_text(" ".join(path)) for path, _ in nodes(command) if path)
+    sys.stdout.write(FISH % {"verbs": verbs, "valued": " ".join(sorted(valued)), "entries": "\n".join(entries)})
+
+
 def main():
     with open(sys.argv[2], encoding="utf-8") as file:
         command = json.load(file)
     if sys.argv[1] == "man":
         man(command, sys.argv[3])
     else:
-        {"bash": bash, "zsh": zsh}[sys.argv[1]](command)
+        {"bash": bash, "fish": fish, "zsh": zsh}[sys.argv[1]](command)
 
 
 if __name__ == "__main__":

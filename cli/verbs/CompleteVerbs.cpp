@@ -6,8 +6,10 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
+#include "SnapshotVerbs.h"
 #include "Verbs.h"
 #include "frame/MakeSet.h"
 #include "frame/TableVerbs.h"
@@ -72,17 +74,32 @@ Words KindsOf(const SetDirectory&) {
     return scenario::LineKinds();
 }
 
+Words SnapshotsOf(const SetDirectory& set) {
+    return SnapshotNames(set.Path());
+}
+
+Words LanguagesOf(const SetDirectory& set) {
+    Words languages;
+    std::error_code error;
+    for (const auto& file : std::filesystem::directory_iterator(set.Path() / "texts", error)) {
+        languages.push_back(file.path().stem().string());
+    }
+    return languages;
+}
+
 struct WordList {
     const char* name;  ///< the value's name in --help, in lower case
     Words (*of)(const SetDirectory& set);
 };
 
-constexpr std::array<WordList, 6> kWordLists = {{{"issue", &IssuesOf},
+constexpr std::array<WordList, 8> kWordLists = {{{"issue", &IssuesOf},
                                                  {"app", &AppsOf},
                                                  {"key", &KeysOf},
                                                  {"function", &FunctionsOf},
                                                  {"run", &RunsOf},
-                                                 {"kind", &KindsOf}}};
+                                                 {"kind", &KindsOf},
+                                                 {"snapshot", &SnapshotsOf},
+                                                 {"language", &LanguagesOf}}};
 
 /// The columns of the verb with that path, as they are written without quotation marks.
 Words ColumnWords(const CLI::App& app, const Words& path) {
@@ -111,6 +128,13 @@ Words WordsFor(const Session& session, const CLI::App& app, const std::string& w
     if (what == "rule") {
         return kuramap::Tags();
     }
+    if (what == "set") {
+        Words sets;
+        for (const std::filesystem::path& set : SetsBeside(session.SetPath())) {
+            sets.push_back(set.string());
+        }
+        return sets;
+    }
     for (const WordList& list : kWordLists) {
         if (what == list.name && std::filesystem::exists(session.SetPath())) {
             return list.of(session.OpenSet());
@@ -136,7 +160,9 @@ void AddCompleteVerb(CLI::App& app, const Session& session, Selection& selection
     auto what = std::make_shared<std::string>();
     auto path = std::make_shared<Words>();
     CLI::App* verb = app.add_subcommand("complete", "The words that complete a command line")->group("");
-    verb->add_option("what", *what, "issue, app, key, function, run, kind, column, rule")->required();
+    verb->add_option("what", *what,
+                     "issue, app, key, function, run, kind, snapshot, language, column, rule, set")
+        ->required();
     verb->add_option("verb", *path, "The verb whose columns are asked for");
     Declare(verb, selection, Place::kOutside,
             [&session, &app, what, path] { return Complete(session, app, *what, *path); });

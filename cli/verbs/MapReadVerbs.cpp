@@ -312,28 +312,30 @@ Outcome Format(const FormatArguments& arguments) {
 void AddMapReadVerbs(CLI::App& map, Selection& selection) {
     auto show = std::make_shared<ShowArguments>();
     CLI::App* verb = map.add_subcommand("show", "The solutions of a map, or one issue in full");
-    verb->add_option("file", show->file, "Solution map; - for standard input")->required();
-    verb->add_option("code", show->code, "Issue code");
-    verb->add_option("--texts", show->texts, "Text file that string ids are looked up in");
+    verb->add_option("file", show->file, "Solution map; - for standard input")->type_name("FILE")->required();
+    verb->add_option("code", show->code, "Issue code")->type_name("ISSUE");
+    verb->add_option("--texts", show->texts, "Text file that string ids are looked up in")->type_name("FILE");
     PrintsTable(verb, kMapColumns);
     Declare(verb, selection, Place::kOutside, [show] { return Show(*show); });
 
     auto diff = std::make_shared<DiffArguments>();
     verb = map.add_subcommand("diff", "How two maps differ in what they say");
-    verb->add_option("old", diff->before, "Solution map")->required();
-    verb->add_option("new", diff->after, "Solution map")->required();
+    verb->add_option("old", diff->before, "Solution map")->type_name("FILE")->required();
+    verb->add_option("new", diff->after, "Solution map")->type_name("FILE")->required();
     verb->add_flag("--exit-code", diff->exitCode, "Exit with 2 when they differ");
     Declare(verb, selection, Place::kOutside, [diff] { return Diff(*diff); });
 
     auto file = std::make_shared<std::string>();
     verb = map.add_subcommand("stats", "Figures of a map");
-    verb->add_option("file", *file, "Solution map; - for standard input")->required();
+    verb->add_option("file", *file, "Solution map; - for standard input")->type_name("FILE")->required();
     PrintsTable(verb, kFigureColumns);
     Declare(verb, selection, Place::kOutside, [file] { return Stats(*file); });
 
     auto format = std::make_shared<FormatArguments>();
     verb = map.add_subcommand("format", "Write a map in the canonical layout");
-    verb->add_option("file", format->file, "Solution map; - for standard input")->required();
+    verb->add_option("file", format->file, "Solution map; - for standard input")
+        ->type_name("FILE")
+        ->required();
     verb->add_flag("--in-place", format->inPlace, "Replace the file");
     verb->add_flag("--check", format->check, "Write nothing, exit with 2 when the layout is another");
     Declare(verb, selection, Place::kOutside, [format] { return Format(*format); });

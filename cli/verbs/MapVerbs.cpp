@@ -173,11 +173,15 @@ Outcome ExplainRule(const ExplainArguments& arguments) {
 void AddCheck(CLI::App& map, Selection& selection) {
     auto arguments = std::make_shared<CheckArguments>();
     CLI::App* verb = map.add_subcommand("check", "Find what would fail silently on a set");
-    verb->add_option("files", arguments->files, "Solution maps; - for standard input")->required();
-    verb->add_option("--texts", arguments->texts, "Text files, one a language (LANGUAGE.json)");
-    verb->add_option("--codes", arguments->codes, "File with the engine's issue codes, one a line");
-    verb->add_option("--allow", arguments->allow,
-                     "File of accepted findings, \"TAG [ISSUE]: reason\" a line");
+    verb->add_option("files", arguments->files, "Solution maps; - for standard input")
+        ->type_name("FILE")
+        ->required();
+    verb->add_option("--texts", arguments->texts, "Text files, one a language (LANGUAGE.json)")
+        ->type_name("FILE");
+    verb->add_option("--codes", arguments->codes, "File with the engine's issue codes, one a line")
+        ->type_name("FILE");
+    verb->add_option("--allow", arguments->allow, "File of accepted findings, \"TAG [ISSUE]: reason\" a line")
+        ->type_name("FILE");
     verb->add_option("--width", arguments->width, "Most characters of a text");
     verb->add_option("--format", arguments->format, "text, json, sarif or junit")
         ->check(CLI::IsMember({"text", "json", "sarif", "junit"}))

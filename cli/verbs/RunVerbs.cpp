@@ -70,6 +70,7 @@ void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection) {
     verb->add_option("program", options->program,
                      "The program's file; it sees its own folder at /run/kura-host, and what it prints to "
                      "standard output goes to standard error with --json")
+        ->type_name("FILE")
         ->required();
     verb->add_option("argument", options->arguments, "Its arguments, behind -- when they begin with a dash");
     Declare(

@@ -364,7 +364,9 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
     CLI::App* record =
         app.add_subcommand("record", "Run verbs on the set and write a scenario of what happened");
     auto recordOptions = std::make_shared<RecordOptions>();
-    record->add_option("-o,--output", recordOptions->output, "The scenario file to write")->required();
+    record->add_option("-o,--output", recordOptions->output, "The scenario file to write")
+        ->type_name("FILE")
+        ->required();
     record
         ->add_option("verb", recordOptions->words,
                      "Behind --: a verb with its arguments; another -- before each further verb")
@@ -377,6 +379,7 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
     replay
         ->add_option("files", arguments->names,
                      "Scenario files, folders of them, or patterns such as 'fault-*.json'")
+        ->type_name("FILE")
         ->required();
     replay->add_option("--filter", arguments->filters,
                        "Only those whose path or name has this text in it, or fits this pattern");
@@ -390,8 +393,10 @@ void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selectio
     replay->add_flag("--update", arguments->options.update,
                      "Write what happened into the files of those that differ");
     replay->add_flag("--tap", arguments->tap, "Print the results as TAP, the Test Anything Protocol");
-    replay->add_option("--junit", arguments->junit, "Also write the results as JUnit XML to this file");
-    replay->add_option("--keep", arguments->keep, "Keep the sets in this folder, to look at them afterwards");
+    replay->add_option("--junit", arguments->junit, "Also write the results as JUnit XML to this file")
+        ->type_name("FILE");
+    replay->add_option("--keep", arguments->keep, "Keep the sets in this folder, to look at them afterwards")
+        ->type_name("DIR");
     replay
         ->add_option("--jobs", arguments->options.jobs,
                      "How many run side by side; twice as many as processors when absent")

@@ -230,6 +230,7 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection) {
     make->add_option("--from", options->from, "A folder laid out as the examples are")
         ->check(CLI::ExistingDirectory);
     make->add_option("--scenario", options->scenario, "As it is before the first step of this scenario")
+        ->type_name("FILE")
         ->excludes("--from");
     make->add_flag("--force", options->force, "Replace the set that is there");
     Declare(make, selection, Place::kOutside, [&session, options] { return NewSet(session, *options); });

@@ -32,20 +32,8 @@ struct SnapshotOptions {
     bool exitCode = false;
 };
 
-fs::path SnapshotsOf(const fs::path& set) {
+fs::path SnapshotFolder(const fs::path& set) {
     return set.string() + ".snapshots";
-}
-
-std::vector<std::string> SnapshotNames(const fs::path& set) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(SnapshotsOf(set), error)) {
-        if (entry.path().filename().string().front() != '.') {
-            names.push_back(entry.path().filename().string());
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 /// Where the snapshot of that name lies. Throws VerbError for what is no name.
@@ -54,7 +42,7 @@ fs::path PlaceOf(const fs::path& set, const std::string& name) {
         throw VerbError(ExitCode::kUsage,
                         "no name for a snapshot: \"" + name + "\" (it begins with no dot and has no slash)");
     }
-    return SnapshotsOf(set) / name;
+    return SnapshotFolder(set) / name;
 }
 
 fs::path ExistingPlace(const fs::path& set, const std::string& name) {
@@ -98,19 +86,6 @@ Outcome Differ(const Session& session, const SnapshotOptions& options) {
     const bool isFinding = options.exitCode && document.at("differ").get<bool>();
     return {document, [document] { PrintDifferenceOf(document); },
             isFinding ? ExitCode::kFindings : ExitCode::kDone};
-}
-
-/// The sets in the folder that holds this one.
-std::vector<fs::path> SetsBeside(const fs::path& set) {
-    std::vector<fs::path> sets;
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(set.parent_path(), error)) {
-        if (kuraset::SetDirectory::LiesAt(entry.path())) {
-            sets.push_back(entry.path());
-        }
-    }
-    std::sort(sets.begin(), sets.end());
-    return sets;
 }
 
 Json DocumentOfSet(const fs::path& path) {
@@ -166,12 +141,36 @@ Outcome Remove(const Session& session, const SnapshotOptions& options) {
         const kuraset::SetUse use(path);
         fs::remove_all(path);
     }
-    fs::remove_all(SnapshotsOf(path));
+    fs::remove_all(SnapshotFolder(path));
     const Json document = {{"set", path.string()}};
     return {document, [path] { std::cout << "removed " << path.string() << " and its snapshots\n"; }};
 }
 
 }  // namespace
+
+std::vector<std::string> SnapshotNames(const fs::path& set) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(SnapshotFolder(set), error)) {
+        if (entry.path().filename().string().front() != '.') {
+            names.push_back(entry.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<fs::path> SetsBeside(const fs::path& set) {
+    std::vector<fs::path> sets;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(set.parent_path(), error)) {
+        if (kuraset::SetDirectory::LiesAt(entry.path())) {
+            sets.push_back(entry.path());
+        }
+    }
+    std::sort(sets.begin(), sets.end());
+    return sets;
+}
 
 void AddSnapshotVerbs(CLI::App& set, const Session& session, Selection& selection) {
     auto options = std::make_shared<SnapshotOptions>();

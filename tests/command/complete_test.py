@@ -21,6 +21,7 @@ MAN = BUILD / "share/man"
 SOURCE = Path(__file__).resolve().parents[2]
 BASH = BUILD / "share/bash-completion/completions/kura"
 ZSH = BUILD / "share/zsh/vendor-completions/_kura"
+FISH = BUILD / "share/fish/vendor_completions.d/kura.fish"
 
 # The manual pages that are made of documents.
 DOCUMENTS_OF = {"kura-map.5": ["solution-map.md"], "kura-set.5": ["simulated-set.md"],
@@ -29,6 +30,7 @@ DOCUMENTS_OF = {"kura-map.5": ["solution-map.md"], "kura-set.5": ["simulated-set
 ASKED = {("fix",): "1001", ("why",): "14000001", ("engine", "report"): "1001", ("app",): "org.vesta.streambox",
          ("launch",): "org.vesta.streambox", ("settings", "get"): "db/menu/picture/backlight",
          ("journal", "--kind"): "launch", ("log", "--function"): "ParseSolutionMap", ("log", "--run"): "1",
+         ("set", "restore"): "before", ("set", "remove", "--snapshot"): "before", ("--language",): "de",
          ("map", "explain"): "not-well-formed", ("apps", "--sort"): "app-id", ("engine", "list", "--columns"): "code"}
 
 
@@ -173,50 +175,108 @@ class Manuals(unittest.TestCase):
 
 
 class OfASet(unittest.TestCase):
-    """Has a set of its own, on which the library ran once."""
+    """Has a set of its own, on which the library ran once, with a snapshot and a key that a shell must not run."""
 
     @classmethod
     def setUpClass(cls):
         folder = tempfile.TemporaryDirectory(prefix="kura-complete-")
         cls.addClassCleanup(folder.cleanup)
-        cls.set = Path(folder.name) / "a set"
-        output(str(KURA), "--set", str(cls.set), "set", "new")
-        output(str(KURA), "--set", str(cls.set), "problems")
+        cls.folder = Path(folder.name).resolve()
+        cls.set = cls.folder / "a set"
+        cls.run_kura("set", "new")
+        cls.run_kura("problems")
+        cls.run_kura("set", "snapshot", "before")
+        settings = cls.set / "settings.json"
+        document = json.loads(settings.read_text("utf-8"))
+        settings.write_text(json.dumps({**document, f"$(touch '{cls.folder}/run')": 1}), "utf-8")
+
+    @classmethod
+    def run_kura(cls, *words):
+        output(str(KURA), "--set", str(cls.set), *words)
 
 
-class BashCompletion(OfASet):
-    def offered(self, *words):
-        script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kura; '
-                  'printf "%s\\n" "${COMPREPLY[@]}"')
-        return set(output("bash", "-c", script, "bash", str(BASH), str(KURA), *words).split())
+class Completion:
+    """What holds in every shell. offered(line) is what each of the words may be completed to, the last being begun."""
 
     def test_offers_every_verb_and_option(self):
-        for path, verb in NODES.items():
-            for below in verb["commands"]:
-                self.assertIn(below["name"], self.offered(*path, ""))
-            offered = self.offered(*path, "-")
-            self.assertLessEqual(set(names(verb) + names(TREE)), offered, path)
+        lines = {path: [*path, ""] for path in NODES if NODES[path]["commands"]}
+        options = {path: [*path, "-"] for path in NODES}
+        for path, offered in self.all_offered(lines).items():
+            self.assertEqual({verb["name"] for verb in NODES[path]["commands"]}, offered, path)
+        for path, offered in self.all_offered(options).items():
+            self.assertEqual(set(names(NODES[path]) + names(TREE)), offered, path)
 
     def test_offers_the_words_that_an_option_takes(self):
-        for path, verb in NODES.items():
-            for option in verb["options"]:
-                if option["choices"]:
-                    self.assertEqual(self.offered(*path, option["names"][-1], ""), set(option["choices"]))
+        lines = {(path, tuple(option["choices"])): [*path, option["names"][-1], ""]
+                 for path, verb in NODES.items() for option in verb["options"] if option["choices"]}
+        self.assertGreater(len(lines), 2)
+        for (path, choices), offered in self.all_offered(lines).items():
+            self.assertEqual(set(choices), offered, path)
 
     def test_offers_what_the_set_has(self):
-        for words, expected in ASKED.items():
-            self.assertIn(expected, self.offered("--set", str(self.set), *words, ""), words)
+        lines = {words: ["--set", str(self.set), *words, ""] for words in ASKED}
+        for words, offered in self.all_offered(lines).items():
+            self.assertIn(ASKED[words], offered, words)
         self.assertEqual(self.offered("--set", str(self.set), "fix", "14"), {"14000001"})
         self.assertLessEqual({"NetworkSetting", "SignalInfo"}, self.offered("page", ""))
 
+    def test_runs_nothing_that_a_set_contains(self):
+        self.assertTrue(any("touch" in key for key in self.offered("--set", str(self.set), "settings", "get", "")))
+        self.assertFalse((self.folder / "run").exists())
+
+    def test_offers_sets_folders_and_files(self):
+        data = self.folder / "data/kura"
+        if not data.exists():
+            data.mkdir(parents=True)
+            output(str(KURA), "--set", str(data / "mine"), "set", "new")
+            (self.folder / "map.xml").touch()
+            (self.folder / "maps").mkdir()
+        self.assertLessEqual({str(data / "mine"), "maps"}, {path.rstrip("/") for path in self.offered("--set", "")})
+        self.assertNotIn("map.xml", self.offered("--set", ""))
+        self.assertLessEqual({"map.xml", "maps"},
+                             {path.rstrip("/") for path in self.offered("map", "check", "m")})
+        self.assertEqual(self.offered("replay", "--junit", "map."), {"map.xml"})
+        self.assertEqual(self.offered("settings", "set", "--type", "map."), set())
+
     def test_offers_nothing_of_a_set_that_is_not_there_and_makes_none(self):
-        nowhere = self.set.parent / "nowhere"
+        nowhere = self.folder / "nowhere"
         self.assertEqual(self.offered("--set", str(nowhere), "fix", ""), set())
         self.assertFalse(nowhere.exists())
 
     def test_takes_the_value_of_an_option_for_no_verb(self):
         self.assertIn("new", self.offered("--set", "engine", "set", ""))
         self.assertNotIn("report", self.offered("--set", "engine", "set", ""))
+
+    def all_offered(self, lines):
+        return {key: self.offered(*words) for key, words in lines.items()}
+
+    def offered(self, *words):
+        return self.all_offered({words: words})[words]
+
+    def environment(self):
+        return {**os.environ, "HOME": str(self.folder), "XDG_DATA_HOME": str(self.folder / "data"),
+                "PATH": f"{KURA.parent}:{os.environ['PATH']}"}
+
+
+class BashCompletion(Completion, OfASet):
+    def offered(self, *words):
+        script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kura; '
+                  'printf "%s\n" "${COMPREPLY[@]}"')
+        return set(output("bash", "-c", script, "bash", str(BASH), "kura", *words, cwd=self.folder,
+                          env=self.environment()).splitlines()) - {""}
+
+
+class FishCompletion(Completion, OfASet):
+    def all_offered(self, lines):
+        """All in one run of the shell."""
+        script = 'source $argv[1]; for line in $argv[2..]; complete -C "kura $line"; echo ---; end'
+        typed = [" ".join(word.replace(" ", "\\ ") for word in words) for words in lines.values()]
+        answers = output("fish", "--no-config", "-c", script, str(FISH), *typed, cwd=self.folder,
+                         env=self.environment()).split("---\n")
+        return {key: {line.split("\t")[0] for line in answer.splitlines()} for key, answer in zip(lines, answers)}
+
+    def test_is_a_script_that_fish_reads(self):
+        output("fish", "--no-execute", str(FISH))
 
 
 class ZshCompletion(OfASet):

@@ -121,7 +121,7 @@ class Packages(unittest.TestCase):
         files = {path for _, _, path in self.entries("kura")}
         for path in ("man/man1/kura.1.gz", "man/man5/kura-map.5.gz", "man/man5/kura-set.5.gz",
                      "man/man5/kura-scenario.5.gz", "bash-completion/completions/kura", "zsh/vendor-completions/_kura",
-                     "kura/examples/SolutionMap.xml", "kura/examples/minimal-host/host.cpp"):
+                     "fish/vendor_completions.d/kura.fish", "kura/examples/SolutionMap.xml", "kura/examples/minimal-host/host.cpp"):
             self.assertIn("./usr/share/" + path, files)
 
     def test_the_manual_of_the_library_is_with_its_headers(self):
