@@ -52,10 +52,10 @@ support::JUnitCase ToCase(const Finding& finding, bool isStrict) {
 
 }  // namespace
 
-std::string ToText(const CheckResult& result) {
+std::string ToText(const CheckResult& result, const ShowSeverity& show) {
     std::string text;
     for (const Finding& finding : result.findings) {
-        text += finding.file + ":" + PlaceOf(finding) + ": " + std::string(NameOf(finding.severity)) + ": " +
+        text += finding.file + ":" + PlaceOf(finding) + ": " + show(finding.severity) + ": " +
                 Sentence(finding) + " [" + std::string(finding.rule->tag) + "]\n";
     }
     text += Counted(result.Count(Severity::kError), "error") + ", " +

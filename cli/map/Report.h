@@ -1,6 +1,7 @@
 // Writes the findings of a check as text for people and as documents for other tools.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -15,8 +16,11 @@ struct UnreadableFile {
     std::string reason;  ///< one line that names the file
 };
 
+/// The name of a severity, as it is to be shown.
+using ShowSeverity = std::function<std::string(Severity)>;
+
 /// A line "FILE:LINE:COL: error: issue CODE: message [tag]" for each finding, then the counts.
-std::string ToText(const CheckResult& result);
+std::string ToText(const CheckResult& result, const ShowSeverity& show);
 
 nlohmann::ordered_json ToJson(const CheckResult& result, const std::vector<std::string>& files,
                               const std::vector<UnreadableFile>& unreadable);

@@ -27,6 +27,10 @@ Tone ToneOf(kuramap::Severity severity) {
                                                      : Tone::kPlain;
 }
 
+std::string PaintedName(kuramap::Severity severity) {
+    return Painted(std::string(kuramap::NameOf(severity)), ToneOf(severity));
+}
+
 struct CheckArguments {
     std::vector<std::string> files;
     std::vector<std::string> texts;
@@ -117,7 +121,7 @@ Outcome Check(const CheckArguments& arguments) {
         isSarif ? kuramap::ToSarif(result, unreadable) : kuramap::ToJson(result, files, unreadable);
     std::string text;
     if (arguments.format == "text") {
-        text = documents.empty() ? "" : kuramap::ToText(result);
+        text = documents.empty() ? "" : kuramap::ToText(result, &PaintedName);
     } else if (arguments.format == "junit") {
         text = kuramap::ToJunit(result, files, unreadable, arguments.strict);
     }

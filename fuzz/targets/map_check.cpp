@@ -75,7 +75,7 @@ void CheckFindings(const kuramap::XmlDocument& document) {
     if (document.Source().size() % 16 != 0) {
         return;
     }
-    kuramap::ToText(found);
+    kuramap::ToText(found, [](kuramap::Severity severity) { return std::string(kuramap::NameOf(severity)); });
     kuramap::ToJunit(found, {"map.xml"}, {}, true);
     constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
     kuramap::ToJson(found, {"map.xml"}, {}).dump(-1, ' ', false, kReplace);
