@@ -1,5 +1,7 @@
 #include "CallDesk.h"
 
+#include <sys/eventfd.h>
+
 #include <exception>
 #include <utility>
 
@@ -10,6 +12,9 @@
 namespace cli::serve {
 
 namespace {
+
+/// The kind of failure of a call that was given up.
+constexpr const char* kLeft = "left";
 
 CallAnswer Failure(int status, const std::string& kind, const std::string& message) {
     return {status, HttpErrorDocument(kind, message)};
@@ -74,21 +79,49 @@ CallDesk::CallDesk(std::vector<std::string> command, int stop, Screens& screens,
     : m_command(std::move(command)), m_stop(stop), m_screens(screens), m_watch(watch) {}
 
 CallAnswer CallDesk::Run(const Call& call, const std::string& argument) {
-    if (!m_screens.Begin(call, argument)) {
+    const unsigned long number = m_screens.Begin(call, argument);
+    if (number == 0) {
         return Failure(409, "busy", "another call is running; try again when it has ended");
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_leave = support::Descriptor(eventfd(0, EFD_CLOEXEC));
+        m_running = &call;
+        m_number = number;
     }
     m_watch.CallBegins();
     CallAnswer answer;
     try {
-        answer = Carry(call, argument);
+        answer = Carry(call, argument, m_leave.Number());
     } catch (const std::exception& error) {
         answer = Failure(500, "failed", error.what());
     }
-    m_screens.End(call, argument, answer.document, m_watch.CallEnds(call));
+    {
+        const std::lock_guard lock(m_mutex);
+        m_running = nullptr;
+    }
+    Stale stale = m_watch.CallEnds(call);
+    // The viewer who gave it up does not want it again at once.
+    stale.own = stale.own && answer.document.value("/error/kind"_json_pointer, "") != kLeft;
+    m_screens.End(call, argument, answer.document, stale);
     return answer;
 }
 
-CallAnswer CallDesk::Carry(const Call& call, const std::string& argument) const {
+CallAnswer CallDesk::Leave(unsigned long number) {
+    const std::lock_guard lock(m_mutex);
+    if (m_running == nullptr || m_number != number) {
+        return Failure(404, "no-such-item", "call " + std::to_string(number) + " does not run");
+    }
+    if (!m_running->mayBeLeft) {
+        return Failure(409, "busy", "this call changes the set and is not given up half-way");
+    }
+    if (eventfd_write(m_leave.Number(), 1) != 0) {
+        return Failure(500, "failed", "the call cannot be given up");
+    }
+    return {200, {{"number", number}}};
+}
+
+CallAnswer CallDesk::Carry(const Call& call, const std::string& argument, int leave) const {
     std::vector<std::string> command = m_command;
     command.emplace_back(call.runs.empty() ? call.verb : call.runs);
     if (!call.option.empty()) {
@@ -97,7 +130,7 @@ CallAnswer CallDesk::Carry(const Call& call, const std::string& argument) const 
     if (!call.argument.empty()) {
         command.insert(command.end(), {"--", argument});
     }
-    const RunEnd end = RunLimited(command, call.limit, m_stop);
+    const RunEnd end = RunLimited(command, call.limit, m_stop, leave);
     switch (end.how) {
         case RunEnd::How::kByItself: {
             CallAnswer answer = AnswerOf(end);
@@ -109,6 +142,8 @@ CallAnswer CallDesk::Carry(const Call& call, const std::string& argument) const 
                            "the call did not end within " + std::to_string(call.limit.count()) + " s");
         case RunEnd::How::kTooMuch:
             return Failure(500, "failed", "the command's answer is too long");
+        case RunEnd::How::kLeft:
+            return Failure(504, kLeft, "the wait was given up");
         case RunEnd::How::kStopped:
             return Failure(503, "failed", "the server ends");
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "Screens.h"
 #include "SetWatch.h"
 #include "frame/Outcome.h"
+#include "support/Descriptor.h"
 
 namespace cli::serve {
 
@@ -28,13 +30,22 @@ public:
     /// the call ends. Thread-safe.
     CallAnswer Run(const Call& call, const std::string& argument);
 
+    /// Gives up the running call: its program is ended, and Run answers at once. The library cannot call a
+    /// diagnosis back; the simulated engine ends with the program that hosts it. Answers 404 when the call of
+    /// that number does not run, 409 when it may not be left. Thread-safe.
+    CallAnswer Leave(unsigned long number);
+
 private:
-    CallAnswer Carry(const Call& call, const std::string& argument) const;
+    CallAnswer Carry(const Call& call, const std::string& argument, int leave) const;
 
     const std::vector<std::string> m_command;
     const int m_stop;
     Screens& m_screens;
     SetWatch& m_watch;
+    std::mutex m_mutex;  // guards the members below
+    const Call* m_running = nullptr;
+    unsigned long m_number = 0;   ///< of the running call
+    support::Descriptor m_leave;  ///< an event; readable once the running call is given up
 };
 
 }  // namespace cli::serve

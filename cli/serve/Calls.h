@@ -15,28 +15,32 @@ struct Call {
     std::chrono::seconds usual;  ///< the library's own limit, for the page's progress bar; 0 for none
     std::chrono::seconds limit;  ///< the call is ended when it takes longer
     bool changes;                ///< the other screens show an older set after it
+    /// It waits for the engine or measures. The viewer may give it up: the program is then ended, as by
+    /// Ctrl-C.
+    bool mayBeLeft;
     std::string_view runs = {};  ///< the program's verb where it has another name
     std::string_view option = {};
 };
 
 using std::chrono_literals::operator""s;
 
-constexpr std::array<Call, 15> kCalls = {{
-    {"diagnose", "", "start", 30s, 60s, true},
-    {"problems", "", "home", 30s, 60s, false},
-    {"fix", "code", "", 0s, 60s, true},
-    {"preview", "code", "", 0s, 60s, false, "fix", "--preview"},
-    {"why", "code", "", 0s, 60s, false},
-    {"why-home", "code", "", 0s, 60s, false, "why", "--list=home"},
-    {"storage", "", "storage", 0s, 60s, false},
-    {"apps", "", "apps", 0s, 300s, false},
-    {"app", "id", "", 0s, 60s, false},
-    {"clean", "", "", 10s, 60s, true},
-    {"boost", "", "", 5s, 60s, true},
-    {"optimize", "", "", 15s, 60s, true},
-    {"kill", "id", "", 5s, 60s, true},
-    {"clear-cache", "id", "", 5s, 60s, true},
-    {"clear-data", "id", "", 0s, 60s, true},
+constexpr std::array<Call, 16> kCalls = {{
+    {"diagnose", "", "start", 30s, 60s, true, true},
+    {"problems", "", "home", 30s, 60s, false, true},
+    {"guide", "", "guide", 30s, 60s, false, true},
+    {"fix", "code", "", 0s, 60s, true, false},
+    {"preview", "code", "", 0s, 60s, false, true, "fix", "--preview"},
+    {"why", "code", "", 0s, 60s, false, true},
+    {"why-home", "code", "", 0s, 60s, false, true, "why", "--list=home"},
+    {"storage", "", "storage", 0s, 60s, false, true},
+    {"apps", "", "apps", 0s, 300s, false, true},
+    {"app", "id", "", 0s, 60s, false, true},
+    {"clean", "", "", 10s, 60s, true, false},
+    {"boost", "", "", 5s, 60s, true, false},
+    {"optimize", "", "", 15s, 60s, true, false},
+    {"kill", "id", "", 5s, 60s, true, false},
+    {"clear-cache", "id", "", 5s, 60s, true, false},
+    {"clear-data", "id", "", 0s, 60s, true, false},
 }};
 
 constexpr const Call* FindCall(std::string_view verb) {

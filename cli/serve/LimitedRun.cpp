@@ -26,8 +26,9 @@ constexpr std::chrono::seconds kGrace{3};
 /// Watches the program while it runs: collects its output and ends it when the deadline has passed.
 class Watch {
 public:
-    Watch(const support::ChildStart& start, Pipe& out, Pipe& err, Clock::time_point deadline, int stop)
-        : m_process(start), m_out(out), m_err(err), m_deadline(deadline), m_stop(stop) {}
+    Watch(const support::ChildStart& start, Pipe& out, Pipe& err, Clock::time_point deadline, int stop,
+          int leave)
+        : m_process(start), m_out(out), m_err(err), m_deadline(deadline), m_stop(stop), m_leave(leave) {}
 
     RunEnd ToTheEnd() {
         m_out.writeEnd.Reset();
@@ -46,8 +47,10 @@ public:
 
 private:
     void Collect() {
-        std::array<pollfd, 3> files = {
-            {{m_out.readEnd.Number(), POLLIN, 0}, {m_err.readEnd.Number(), POLLIN, 0}, {m_stop, POLLIN, 0}}};
+        std::array<pollfd, 4> files = {{{m_out.readEnd.Number(), POLLIN, 0},
+                                        {m_err.readEnd.Number(), POLLIN, 0},
+                                        {m_stop, POLLIN, 0},
+                                        {m_leave, POLLIN, 0}}};
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline - Clock::now());
         poll(files.data(), files.size(), static_cast<int>(std::max<long long>(left.count() + 1, 0)));
         if (files[0].revents != 0 && !ReadSome(m_out, m_end.out)) {
@@ -62,6 +65,10 @@ private:
         if (m_end.out.size() > kOutputLimit) {
             m_end.out.clear();
             End(RunEnd::How::kTooMuch);
+        }
+        if (files[3].revents != 0) {
+            m_leave = -1;
+            End(RunEnd::How::kLeft);
         }
         if (files[2].revents != 0) {
             m_stop = -1;
@@ -100,6 +107,7 @@ private:
     Pipe& m_err;
     Clock::time_point m_deadline;
     int m_stop;
+    int m_leave;
     bool m_stopping = false;
     bool m_asked = false;
     RunEnd m_end;
@@ -107,7 +115,7 @@ private:
 
 }  // namespace
 
-RunEnd RunLimited(const std::vector<std::string>& command, std::chrono::seconds limit, int stop) {
+RunEnd RunLimited(const std::vector<std::string>& command, std::chrono::seconds limit, int stop, int leave) {
     Pipe out;
     Pipe err;
     if (!out.readEnd || !err.readEnd) {
@@ -119,7 +127,7 @@ RunEnd RunLimited(const std::vector<std::string>& command, std::chrono::seconds 
     start.output = out.writeEnd.Number();
     start.errors = err.writeEnd.Number();
     start.isApart = true;
-    return Watch(start, out, err, Clock::now() + limit, stop).ToTheEnd();
+    return Watch(start, out, err, Clock::now() + limit, stop, leave).ToTheEnd();
 }
 
 }  // namespace cli::serve

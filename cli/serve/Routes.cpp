@@ -25,6 +25,7 @@ constexpr int kFollowers = 8;
 
 constexpr const char* kCallsBelow = "api/";
 constexpr std::array<const char*, 3> kLooks = {"api/state", "api/events", "api/icon"};
+constexpr const char* kLeave = "api/leave";
 constexpr const char* kJson = "application/json";
 
 const httplib::Headers kHeaders = {
@@ -214,7 +215,7 @@ bool Routes::Refuse(const Request& request, Response& response) const {
     m_parts.admit();
     const std::string below = m_parts.guard.Below(request.path);
     const bool look = IsLook(below, m_parts.page);
-    if (!look && CallAt(below) == nullptr) {
+    if (!look && below != kLeave && CallAt(below) == nullptr) {
         SendError(response, 404, "no-such-item", "there is nothing at this address");
         return true;
     }
@@ -258,12 +259,28 @@ void Routes::Act(const Request& request, Response& response, const httplib::Cont
     if (body.broken) {
         return SendError(response, 400, "bad-request", "the body did not come whole");
     }
-    const Call& call = *CallAt(m_parts.guard.Below(request.path));
+    const std::string below = m_parts.guard.Below(request.path);
+    if (below == kLeave) {
+        return Leave(body.text, response);
+    }
+    const Call& call = *CallAt(below);
     const Argument argument = ArgumentOf(call, body.text);
     if (!argument.complaint.empty()) {
         return SendError(response, 400, "bad-request", argument.complaint);
     }
     const CallAnswer answer = m_parts.desk.Run(call, argument.text);
+    SendDocument(response, answer.status, answer.document);
+}
+
+void Routes::Leave(const std::string& body, Response& response) const {
+    const Json document = Json::parse(body, nullptr, false);
+    const bool isRight = document.is_object() && document.size() == 1 && document.contains("number") &&
+                         document.at("number").is_number_unsigned();
+    if (!isRight) {
+        return SendError(response, 400, "bad-request",
+                         "the body must hold the number of the call, and only it");
+    }
+    const CallAnswer answer = m_parts.desk.Leave(document.at("number").get<unsigned long>());
     SendDocument(response, answer.status, answer.document);
 }
 

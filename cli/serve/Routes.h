@@ -40,6 +40,7 @@ private:
     void Look(const httplib::Request& request, httplib::Response& response);
     void Act(const httplib::Request& request, httplib::Response& response,
              const httplib::ContentReader& reader) const;
+    void Leave(const std::string& body, httplib::Response& response) const;
     void Follow(httplib::Response& response);
     void ShowIcon(const httplib::Request& request, httplib::Response& response) const;
 

@@ -43,14 +43,14 @@ Screens::Screens(const kuraset::SetDirectory& set, const std::string& language)
     }
 }
 
-bool Screens::Begin(const Call& call, const std::string& argument) {
+unsigned long Screens::Begin(const Call& call, const std::string& argument) {
     const std::lock_guard lock(m_mutex);
     if (m_running.call != nullptr) {
-        return false;
+        return 0;
     }
     m_running = {&call, argument, ++m_calls, std::chrono::steady_clock::now()};
     Changed();
-    return true;
+    return m_calls;
 }
 
 void Screens::End(const Call& call, const std::string& argument, const Json& answer, const Stale& stale) {
@@ -109,7 +109,8 @@ Json Screens::State() const {
                             {"verb", m_running.call->verb},
                             {"argument", m_running.argument},
                             {"elapsed_ms", elapsed.count()},
-                            {"usual_s", m_running.call->usual.count()}};
+                            {"usual_s", m_running.call->usual.count()},
+                            {"may_be_left", m_running.call->mayBeLeft}};
     }
     state["last"] = m_last;
     state["screens"] = m_screens;

@@ -26,8 +26,8 @@ public:
     /// language: of the texts.
     Screens(const kuraset::SetDirectory& set, const std::string& language);
 
-    /// Begins a call; false while another call runs.
-    bool Begin(const Call& call, const std::string& argument);
+    /// Begins a call and returns its number; 0 while another call runs.
+    unsigned long Begin(const Call& call, const std::string& argument);
     /// Ends the call. answer: the verb's document, or the document of its failure.
     void End(const Call& call, const std::string& argument, const Json& answer, const Stale& stale);
 

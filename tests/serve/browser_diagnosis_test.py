@@ -163,6 +163,40 @@ class DiagnosisTest(PageTest):
             """))
         self.listed(10)
 
+    def test_leads_to_the_guided_diagnosis(self):
+        self.show()
+        self.state("unasked")
+        self.press(UP)
+        self.assertEqual(self.focused(), "guide")
+        self.press(ENTER)
+        until("the problems", lambda: self.issues() and not self.find("body.is-busy"))
+        self.keep("guide-list")
+        self.assertEqual(self.texts("h1"), ["Guided diagnosis"])
+        guided = self.served.state()["screens"]["guide"]["document"]
+        self.assertEqual(self.issues(), list(dict.fromkeys(guided["issue_codes"])))
+        self.assertIn(guided["file"], self.texts("#content")[0])
+        self.assertEqual(self.focused(), f"issue-{self.issues()[0]}")
+        self.press(BACK)
+        self.assertEqual(self.focused(), "rail-start")
+        self.press(ENTER)
+        self.state("unasked")
+        self.assert_quiet()
+
+    def test_gives_up_a_long_wait(self):
+        self.show(description={"engine": {"delay_ms": 60000}})
+        self.press(ENTER)
+        until("the way out", lambda: self.find('[data-key="leave"]'))
+        self.keep("start-long-wait")
+        self.walk_to("leave", DOWN)
+        self.press(ENTER)
+        self.assertIn("You have stopped waiting", self.state("failure"))
+        self.keep("start-left")
+        self.assertEqual(self.texts(".toast strong"), ["You have stopped waiting"])
+        self.assertEqual(self.focused(), "retry")
+        self.assertFalse(self.find("#work > *"))
+        self.served.describe(engine={})
+        self.listed(10)
+
     def test_shows_a_second_browser_what_the_first_one_does(self):
         self.show()
         first = self.browser.current_window_handle

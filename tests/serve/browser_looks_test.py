@@ -5,7 +5,7 @@ import re
 import unittest
 from pathlib import Path
 
-from browser import CHECKS, ENTER, PHONE, RIGHT, SMALL, PageTest
+from browser import BACK, CHECKS, ENTER, PHONE, RIGHT, SMALL, PageTest
 from served_set import until
 
 PAGE = Path(__file__).resolve().parents[2] / "cli/serve/page"
@@ -94,6 +94,7 @@ class LooksTest(PageTest):
     def test_knows_the_back_keys_of_remote_controls(self):
         self.show()
         self.state("unasked")
+        self.press(BACK)
         for key in ("GoBack", "BrowserBack", "Backspace", "Escape"):
             self.press(RIGHT)
             self.assertEqual(self.focused(), "check")

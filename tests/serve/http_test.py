@@ -323,6 +323,12 @@ class GuardTest(unittest.TestCase):
         self.assertEqual((answer.status, answer.headers["Location"]), (302, self.served.root))
 
 
+def waiting_on(served):
+    """The programs that diagnose on the set."""
+    processes = subprocess.run(["ps", "-eo", "args"], capture_output=True, text=True, check=True).stdout
+    return [line for line in processes.splitlines() if str(served.set) in line and "diagnose" in line]
+
+
 class CallTest(unittest.TestCase):
     def test_diagnoses_fixes_and_keeps_what_the_screens_show(self):
         with ServedSet() as served:
@@ -401,6 +407,45 @@ class CallTest(unittest.TestCase):
             seen = looker.find("state", lambda state: not state["running"])
             self.assertEqual(seen["screens"]["start"]["document"], answers[0].document)
             self.assertEqual(served.post("storage").status, 200)
+
+    def test_gives_up_a_wait_and_ends_its_program(self):
+        with ServedSet(description={"engine": {"delay_ms": 60000}}) as served, served.follow() as looker:
+            answers = []
+            first = threading.Thread(target=lambda: answers.append(served.post("diagnose")))
+            first.start()
+            running = looker.find("state", lambda state: state["running"])["running"]
+            self.assertTrue(running["may_be_left"])
+            until("its processes run", lambda: waiting_on(served))
+            for wrong in ({}, {"number": "1"}, {"number": -1}, {"number": 1, "more": 1}):
+                self.assertEqual(served.post("leave", wrong).status, 400, wrong)
+            self.assertEqual(served.post("leave", {"number": running["number"] + 1}).status, 404)
+            self.assertEqual(served.post("leave", {"number": running["number"]}).status, 200)
+            first.join()
+            self.assertEqual((answers[0].status, answers[0].kind), (504, "left"))
+            self.assertEqual(served.state()["screens"]["start"]["error"]["kind"], "left")
+            self.assertFalse(served.state()["screens"]["start"]["stale"])
+            self.assertEqual(served.post("leave", {"number": running["number"]}).status, 404)
+            until("its processes are gone", lambda: not waiting_on(served))
+            self.assertEqual(served.post("storage").status, 200)
+
+    def test_gives_up_no_call_that_changes_the_set(self):
+        with ServedSet() as served, served.follow() as looker:
+            first = threading.Thread(target=lambda: served.post("clean"))
+            first.start()
+            running = looker.find("state", lambda state: state["running"])["running"]
+            self.assertFalse(running["may_be_left"])
+            answer = served.post("leave", {"number": running["number"]})
+            self.assertEqual((answer.status, answer.kind), (409, "busy"))
+            first.join()
+            self.assertIsNone(served.state()["last"]["error"])
+
+    def test_guides(self):
+        with ServedSet() as served:
+            guided = served.post("guide")
+            self.assertEqual(guided.status, 200)
+            self.assertEqual(served.state()["screens"]["guide"]["document"], guided.document)
+            found = served.set / "files" / guided.document["file"].lstrip("/")
+            self.assertEqual(found.read_text("utf-8").split(), guided.document["issue_codes"])
 
     def test_tells_when_the_set_vanishes_and_when_it_is_back(self):
         with ServedSet() as served, served.follow() as page:

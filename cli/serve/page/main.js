@@ -1,16 +1,18 @@
 // The page as a whole: it chooses the screen, carries out the buttons, and shows the running call.
 
 import { button, element, icon, loadTexts, sizeText, text } from "./element.js";
-import { ask, close, isOpen, open, reasonOf, toast } from "./overlays.js";
+import { ask, close, isLeft, isOpen, open, reasonOf, toast } from "./overlays.js";
 import { focusFirst, focusOn, focusRail, forgetFocus, keepingFocus, listen } from "./remote.js";
-import { appIcon, homeScreen, JournalScreen, reasonList, startScreen, stepList, storageScreen } from "./screens.js";
+import { appIcon, guideScreen, homeScreen, JournalScreen, reasonList, startScreen, stepList, storageScreen } from "./screens.js";
 import { call, follow } from "./server.js";
 
 const part = (id) => document.getElementById(id);
 const NAMES = ["start", "home", "storage", "journal"];
+/// Screens that another one opens, which the rail shows in their place.
+const OPENED_BY = { guide: "start" };
 /// The calls that fill each screen, and where the server keeps the answer of each.
-const FILLING = { start: ["diagnose"], home: ["problems"], storage: ["storage", "apps"], journal: [] };
-const KEPT = { diagnose: "start", problems: "home", storage: "storage", apps: "apps" };
+const FILLING = { start: ["diagnose"], home: ["problems"], guide: ["guide"], storage: ["storage", "apps"], journal: [] };
+const KEPT = { diagnose: "start", problems: "home", guide: "guide", storage: "storage", apps: "apps" };
 
 const journal = new JournalScreen();
 let state = null;
@@ -20,6 +22,8 @@ let present = true;
 let waiting = [];  // calls that fill a screen and wait for another call to end
 let pressed = null;  // goes on with a button that waits until a screen is filled
 let since = 0;
+/// A call that takes longer than this can be given up.
+const LONG_WAIT_MS = 2000;
 
 // --- Calls ---
 
@@ -29,6 +33,9 @@ async function fill(verbs) {
         const answer = await call(verb);
         if (answer.status === 409) {
             waiting = verbs.slice(verbs.indexOf(verb));
+            return;
+        }
+        if (isLeft(answer.document)) {
             return;
         }
         if (answer.status === 0) {
@@ -42,6 +49,16 @@ function refresh() {
     const old = FILLING[shown].filter((verb) => state.screens[KEPT[verb]].stale);
     if (old.length > 0 && !state.running && present && connected) {
         fill(old);
+    }
+}
+
+/// Gives up the running call. The server ends the program that waits; the library cannot call a diagnosis back.
+async function leave() {
+    const { ok, document: answer } = await call("leave", { number: state.running?.number ?? 0 });
+    if (ok) {
+        toast("busy", text("left.done"), text("left.detail"));
+    } else {
+        toast("failure", text("failure.short"), reasonOf(answer));
     }
 }
 
@@ -190,7 +207,7 @@ async function chooseApp(app) {
 function drawRail() {
     const items = NAMES.map((name) => {
         const made = button(`rail-${name}`, "rail-item", () => show(name), icon(name), text(`rail.${name}`));
-        if (name === shown) {
+        if (name === (OPENED_BY[shown] ?? shown)) {
             made.setAttribute("aria-current", "page");
         }
         return made;
@@ -205,7 +222,9 @@ function drawRail() {
 function screenNow() {
     switch (shown) {
         case "start":
-            return startScreen(state, { again, fix, explain });
+            return startScreen(state, { again, fix, explain, guide: () => show("guide") });
+        case "guide":
+            return guideScreen(state, { again, fix, explain });
         case "home":
             return homeScreen(state, { again, fix, explain });
         case "storage":
@@ -246,8 +265,9 @@ function drawWork() {
     const running = state?.running;
     document.body.classList.toggle("is-busy", Boolean(running));
     if (!running) {
+        const hadFocus = work.contains(document.activeElement);
         work.replaceChildren();
-        return;
+        return hadFocus ? focusFirst() : undefined;
     }
     const seconds = Math.floor((performance.now() - since) / 1000);
     const words = running.usual_s > 0 ? text("work.of", { seconds, most: running.usual_s })
@@ -260,6 +280,9 @@ function drawWork() {
     }
     work.children[1].textContent = workText(running);
     work.children[2].textContent = words;
+    if (running.may_be_left && performance.now() - since > LONG_WAIT_MS && !work.querySelector("button")) {
+        work.insertBefore(button("leave", "pill", leave, text("work.leave")), work.children[3]);
+    }
     const track = work.querySelector(".track-part");
     track.classList.toggle("endless", running.usual_s === 0);
     track.style.width = running.usual_s > 0
@@ -330,7 +353,7 @@ function takeState(news) {
     since = performance.now() - (state.running?.elapsed_ms ?? 0);
     document.body.dataset.version = String(state.version);
     if (first) {
-        show(NAMES.includes(location.hash.slice(1)) ? location.hash.slice(1) : "start");
+        show(location.hash.slice(1) in FILLING ? location.hash.slice(1) : "start");
     } else {
         if (renamed) {
             drawRail();

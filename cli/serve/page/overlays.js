@@ -77,7 +77,15 @@ export function toast(kind, title, reason) {
     setTimeout(() => made.remove(), kind === "failure" ? 2 * TOAST_MS : TOAST_MS);
 }
 
+/// Whether the viewer has given the call up.
+export function isLeft(document) {
+    return document.error?.kind === "left";
+}
+
 /// The reason in a failed answer, for people.
 export function reasonOf(document) {
+    if (isLeft(document)) {
+        return text("left.detail");
+    }
     return document.error?.message ?? text("failure.unknown");
 }

@@ -143,7 +143,8 @@ export function keepingFocus(draw) {
 /// back: the function that Back calls.
 export function listen(back) {
     document.addEventListener("focusin", (event) => {
-        if (stage.contains(event.target) && event.target.dataset.key) {
+        // The button of a running call goes away with it.
+        if (stage.contains(event.target) && event.target.dataset.key && !event.target.closest("#work")) {
             lastOnStage = event.target.dataset.key;
         }
     });

@@ -2,6 +2,7 @@
 // library.
 
 import { button, countText, element, icon, sizeText, text } from "./element.js";
+import { isLeft, reasonOf } from "./overlays.js";
 
 /// An icon with fewer pixels is only a placeholder.
 const SMALLEST_ICON = 16;
@@ -25,9 +26,9 @@ function cardList(cards) {
 }
 
 /// Above what was known before a check failed.
-function failureBanner(reasons, again) {
+function failureBanner(title, reasons, again) {
     const made = element("div", "banner", icon("failure"),
-        element("div", "", element("strong", "", text("failure.short")),
+        element("div", "", element("strong", "", title),
             ...reasons.map((reason) => paragraph("reason", reason)), paragraph("", text("failure.known"))),
         button("retry", "pill strong", again, text("failure.again")));
     made.lastChild.dataset.first = "";
@@ -75,14 +76,18 @@ function problemCard(rows, place, { fix, explain, language }, running) {
     return [made, more];
 }
 
-/// The start screen and the home screen. names: the ids of the texts; actions: {again, fix, explain}.
+/// The screens that list problems. names: the ids of the texts; actions: {again, fix, explain, guide}; those without
+/// guide have no way to the guided diagnosis.
 function problemScreen(names, screen, state, actions) {
     const again = button("again", "pill", actions.again, icon("refresh"), text(`${names}.again`));
+    const guide = actions.guide ? button("guide", "pill", actions.guide, icon("guide"), text("guide.title")) : null;
     const issues = screen.document ? issuesOf(screen.document.problems) : [];
-    const head = { title: text(`${names}.title`), actions: screen.document && !screen.error ? [again] : [] };
+    const head = { title: text(`${names}.title`), actions: screen.document && !screen.error ? [again, guide] : [guide] };
+    head.actions = head.actions.filter(Boolean);
+    const title = isLeft(screen) ? text("left.done") : text("failure.short");
     if (screen.error && issues.length === 0) {
-        head.detail = text("failure.short");
-        return { head, body: [fullState("failure", "failure", text(`${names}.failed`), screen.error.message,
+        head.detail = title;
+        return { head, body: [fullState("failure", "failure", isLeft(screen) ? title : text(`${names}.failed`), reasonOf(screen),
             firstButton("retry", actions.again, text("failure.again")))] };
     }
     if (!screen.document) {
@@ -99,11 +104,19 @@ function problemScreen(names, screen, state, actions) {
     const language = state.set.texts ? state.language : "";
     const list = cardList(issues.map((rows, place) =>
         problemCard(rows, place, { ...actions, language }, state.running)));
-    return { head, body: screen.error ? [failureBanner([screen.error.message], actions.again), list] : [list] };
+    return { head, body: screen.error ? [failureBanner(title, [reasonOf(screen)], actions.again), list] : [list] };
 }
 
 export function startScreen(state, actions) {
     return problemScreen("start", state.screens.start, state, actions);
+}
+
+/// What the guided diagnosis found, and the file in which the guide application reads it.
+export function guideScreen(state, actions) {
+    const screen = state.screens.guide;
+    const { head, body } = problemScreen("guide", screen, state, actions);
+    const file = screen.document ? [paragraph("note", text("guide.file", { file: screen.document.file }))] : [];
+    return { head, body: [...body, ...file] };
 }
 
 export function homeScreen(state, actions) {
@@ -219,11 +232,13 @@ function appList(screen, choose) {
 /// actions: {again, clean, boost, optimize, app}
 export function storageScreen(state, actions) {
     const { storage, apps } = state.screens;
-    const reasons = [...new Set([storage, apps].filter(({ error }) => error).map(({ error }) => error.message))];
+    const failed = [storage, apps].filter(({ error }) => error);
+    const reasons = [...new Set(failed.map(reasonOf))];
+    const title = failed.some(isLeft) ? text("left.done") : text("failure.short");
     const head = { title: text("storage.title"), detail: text("storage.intro"), actions: reasons.length > 0 ? [] : [
         button("again", "pill", actions.again, icon("refresh"), text("storage.again"))] };
     if (storage.error && !storage.document) {
-        return { head, body: [fullState("failure", "failure", text("storage.failed"), storage.error.message,
+        return { head, body: [fullState("failure", "failure", isLeft(storage) ? title : text("storage.failed"), reasonOf(storage),
             firstButton("retry", actions.again, text("failure.again")))] };
     }
     if (!storage.document) {
@@ -240,7 +255,7 @@ export function storageScreen(state, actions) {
     });
     const listed = apps.document?.apps ?? [];
     head.detail = text("problems.checked", { time: storage.at });
-    const banner = reasons.length > 0 ? [failureBanner(reasons, actions.again)] : [];
+    const banner = reasons.length > 0 ? [failureBanner(title, reasons, actions.again)] : [];
     return { head, body: [...banner, storageBar(storage.document, listed), element("div", "tools", ...tools),
         element("h2", "section", text("storage.apps"), listed.length > 0 ? element("small", "",
             countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
