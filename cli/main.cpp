@@ -150,6 +150,7 @@ int main(int argc, char** argv) {
     cli::AddAppVerbs(app, session, selection);
     cli::AddCheckVerbs(app, session, selection);
     cli::AddRunVerbs(app, session, selection);
+    cli::AddHistoryVerb(app, session, selection);
     cli::AddJournalVerbs(app, session, selection);
     cli::AddServeVerbs(app, session, selection);
     cli::AddMapVerbs(app, selection);

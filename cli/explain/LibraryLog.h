@@ -14,6 +14,10 @@
 namespace cli {
 
 enum class Line : std::size_t {
+    // The engine has called back.
+    kDiagnosed,
+    kGuided,
+    kHomeAsked,
     // One entry of the map, while a diagnosis evaluates it.
     kSkippedBackground,
     kSelected,
@@ -42,6 +46,7 @@ enum class Line : std::size_t {
     kKeptWent,
     kRemoving,
     // A repair.
+    kRepairing,
     kCommand,
     kCommandRefused,
     kCleanAsked,
@@ -65,6 +70,7 @@ struct LogLine {
     const char* format;    ///< the format that the library passes to its log
 };
 
+constexpr const char* kManagerSource = "KURA_DiagManager/KURA_DiagManager.cpp";
 constexpr const char* kEvaluationSource = "KURA_DiagResultManager/Evaluation.cpp";
 constexpr const char* kRowSource = "KURA_DiagResultManager/ResultRow.cpp";
 constexpr const char* kRemainingSource = "KURA_DiagResultManager/RemainingProblems.cpp";
@@ -73,6 +79,9 @@ constexpr const char* kSizeSource = "CGetData/PackageManagerSize.cpp";
 
 // clang-format off
 constexpr std::array<LogLine, static_cast<std::size_t>(Line::kCount)> kLogLines{{
+    {Line::kDiagnosed, kManagerSource, "SolutionCallbackFunc", "SolutionCallbackFunc"},
+    {Line::kGuided, kManagerSource, "TutorCallbackFunc", "TutorCallbackFunc"},
+    {Line::kHomeAsked, kManagerSource, "RemainingCallbackFunc", "RemainingCallbackFunc"},
     {Line::kSkippedBackground, kEvaluationSource, "GetInferenceResult", "Skip bg issue"},
     {Line::kSelected, kEvaluationSource, "GetInferenceResult", "SelectIssueCode : %d"},
     {Line::kNeverAppeared, kRowSource, "GetInferenceResult",
@@ -105,6 +114,8 @@ constexpr std::array<LogLine, static_cast<std::size_t>(Line::kCount)> kLogLines{
     {Line::kKeptWent, kRemainingSource, "GetInferenceResult_Remaining",
      "INT_RESULT_TR_FALSE_TIME [%s] LAST_TIME [%s]"},
     {Line::kRemoving, kRemainingSource, "DeleteRemainingDBColumn", "DeleteRemainingDBColumn"},
+    {Line::kRepairing, "KURA_SO_Interface/RequestApplySolution.cpp", "RequestApplySolutionWrapper",
+     "Value is %s and size = %zu"},
     {Line::kCommand, kExecutorsSource, "ProcessCMD", "\nsolution is cmd type : %s\n\n"},
     {Line::kCommandRefused, kExecutorsSource, "ProcessCMD", "File creation failed (%s)"},
     {Line::kCleanAsked, "CGetData/CleanUp.cpp", "performDeepClean", "[KELMGR] File (%s) Created Successfully"},

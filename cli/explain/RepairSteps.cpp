@@ -228,12 +228,16 @@ bool IsOpen(const Json& step) {
 
 }  // namespace
 
-std::vector<RepairStep> StepsOf(const Repair& repair, const kuraset::SetDirectory& set) {
+std::vector<RepairStep> StepsIn(const Repair& repair) {
     StepReader reader(repair);
     for (const auto& entry : repair.journal) {
         reader.Read(entry);
     }
-    std::vector<RepairStep> steps = reader.Take();
+    return reader.Take();
+}
+
+std::vector<RepairStep> StepsOf(const Repair& repair, const kuraset::SetDirectory& set) {
+    std::vector<RepairStep> steps = StepsIn(repair);
     if (!KeepsIssue(set, repair.issue)) {
         return steps;
     }

@@ -26,7 +26,10 @@ struct Repair {
     std::vector<nlohmann::json> journal;  ///< the entries of the repair alone
 };
 
-/// The steps in order. set: the repaired set; a problem that it still keeps was not removed.
+/// The steps in order, as the journal alone tells them: whether the set has kept the problem is not known.
+std::vector<RepairStep> StepsIn(const Repair& repair);
+
+/// The same. set: the repaired set; a problem that it still keeps was not removed.
 std::vector<RepairStep> StepsOf(const Repair& repair, const kuraset::SetDirectory& set);
 
 /// The steps of a repair that has just run on this process's set. Waits some seconds for the agent to answer

@@ -18,29 +18,31 @@ struct Call {
     /// It waits for the engine or measures. The viewer may give it up: the program is then ended, as by
     /// Ctrl-C.
     bool mayBeLeft;
+    bool frees;                  ///< it makes room on the set; the storage before and after it is compared
     std::string_view runs = {};  ///< the program's verb where it has another name
     std::string_view option = {};
 };
 
 using std::chrono_literals::operator""s;
 
-constexpr std::array<Call, 16> kCalls = {{
-    {"diagnose", "", "start", 30s, 60s, true, true},
-    {"problems", "", "home", 30s, 60s, false, true},
-    {"guide", "", "guide", 30s, 60s, false, true},
-    {"fix", "code", "", 0s, 60s, true, false},
-    {"preview", "code", "", 0s, 60s, false, true, "fix", "--preview"},
-    {"why", "code", "", 0s, 60s, false, true},
-    {"why-home", "code", "", 0s, 60s, false, true, "why", "--list=home"},
-    {"storage", "", "storage", 0s, 60s, false, true},
-    {"apps", "", "apps", 0s, 300s, false, true},
-    {"app", "id", "", 0s, 60s, false, true},
-    {"clean", "", "", 10s, 60s, true, false},
-    {"boost", "", "", 5s, 60s, true, false},
-    {"optimize", "", "", 15s, 60s, true, false},
-    {"kill", "id", "", 5s, 60s, true, false},
-    {"clear-cache", "id", "", 5s, 60s, true, false},
-    {"clear-data", "id", "", 0s, 60s, true, false},
+constexpr std::array<Call, 17> kCalls = {{
+    {"diagnose", "", "start", 30s, 60s, true, true, false},
+    {"problems", "", "home", 30s, 60s, false, true, false},
+    {"guide", "", "guide", 30s, 60s, false, true, false},
+    {"history", "", "history", 0s, 60s, false, true, false},
+    {"fix", "code", "", 0s, 60s, true, false, false},
+    {"preview", "code", "", 0s, 60s, false, true, false, "fix", "--preview"},
+    {"why", "code", "", 0s, 60s, false, true, false},
+    {"why-home", "code", "", 0s, 60s, false, true, false, "why", "--list=home"},
+    {"storage", "", "storage", 0s, 60s, false, true, false},
+    {"apps", "", "apps", 0s, 300s, false, true, false},
+    {"app", "id", "", 0s, 60s, false, true, false},
+    {"clean", "", "", 10s, 60s, true, false, true},
+    {"boost", "", "", 5s, 60s, true, false, false},
+    {"optimize", "", "", 15s, 60s, true, false, true},
+    {"kill", "id", "", 5s, 60s, true, false, false},
+    {"clear-cache", "id", "", 5s, 60s, true, false, true},
+    {"clear-data", "id", "", 0s, 60s, true, false, true},
 }};
 
 constexpr const Call* FindCall(std::string_view verb) {

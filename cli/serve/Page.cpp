@@ -21,7 +21,7 @@ struct Name {
 constexpr const char* kStyle = "text/css; charset=utf-8";
 constexpr const char* kScript = "text/javascript; charset=utf-8";
 
-constexpr std::array<Name, 11> kNames = {{
+constexpr std::array<Name, 12> kNames = {{
     {"", "index.html", "text/html; charset=utf-8"},
     {"page.css", "page.css", kStyle},
     {"screens.css", "screens.css", kStyle},
@@ -33,6 +33,7 @@ constexpr std::array<Name, 11> kNames = {{
     {"remote.js", "remote.js", kScript},
     {"screens.js", "screens.js", kScript},
     {"overlays.js", "overlays.js", kScript},
+    {"history.js", "history.js", kScript},
 }};
 
 std::string ReadPageFile(const fs::path& path) {

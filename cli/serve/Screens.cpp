@@ -58,8 +58,12 @@ void Screens::End(const Call& call, const std::string& argument, const Json& ans
     const bool failed = answer.contains("error");
     const Json error = failed ? answer.at("error") : Json(nullptr);
     m_last = {{"number", m_running.number}, {"verb", call.verb}, {"argument", argument}, {"error", error}};
+    if (!failed) {
+        Compare(call, argument, answer);
+    }
     for (const auto& [name, ignored] : m_screens) {
-        if (stale.others && name != call.screen) {
+        // Each run of the library leaves something in the journal.
+        if ((stale.others || name == "history") && name != call.screen) {
             MarkStale(false, name);
         }
     }
@@ -76,6 +80,19 @@ void Screens::End(const Call& call, const std::string& argument, const Json& ans
     Changed();
 }
 
+void Screens::Compare(const Call& call, const std::string& argument, const Json& answer) {
+    const Json& storage = m_screens.at("storage");
+    if (call.frees && !storage.at("stale") && storage.at("document").is_object()) {
+        m_freed = {{"verb", call.verb},
+                   {"argument", argument},
+                   {"at", TimeOfDay()},
+                   {"before", storage.at("document")},
+                   {"after", nullptr}};
+    } else if (call.screen == "storage" && m_freed.is_object() && m_freed.at("after").is_null()) {
+        m_freed["after"] = answer;
+    }
+}
+
 void Screens::SetChanged(const kuraset::SetDirectory& set, bool hasDiagnosed) {
     const std::lock_guard lock(m_mutex);
     try {
@@ -86,6 +103,10 @@ void Screens::SetChanged(const kuraset::SetDirectory& set, bool hasDiagnosed) {
     }
     for (const auto& [name, ignored] : m_screens) {
         MarkStale(hasDiagnosed && name == "start", name);
+    }
+    // What is measured now is no longer the work of the call alone.
+    if (m_freed.is_object() && m_freed.at("after").is_null()) {
+        m_freed = nullptr;
     }
     Changed();
 }
@@ -113,6 +134,7 @@ Json Screens::State() const {
                             {"may_be_left", m_running.call->mayBeLeft}};
     }
     state["last"] = m_last;
+    state["freed"] = m_freed;
     state["screens"] = m_screens;
     return state;
 }

@@ -36,7 +36,7 @@ public:
     void SetChanged(const kuraset::SetDirectory& set, bool hasDiagnosed);
 
     /// {"version", "set", "language", "running": null or {...}, "last": null or {...},
-    /// "screens": {NAME: {...}}}
+    /// "freed": null or {...}, "screens": {NAME: {...}}}
     Json State() const;
 
     /// Waits until the state is newer than version, until Close, or until the time is up. Returns the
@@ -55,6 +55,8 @@ private:
     };
 
     void Changed();
+    /// Keeps the storage before and after a call that makes room.
+    void Compare(const Call& call, const std::string& argument, const Json& answer);
     void MarkStale(bool evenUnasked, const std::string& screen);
 
     mutable std::mutex m_mutex;  // guards all members below
@@ -63,6 +65,7 @@ private:
     std::map<std::string, Json> m_screens;
     Running m_running;
     Json m_last;
+    Json m_freed;  ///< null, or the last comparison; its "after" is null until the storage is measured again
     unsigned long m_version = 1;
     unsigned long m_calls = 0;
     bool m_closed = false;

@@ -40,6 +40,7 @@ void AddSetVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddEngineVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddSettingsVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddJournalVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddHistoryVerb(CLI::App& app, const Session& session, Selection& selection);
 void AddDiagnosisVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddRepairVerbs(CLI::App& app, const Session& session, Selection& selection);
 void AddStorageVerbs(CLI::App& app, const Session& session, Selection& selection);

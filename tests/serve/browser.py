@@ -19,7 +19,7 @@ SMALL = (1280, 720)
 PHONE = (360, 740)
 UP, DOWN, LEFT, RIGHT = Keys.ARROW_UP, Keys.ARROW_DOWN, Keys.ARROW_LEFT, Keys.ARROW_RIGHT
 ENTER, BACK, TAB = Keys.ENTER, Keys.ESCAPE, Keys.TAB
-RAIL = ["start", "home", "storage", "journal"]
+RAIL = ["start", "home", "storage", "history", "journal"]
 CHECKS = (Path(__file__).parent / "page_checks.js").read_text("utf-8")
 COLOURS = {
     "dark": {"prefers-color-scheme": "dark"},

@@ -68,6 +68,17 @@ class StorageTest(PageTest):
         self.press(ENTER)
         until("the words of success", lambda: self.find(".toast.ok"))
         until("more is free", lambda: self.served.state()["screens"]["storage"]["document"]["opt"]["remaining"] > free)
+        until("before and after", lambda: self.find(".compare"))
+        until("no call", lambda: not self.find("body.is-busy"))
+        self.keep("storage-compared")
+        freed = self.served.state()["freed"]
+        used = {name: freed[name]["opt"]["used"] for name in ("before", "after")}
+        widths = dict(self.run_in_page("""
+            return [...document.querySelectorAll("[data-compare]")].map((track) => [track.dataset.compare,
+                track.firstChild.getBoundingClientRect().width / track.getBoundingClientRect().width]);"""))
+        self.assertAlmostEqual(widths["before"], 1, places=2)
+        self.assertAlmostEqual(widths["after"], used["after"] / used["before"], places=2)
+        self.assertAlmostEqual(widths["freed"], 1 - used["after"] / used["before"], places=2)
 
     def test_shows_that_no_apps_are_listed(self):
         self.show(description={"apps": []})
@@ -84,6 +95,29 @@ class StorageTest(PageTest):
         self.keep("storage-failed")
         self.assertIn("set.json", failure)
         until("the button has the focus", lambda: self.focused() == "retry")
+
+    def test_keeps_a_history_of_what_was_found_and_repaired(self):
+        self.show(screen="history")
+        self.assertIn("Nothing has happened yet", self.state("empty"))
+        self.keep("history-none")
+        self.served.kura("diagnose")
+        until("the diagnosis", lambda: self.find('[data-event="diagnosis"]'))
+        self.served.kura("fix", "1001")
+        until("the repair", lambda: self.find('[data-event="repair"]'))
+        self.served.describe(faults={"settings": {"refuse_writes": ["*"]}})
+        self.assertEqual(self.served.post("fix", {"code": "5003"}).status, 500)
+        until("the second repair", lambda: len(self.find('[data-event="repair"]')) == 2)
+        until("no call", lambda: not self.find("body.is-busy"))
+        self.keep("history")
+        self.assertEqual(self.texts(".event strong")[:2], ["Not repaired", "Repaired"])
+        self.assertRegex(self.texts(".event strong")[2], "^Diagnosis: 1[0-9] problems found$")
+        self.assertIn("The picture is too dark", self.texts(".event")[1])
+        self.assertIn("fails: -1", self.texts(".event")[0])
+        self.assertEqual(len(self.find(".timeline .bar")), 1)
+        self.assertEqual(len(self.find(".timeline .dot.ok")), 1)
+        self.assertEqual(len(self.find(".timeline .dot.failure")), 1)
+        self.assertEqual(self.focused(), "events")
+        self.assert_quiet("api/fix")
 
     def test_streams_the_journal(self):
         self.show()

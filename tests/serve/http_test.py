@@ -149,7 +149,7 @@ class GuardTest(unittest.TestCase):
         self.assertEqual(self.served.get("", headers={"Origin": own}).status, 200)
 
     def test_knows_its_addresses_alone(self):
-        for path in ("nothing", "api/", "api/guide", "api/set", "index.html", "texts/en.json", "page.css/",
+        for path in ("nothing", "api/", "api/launch", "api/set", "index.html", "texts/en.json", "page.css/",
                      "api/state/", "../../../etc/passwd", "..%2f..%2f..%2fetc%2fpasswd", "%2e%2e/main.js",
                      "page.css%00.js", "%0a"):
             with self.subTest(path=path):
@@ -446,6 +446,49 @@ class CallTest(unittest.TestCase):
             self.assertEqual(served.state()["screens"]["guide"]["document"], guided.document)
             found = served.set / "files" / guided.document["file"].lstrip("/")
             self.assertEqual(found.read_text("utf-8").split(), guided.document["issue_codes"])
+
+    def test_compares_the_storage_before_and_after_room_was_made(self):
+        with ServedSet() as served:
+            served.post("clean")
+            self.assertIsNone(served.state()["freed"], "nobody had measured before")
+            before = served.post("storage").document
+            served.post("clear-cache", {"id": "org.vesta.streambox"})
+            freed = served.state()["freed"]
+            self.assertEqual((freed["verb"], freed["argument"]), ("clear-cache", "org.vesta.streambox"))
+            self.assertEqual((freed["before"], freed["after"]), (before, None))
+            after = served.post("storage").document
+            self.assertEqual(served.state()["freed"]["after"], after)
+            self.assertLess(after["opt"]["used"], before["opt"]["used"])
+            served.post("kill", {"id": "org.vesta.streambox"})
+            served.post("storage")
+            self.assertEqual(served.state()["freed"]["after"], after, "a later figure is no work of the call")
+
+    def test_compares_nothing_that_somebody_else_has_changed(self):
+        with ServedSet() as served, served.follow() as page:
+            served.post("storage")
+            served.post("clear-cache", {"id": "org.vesta.streambox"})
+            page.find("state", lambda state: state["freed"])
+            served.kura("settings", "set", "db/x", "y")
+            page.find("state", lambda state: state["freed"] is None)
+            served.post("storage")
+            self.assertIsNone(served.state()["freed"])
+
+    def test_keeps_a_history_that_is_old_after_each_run(self):
+        with ServedSet() as served:
+            self.assertEqual(served.post("history").document, {"history": []})
+            found = served.post("diagnose").document["problems"]
+            self.assertTrue(served.state()["screens"]["history"]["stale"])
+            served.post("fix", {"code": "1001"})
+            events = served.post("history").document["history"]
+            self.assertEqual([event["what"] for event in events], ["diagnosis", "repair"])
+            codes = [issue["issue_code"] for issue in events[0]["issues"]]
+            self.assertLessEqual({row["issue_code"] for row in found}, set(codes))
+            self.assertEqual(events[1]["issues"], [{"issue_code": "1001", "title": found[0]["texts"]["issue"]}])
+            self.assertEqual([event["failure"] for event in events], [None, None])
+            self.assertFalse(served.state()["screens"]["history"]["stale"])
+            (served.set / "files/opt/usr/share/TVKuraHelp/SolutionMap.xml").write_text("<", "utf-8")
+            repair = served.post("history").document["history"][1]
+            self.assertEqual(repair["issues"], [{"issue_code": "1001", "title": ""}])
 
     def test_tells_when_the_set_vanishes_and_when_it_is_back(self):
         with ServedSet() as served, served.follow() as page:

@@ -3,16 +3,18 @@
 import { button, element, icon, loadTexts, sizeText, text } from "./element.js";
 import { ask, close, isLeft, isOpen, open, reasonOf, toast } from "./overlays.js";
 import { focusFirst, focusOn, focusRail, forgetFocus, keepingFocus, listen } from "./remote.js";
+import { historyScreen } from "./history.js";
 import { appIcon, guideScreen, homeScreen, JournalScreen, reasonList, startScreen, stepList, storageScreen } from "./screens.js";
 import { call, follow } from "./server.js";
 
 const part = (id) => document.getElementById(id);
-const NAMES = ["start", "home", "storage", "journal"];
+const NAMES = ["start", "home", "storage", "history", "journal"];
 /// Screens that another one opens, which the rail shows in their place.
 const OPENED_BY = { guide: "start" };
 /// The calls that fill each screen, and where the server keeps the answer of each.
-const FILLING = { start: ["diagnose"], home: ["problems"], guide: ["guide"], storage: ["storage", "apps"], journal: [] };
-const KEPT = { diagnose: "start", problems: "home", guide: "guide", storage: "storage", apps: "apps" };
+const FILLING = { start: ["diagnose"], home: ["problems"], guide: ["guide"], storage: ["storage", "apps"],
+    history: ["history"], journal: [] };
+const KEPT = { diagnose: "start", problems: "home", guide: "guide", history: "history", storage: "storage", apps: "apps" };
 
 const journal = new JournalScreen();
 let state = null;
@@ -230,6 +232,8 @@ function screenNow() {
         case "storage":
             return storageScreen(state, { again, clean: () => care("clean"), boost: () => care("boost"),
                 optimize: () => care("optimize"), app: chooseApp });
+        case "history":
+            return historyScreen(state, { again });
         default:
             return journal.draw(draw);
     }

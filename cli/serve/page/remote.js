@@ -76,7 +76,8 @@ let awaited = false;
 function move(direction) {
     const from = document.activeElement;
     if (!from || from === document.body) {
-        return focusFirst();
+        focusFirst();
+        return awaited ? focusRail() : undefined;
     }
     // The focus enters the stage at its last place, and the rail at the screen that is shown.
     const across = railIsBelow() ? DIRECTIONS.ArrowUp : DIRECTIONS.ArrowRight;
@@ -98,6 +99,7 @@ function move(direction) {
 }
 
 export function focusRail() {
+    awaited = false;
     focusOn(rail.querySelector("[aria-current]") ?? rail.querySelector("[data-key]"));
 }
 

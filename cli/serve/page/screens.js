@@ -8,12 +8,12 @@ import { isLeft, reasonOf } from "./overlays.js";
 const SMALLEST_ICON = 16;
 const JOURNAL_LINES = 500;
 
-function paragraph(className, words) {
+export function paragraph(className, words) {
     return element("p", className, words);
 }
 
 /// A state that fills the screen: nothing found, failed, not asked yet.
-function fullState(kind, picture, title, words, action) {
+export function fullState(kind, picture, title, words, action) {
     const made = element("div", `full ${kind}`, element("div", "full-picture", icon(picture)),
         element("h2", "", title), words ? paragraph("", words) : null, action ?? null);
     made.dataset.state = kind;
@@ -26,7 +26,7 @@ function cardList(cards) {
 }
 
 /// Above what was known before a check failed.
-function failureBanner(title, reasons, again) {
+export function failureBanner(title, reasons, again) {
     const made = element("div", "banner", icon("failure"),
         element("div", "", element("strong", "", title),
             ...reasons.map((reason) => paragraph("reason", reason)), paragraph("", text("failure.known"))),
@@ -37,7 +37,7 @@ function failureBanner(title, reasons, again) {
     return made;
 }
 
-function firstButton(key, press, label) {
+export function firstButton(key, press, label) {
     const made = button(key, "pill strong big", press, label);
     made.dataset.first = "";
     return made;
@@ -200,6 +200,24 @@ function storageBar(storage, apps) {
     return element("div", "panel", free, bar, legend);
 }
 
+/// The storage before and after the last call that made room, as bars of one scale.
+function comparison({ verb, argument, at, before, after }) {
+    const freed = before.opt.used - after.opt.used;
+    const most = Math.max(before.opt.used, after.opt.used, 1);
+    const rows = [["before", before.opt.used], ["after", after.opt.used], ["freed", Math.max(0, freed)]];
+    const list = element("dl", "compare", ...rows.map(([name, size]) => {
+        const track = element("span", "compare-track", element("span", `compare-part ${name}`));
+        track.firstChild.style.width = `${100 * size / most}%`;
+        track.dataset.compare = name;
+        track.setAttribute("aria-hidden", "true");
+        return element("div", "", element("dt", "", text(`storage.${name}`)),
+            element("dd", "", track, element("span", "", sizeText(size))));
+    }));
+    const what = argument ? `${text(`app.${verb}`)} (${argument})` : text(`storage.${verb}`);
+    return [element("h2", "section", text("storage.compared"), element("small", "", `${what} · ${at}`)),
+        element("div", "panel", list, freed > 0 ? null : paragraph("", text("storage.nothing-freed")))];
+}
+
 function appRow(app, largest, choose, place) {
     const share = element("span", "share");
     share.append(element("span", "share-part"));
@@ -256,7 +274,8 @@ export function storageScreen(state, actions) {
     const listed = apps.document?.apps ?? [];
     head.detail = text("problems.checked", { time: storage.at });
     const banner = reasons.length > 0 ? [failureBanner(title, reasons, actions.again)] : [];
-    return { head, body: [...banner, storageBar(storage.document, listed), element("div", "tools", ...tools),
+    const compared = state.freed?.after ? comparison(state.freed) : [];
+    return { head, body: [...banner, storageBar(storage.document, listed), element("div", "tools", ...tools), ...compared,
         element("h2", "section", text("storage.apps"), listed.length > 0 ? element("small", "",
             countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
 }
