@@ -36,13 +36,24 @@ endif()
 add_library(kura_tool_options INTERFACE)
 target_compile_options(kura_tool_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-O1;-g1>)
 
-# Compiles the target's sources several at a time. Only the tools use it; the library is compiled file by file.
+# Compiles the target's sources together, a folder's at a time and at most twelve: what their headers cost is paid once for
+# all of them. Only the tools use it; the library is compiled file by file.
 function(kura_compile_together TARGET)
-    if(KURA_TOGETHER)
-        set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON)
-        # GCC takes a source that another one includes for a header.
-        target_compile_options(${TARGET} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    if(NOT KURA_TOGETHER)
+        return()
     endif()
+    get_target_property(SOURCES ${TARGET} SOURCES)
+    foreach(SOURCE IN LISTS SOURCES)
+        cmake_path(RELATIVE_PATH SOURCE BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE GROUP)
+        cmake_path(GET GROUP PARENT_PATH GROUP)
+        string(MAKE_C_IDENTIFIER "${GROUP}" GROUP)
+        math(EXPR PART "(0${COUNT_${GROUP}}) / 12")
+        math(EXPR COUNT_${GROUP} "0${COUNT_${GROUP}} + 1")
+        set_source_files_properties(${SOURCE} PROPERTIES UNITY_GROUP ${GROUP}_${PART})
+    endforeach()
+    set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    # GCC takes a source that another one includes for a header.
+    target_compile_options(${TARGET} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
 
 # Fortified calls need the optimiser, and the sanitizers check more than they do.
