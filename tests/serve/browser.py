@@ -12,11 +12,13 @@ from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
+import kept_pictures
 from served_set import ServedSet, until
 
 TELEVISION = (1920, 1080)
 SMALL = (1280, 720)
 PHONE = (360, 740)
+CLOCK = "2025-06-01T12:00:00"
 UP, DOWN, LEFT, RIGHT = Keys.ARROW_UP, Keys.ARROW_DOWN, Keys.ARROW_LEFT, Keys.ARROW_RIGHT
 ENTER, BACK, TAB = Keys.ENTER, Keys.ESCAPE, Keys.TAB
 RAIL = ["start", "home", "storage", "history", "journal"]
@@ -43,7 +45,8 @@ def start_browser(folder):
                      "--disable-dev-shm-usage", f"--user-data-dir={folder}"):
         options.add_argument(argument)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    return webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+    surroundings = {**os.environ, "FONTCONFIG_FILE": kept_pictures.fonts_file(folder)}
+    return webdriver.Chrome(service=Service(shutil.which("chromedriver"), env=surroundings), options=options)
 
 
 class PageTest(unittest.TestCase):
@@ -53,10 +56,12 @@ class PageTest(unittest.TestCase):
         cls.addClassCleanup(shutil.rmtree, folder, ignore_errors=True)
         cls.browser = start_browser(folder)
         cls.addClassCleanup(cls.browser.quit)
+        if not kept_pictures.are_compared():
+            print(f"pictures not compared: there are none of {kept_pictures.RELEASE}; --update writes them")
 
-    def show(self, size=TELEVISION, screen="", **more):
-        """Serves a set and opens its page."""
-        self.served = ServedSet(**more)
+    def show(self, size=SMALL, screen="", description=None, **more):
+        """Serves a set and opens its page. The clock of the set stands, so that its screens look the same each time."""
+        self.served = ServedSet(description={"clock": CLOCK, **(description or {})}, **more)
         self.addCleanup(self.served.close)
         self.resize(size)
         self.prefer("dark")
@@ -117,9 +122,10 @@ class PageTest(unittest.TestCase):
         until(f"{count} problems and no call", lambda: len(self.issues()) == count and not self.find("body.is-busy"))
 
     def keep(self, name):
-        """Nobody has to squint at this screen, misses a button or is told something wrong, whatever the size and the
-        colours."""
+        """The screen looks like its kept picture. Nobody has to squint at it, misses a button or is told something wrong,
+        whatever the size and the colours."""
         size = self.size
+        picture = kept_pictures.taken(self.browser, size)
         findings = self.run_in_page(CHECKS, ["structure", "remote", "motion"])
         for other in (PHONE, SMALL, TELEVISION):
             self.resize(other)
@@ -128,6 +134,8 @@ class PageTest(unittest.TestCase):
             self.prefer(colours)
             findings += [f"{colours}: {finding}" for finding in self.run_in_page(CHECKS, ["colours"])]
         self.resize(size)
+        if kept_pictures.are_compared():
+            findings += filter(None, [kept_pictures.complaint(picture, name)])
         with self.subTest(screen=name):
             self.assertFalse(findings, "\n".join(findings))
 

@@ -1,11 +1,15 @@
 #!/usr/bin/env python3
 """Sizes, colours, words and keys of the page."""
 
+import itertools
 import re
 import unittest
 from pathlib import Path
 
-from browser import BACK, CHECKS, ENTER, PHONE, RIGHT, SMALL, PageTest
+from PIL import Image
+
+import kept_pictures
+from browser import BACK, CHECKS, ENTER, PHONE, RIGHT, PageTest
 from served_set import until
 
 PAGE = Path(__file__).resolve().parents[2] / "cli/serve/page"
@@ -91,6 +95,18 @@ class LooksTest(PageTest):
                     self.assertTrue(self.run_in_page(CHECKS, [group]))
                     self.run_in_page("document.getElementById('planted').remove()")
 
+    def test_each_kept_picture_is_of_a_screen_and_unlike_the_others(self):
+        """What the comparison tolerates hides no screen behind another one."""
+        if kept_pictures.UPDATE or not kept_pictures.are_compared():
+            self.skipTest(f"no pictures of {kept_pictures.RELEASE} are compared")
+        kept = {path.stem: Image.open(path).convert("RGB") for path in kept_pictures.KEPT.glob("*.png")}
+        screens = re.findall(r'self[.]keep[(]"([^"]+)"[)]', "".join(
+            path.read_text("utf-8") for path in Path(__file__).parent.glob("browser_*_test.py")))
+        self.assertEqual(sorted(kept), sorted(screens))
+        for one, other in itertools.combinations(sorted(kept), 2):
+            share = kept_pictures.difference(kept[one], kept[other])
+            self.assertGreater(share, kept_pictures.TOLERATED, f"{one} and {other} are alike")
+
     def test_knows_the_back_keys_of_remote_controls(self):
         self.show()
         self.state("unasked")
@@ -116,13 +132,13 @@ class LooksTest(PageTest):
         until("a question", lambda: self.find(".dialog"))
         self.keep("phone-question")
         self.find('[data-key="no"]')[0].click()
+        self.find('[data-key="rail-journal"]')[0].click()
+        until("lines", lambda: self.find(".line"))
+        self.keep("phone-journal")
         self.find('[data-key="rail-storage"]')[0].click()
         until("the apps", lambda: len(self.find("ul.cards > li > .card.app")) == 9 and not self.find("body.is-busy"))
         self.keep("phone-storage")
         self.assertTrue(self.browser.title.startswith("Storage · "))
-        self.find('[data-key="rail-journal"]')[0].click()
-        until("lines", lambda: self.find(".line"))
-        self.keep("phone-journal")
         self.assert_quiet()
 
     def test_gives_a_narrow_screen_no_colours_of_its_own(self):
@@ -133,28 +149,31 @@ class LooksTest(PageTest):
             self.assertEqual(re.findall(r"[\w-]*color[\w-]*:|background:|opacity:", narrow[1]), [], path.name)
 
     def test_says_which_language_it_speaks(self):
-        self.show(size=SMALL, language="fr")
+        self.show(language="fr")
         self.assertEqual(self.browser.execute_script("return document.documentElement.lang"), "en")
         until("the notice", lambda: "fr" in "".join(self.texts("#notice")))
         self.assertEqual(self.texts("#notice")[0].count("“fr”"), 2)
-        self.keep("start-language-small")
+        self.keep("start-language")
 
-    def test_shows_every_screen_in_another_language_on_a_small_television(self):
-        self.show(size=SMALL, language="de")
+    def test_shows_every_screen_in_another_language(self):
+        self.show(language="de")
         self.press(ENTER)
         self.listed(10)
         self.assertEqual(self.texts("h1"), ["Diagnose"])
         self.assertEqual(self.browser.execute_script("return document.documentElement.lang"), "de")
-        self.keep("start-list-small-de")
+        self.keep("start-list-de")
         self.go("home")
         self.listed(10)
-        self.keep("home-list-small-de")
-        self.go("storage")
-        until("the apps", lambda: len(self.find(".card.app")) == 9)
-        self.keep("storage-small-de")
+        self.keep("home-list-de")
         self.go("journal")
         until("lines", lambda: self.find(".line"))
-        self.keep("journal-small-de")
+        self.keep("journal-de")
+        self.go("history")
+        until("the history", lambda: self.find(".event") and not self.find("body.is-busy"))
+        self.keep("history-de")
+        self.go("storage")
+        until("the apps", lambda: len(self.find(".card.app")) == 9 and not self.find("body.is-busy"))
+        self.keep("storage-de")
         self.assert_quiet()
 
 

@@ -3,7 +3,7 @@
 
 import unittest
 
-from browser import DOWN, ENTER, RIGHT, SMALL, UP, PageTest
+from browser import DOWN, ENTER, RIGHT, UP, PageTest
 from pictures import png
 from served_set import until
 
@@ -46,7 +46,7 @@ class StorageTest(PageTest):
         self.assert_quiet()
 
     def test_clears_an_apps_cache_and_measures_again(self):
-        self.show(size=SMALL)
+        self.show()
         self.go("storage")
         until("the apps", lambda: len(self.find(".card.app")) == 9 and not self.find("body.is-busy"))
         self.assertEqual(self.focused(), "clean")
@@ -54,11 +54,11 @@ class StorageTest(PageTest):
         self.assertEqual(self.focused(), "app-org.vesta.streambox")
         self.press(ENTER)
         until("its sizes", lambda: self.texts(".figures dd")[:1] == ["254 MiB"])
-        self.keep("storage-app-small")
+        self.keep("storage-app")
         self.press(ENTER)
         until("the words of success", lambda: self.texts(".toast.ok strong") == ["The cache of Streambox is empty."])
         until("the list is new", lambda: self.texts(".card.app strong")[:1] == ["Fitness"])
-        self.keep("storage-cleared-small")
+        self.keep("storage-cleared")
 
     def test_cleans_deeply(self):
         self.show()
@@ -166,6 +166,7 @@ class StorageTest(PageTest):
         self.keep("set-gone")
         (self.served.folder / "away").rename(self.served.set)
         until("no notice", lambda: not self.find("#notice:not([hidden])"))
+        self.listed(10)
         self.served.end()
         until("the notice", lambda: "kura serve" in "".join(self.texts("#notice")))
         self.keep("server-gone")

@@ -275,7 +275,7 @@ export function storageScreen(state, actions) {
     head.detail = text("problems.checked", { time: storage.at });
     const banner = reasons.length > 0 ? [failureBanner(title, reasons, actions.again)] : [];
     const compared = state.freed?.after ? comparison(state.freed) : [];
-    return { head, body: [...banner, storageBar(storage.document, listed), element("div", "tools", ...tools), ...compared,
+    return { head, body: [...banner, storageBar(storage.document, listed), ...compared, element("div", "tools", ...tools),
         element("h2", "section", text("storage.apps"), listed.length > 0 ? element("small", "",
             countText("storage.apps.count", listed.length)) : null), appList(apps, actions.app)] };
 }

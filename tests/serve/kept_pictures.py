@@ -1,0 +1,83 @@
+"""Pictures of the screens: each is compared with a kept one of the Debian release whose fonts and browser drew it."""
+
+import base64
+import io
+import os
+import platform
+import sys
+from pathlib import Path
+
+from PIL import Image, ImageChops
+
+FONTS = Path("/usr/share/fonts/truetype/dejavu")
+RELEASE = platform.freedesktop_os_release().get("VERSION_CODENAME", "unknown")
+KEPT = Path(__file__).parent / "pictures" / RELEASE
+SEEN = Path(os.environ["KURA_SCREENS"])
+HEIGHT = 360
+COLOURS = 64
+# A pixel differs when its brightness does by more than this, of 255; letters drawn a fraction of a pixel aside differ less
+# often than this share of all pixels, in thousandths.
+VISIBLE = 48
+TOLERATED = 6
+
+UPDATE = "--update" in sys.argv
+if UPDATE:
+    sys.argv.remove("--update")
+
+
+def are_compared():
+    return UPDATE or KEPT.is_dir()
+
+
+def fonts_file(folder):
+    """A configuration with which each machine draws with the same fonts."""
+    path = Path(folder) / "fonts.conf"
+    path.write_text(f"""<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd">
+        <fontconfig><dir>{FONTS}</dir><cachedir>{folder}</cachedir></fontconfig>""", "utf-8")
+    return str(path)
+
+
+def taken(browser, size):
+    """The screen now, small, without what is different each time."""
+    browser.execute_script("""
+        const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+        const changing = [...document.querySelectorAll(".spinner, .track-part, .work-time")];
+        for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+            if (/[0-9]{2}:[0-9]{2}|[/]tmp[/]/.test(node.data)) {
+                changing.push(node.parentElement);
+            }
+        }
+        window.hidden_in_pictures = changing;
+        changing.forEach(({ style }) => { style.visibility = "hidden"; });""")
+    picture = browser.execute_cdp_cmd("Page.captureScreenshot", {
+        "clip": {"x": 0, "y": 0, "width": size[0], "height": size[1], "scale": HEIGHT / size[1]},
+        "optimizeForSpeed": True})
+    browser.execute_script("""
+        window.hidden_in_pictures.forEach(({ style }) => { style.removeProperty("visibility"); });""")
+    return Image.open(io.BytesIO(base64.b64decode(picture["data"]))).convert("RGB")
+
+
+def difference(one, other):
+    """The thousandths of the pixels that look different."""
+    if one.size != other.size:
+        return 1000
+    seen = ImageChops.difference(one.convert("RGB"), other.convert("RGB")).convert("L").histogram()
+    return 1000 * sum(seen[VISIBLE:]) / sum(seen)
+
+
+def complaint(picture, name):
+    """What is wrong with the picture of that name; empty when nothing is. Updates the kept one when told to."""
+    SEEN.mkdir(parents=True, exist_ok=True)
+    picture.save(SEEN / f"{name}.png")
+    kept = KEPT / f"{name}.png"
+    if UPDATE:
+        KEPT.mkdir(parents=True, exist_ok=True)
+        if not kept.exists() or difference(picture, Image.open(kept)) > TOLERATED / 4:
+            picture.quantize(COLOURS, method=Image.Quantize.MAXCOVERAGE).save(kept, optimize=True)
+        return ""
+    if not kept.exists():
+        return f"there is no kept picture {kept}; --update writes it"
+    share = difference(picture, Image.open(kept))
+    return "" if share <= TOLERATED else (
+        f"{SEEN / name}.png differs from {kept} in {share:.1f} thousandths of its pixels, tolerated are {TOLERATED}; "
+        "--update keeps the new one")
