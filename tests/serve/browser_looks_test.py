@@ -100,7 +100,7 @@ class LooksTest(PageTest):
         if kept_pictures.UPDATE or not kept_pictures.are_compared():
             self.skipTest(f"no pictures of {kept_pictures.RELEASE} are compared")
         kept = {path.stem: Image.open(path).convert("RGB") for path in kept_pictures.KEPT.glob("*.png")}
-        screens = re.findall(r'self[.]keep[(]"([^"]+)"[)]', "".join(
+        screens = re.findall(r'self[.]keep[(]"([^"]+)"', "".join(
             path.read_text("utf-8") for path in Path(__file__).parent.glob("browser_*_test.py")))
         self.assertEqual(sorted(kept), sorted(screens))
         for one, other in itertools.combinations(sorted(kept), 2):
@@ -134,17 +134,26 @@ class LooksTest(PageTest):
         self.find('[data-key="no"]')[0].click()
         self.find('[data-key="rail-journal"]')[0].click()
         until("lines", lambda: self.find(".line"))
-        self.keep("phone-journal")
+        self.keep("phone-journal", changing=".lines")
         self.find('[data-key="rail-storage"]')[0].click()
         until("the apps", lambda: len(self.find("ul.cards > li > .card.app")) == 9 and not self.find("body.is-busy"))
         self.keep("phone-storage")
         self.assertTrue(self.browser.title.startswith("Storage · "))
         self.assert_quiet()
 
+    def test_fits_tablets_and_large_televisions(self):
+        self.show()
+        self.press(ENTER)
+        self.listed(10)
+        for size in ((800, 1280), (1280, 800), (3840, 2160), (7680, 4320)):
+            with self.subTest(size=size):
+                self.resize(size)
+                self.assertEqual(self.run_in_page(CHECKS, ["room"]), [])
+
     def test_gives_a_narrow_screen_no_colours_of_its_own(self):
         """So each colour is checked at one size."""
         for path in sorted(PAGE.glob("*.css")):
-            narrow = path.read_text("utf-8").split("@media (max-width: 720px)")
+            narrow = path.read_text("utf-8").split("@media (max-width: 720px), (orientation: portrait)")
             self.assertEqual(len(narrow), 2, path.name)
             self.assertEqual(re.findall(r"[\w-]*color[\w-]*:|background:|opacity:", narrow[1]), [], path.name)
 

@@ -70,6 +70,7 @@ class StorageTest(PageTest):
         until("more is free", lambda: self.served.state()["screens"]["storage"]["document"]["opt"]["remaining"] > free)
         until("before and after", lambda: self.find(".compare"))
         until("no call", lambda: not self.find("body.is-busy"))
+        self.run_in_page("document.getElementById('content').scrollTop = 0")
         self.keep("storage-compared")
         freed = self.served.state()["freed"]
         used = {name: freed[name]["opt"]["used"] for name in ("before", "after")}

@@ -5,6 +5,7 @@ import io
 import os
 import platform
 import sys
+import time
 from pathlib import Path
 
 from PIL import Image, ImageChops
@@ -14,11 +15,12 @@ RELEASE = platform.freedesktop_os_release().get("VERSION_CODENAME", "unknown")
 KEPT = Path(__file__).parent / "pictures" / RELEASE
 SEEN = Path(os.environ["KURA_SCREENS"])
 HEIGHT = 360
-COLOURS = 64
+COLOURS = 128
 # A pixel differs when its brightness does by more than this, of 255; letters drawn a fraction of a pixel aside differ less
 # often than this share of all pixels, in thousandths.
 VISIBLE = 48
 TOLERATED = 6
+PATIENCE = 10
 
 UPDATE = "--update" in sys.argv
 if UPDATE:
@@ -37,18 +39,19 @@ def fonts_file(folder):
     return str(path)
 
 
-def taken(browser, size):
-    """The screen now, small, without what is different each time."""
+def taken(browser, size, changing=""):
+    """The screen now, small, without what is different each time. changing: a selector of more such parts."""
     browser.execute_script("""
         const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
-        const changing = [...document.querySelectorAll(".spinner, .track-part, .work-time")];
+        const changing = [...document.querySelectorAll(arguments[0])];
         for (let node = walker.nextNode(); node; node = walker.nextNode()) {
-            if (/[0-9]{2}:[0-9]{2}|[/]tmp[/]/.test(node.data)) {
+            if (/[0-9]{2}:[0-9]{2}|[/](tmp|dev)[/]/.test(node.data)) {
                 changing.push(node.parentElement);
             }
         }
         window.hidden_in_pictures = changing;
-        changing.forEach(({ style }) => { style.visibility = "hidden"; });""")
+        changing.forEach(({ style }) => { style.visibility = "hidden"; });""",
+                           ", ".join(filter(None, [".spinner, .track-part, .work-time", changing])))
     picture = browser.execute_cdp_cmd("Page.captureScreenshot", {
         "clip": {"x": 0, "y": 0, "width": size[0], "height": size[1], "scale": HEIGHT / size[1]},
         "optimizeForSpeed": True})
@@ -65,19 +68,39 @@ def difference(one, other):
     return 1000 * sum(seen[VISIBLE:]) / sum(seen)
 
 
-def complaint(picture, name):
-    """What is wrong with the picture of that name; empty when nothing is. Updates the kept one when told to."""
+def at_rest(take):
+    """The picture of a screen that no longer changes."""
+    picture = take()
+    for _ in range(20):
+        time.sleep(0.5)
+        before, picture = picture, take()
+        if difference(before, picture) == 0:
+            break
+    return picture
+
+
+def update(kept, picture):
+    KEPT.mkdir(parents=True, exist_ok=True)
+    if not kept.exists() or difference(picture, Image.open(kept)) > TOLERATED / 4:
+        picture.quantize(COLOURS, method=Image.Quantize.MAXCOVERAGE).save(kept, optimize=True)
+
+
+def complaint(take, name):
+    """What is wrong with the screen of that name, of which take takes a picture; empty when nothing is. The screen has some
+    time to come to rest. Updates the kept picture when told to."""
     SEEN.mkdir(parents=True, exist_ok=True)
-    picture.save(SEEN / f"{name}.png")
     kept = KEPT / f"{name}.png"
     if UPDATE:
-        KEPT.mkdir(parents=True, exist_ok=True)
-        if not kept.exists() or difference(picture, Image.open(kept)) > TOLERATED / 4:
-            picture.quantize(COLOURS, method=Image.Quantize.MAXCOVERAGE).save(kept, optimize=True)
+        update(kept, at_rest(take))
         return ""
     if not kept.exists():
         return f"there is no kept picture {kept}; --update writes it"
-    share = difference(picture, Image.open(kept))
+    end = time.monotonic() + PATIENCE
+    share = 1000
+    while share > TOLERATED and time.monotonic() < end:
+        picture = take()
+        share = difference(picture, Image.open(kept))
+    picture.save(SEEN / f"{name}.png")
     return "" if share <= TOLERATED else (
         f"{SEEN / name}.png differs from {kept} in {share:.1f} thousandths of its pixels, tolerated are {TOLERATED}; "
         "--update keeps the new one")

@@ -170,7 +170,9 @@ function checkRoom() {
         findings.push("the page is wider than the screen");
     }
     // On a phone the words below a picture may be smaller.
-    const leastFor = (holder) => innerWidth >= 720 ? innerHeight / 45 : holder.closest(".rail") ? 12 : 16;
+    const isInHand = innerWidth <= 720 || innerHeight >= innerWidth;
+    const leastFor = (holder) => !isInHand ? Math.min(innerHeight / 45, innerWidth / 80) :
+        holder.closest(".rail") ? 12 : 16;
     words(document.body).filter(({ holder }) => parseFloat(getComputedStyle(holder).fontSize) < leastFor(holder) - 0.01)
         .forEach(({ holder }) => tell(holder, "its letters are too small"));
 }
