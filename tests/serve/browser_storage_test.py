@@ -69,6 +69,7 @@ class StorageTest(PageTest):
         until("the words of success", lambda: self.find(".toast.ok"))
         until("more is free", lambda: self.served.state()["screens"]["storage"]["document"]["opt"]["remaining"] > free)
         until("before and after", lambda: self.find(".compare"))
+        until("all is measured again", lambda: not self.served.state()["screens"]["apps"]["stale"])
         until("no call", lambda: not self.find("body.is-busy"))
         self.run_in_page("document.getElementById('content').scrollTop = 0")
         self.keep("storage-compared")
