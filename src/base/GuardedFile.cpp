@@ -69,8 +69,20 @@ int OpenWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] int fla
 #endif
 }
 
-/// Does the same on older kernels: opens one folder after the other, from the root or from the current
-/// folder, and follows no link in any step.
+/// Opens a folder of a folder. A link is refused with ELOOP, as openat2 does.
+Descriptor OpenFolderIn(const Descriptor& folder, const char* name) {
+    Descriptor opened(openat(folder.Get(), name, kFolderFlags));
+    struct stat status {};
+    if (opened.Get() < 0 && errno == ENOTDIR) {
+        const bool isLink =
+            fstatat(folder.Get(), name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+        errno = isLink ? ELOOP : ENOTDIR;
+    }
+    return opened;
+}
+
+/// Does the same as OpenWithoutLinks on older kernels: opens one folder after the other, from the root or
+/// from the current folder, and follows no link in any step.
 int OpenStepByStep(const char* path, int flags) {
     Descriptor folder(open(*path == '/' ? "/" : ".", kFolderFlags));
     const char* part = path + std::strspn(path, "/");
@@ -79,7 +91,7 @@ int OpenStepByStep(const char* path, int flags) {
             return -1;
         }
         const std::string name(part, slash);
-        folder = Descriptor(openat(folder.Get(), name.c_str(), kFolderFlags));
+        folder = OpenFolderIn(folder, name.c_str());
         part = slash + std::strspn(slash, "/");
     }
     return folder.Get() < 0 ? -1 : openat(folder.Get(), part, flags, kNewFileMode);

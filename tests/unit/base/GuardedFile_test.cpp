@@ -214,6 +214,25 @@ TEST_P(GuardedFile, TellsAPlainPathFromOneThatLeadsElsewhere) {
     EXPECT_EQ(errno, ELOOP);
 }
 
+TEST_P(GuardedFile, TellsALinkFromAFileInPlaceOfAFolder) {
+    Obstacles();
+    const struct {
+        const char* path;
+        int error;
+    } rows[] = {{"link", ELOOP},          {"linked-folder/file", ELOOP}, {"linked-folder/sub/new", ELOOP},
+                {"dangling/file", ELOOP}, {"target/file", ENOTDIR},      {"nothing/file", ENOENT}};
+    for (const auto& row : rows) {
+        for (const bool forReading : {false, true}) {
+            const std::string path = Path(row.path);
+            errno = 0;
+            EXPECT_EQ(forReading ? OpenPlainFileForReading(path.c_str())
+                                 : OpenPlainFile(path.c_str(), WriteMode::kWrite),
+                      nullptr);
+            EXPECT_EQ(errno, row.error) << path;
+        }
+    }
+}
+
 TEST_P(GuardedFile, OpensFilesOfAnySize) {
     Write(Path("file"), "");
     fs::resize_file(Path("file"), 3221225472);
