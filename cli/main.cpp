@@ -120,6 +120,7 @@ bool JsonWanted(const std::vector<std::string>& arguments) {
 
 int main(int argc, char** argv) {
     cli::OpenMissingStreams();
+    cli::BeginInside();
     CLI::App app{"A development host for libkura_parser.so: diagnose, repair and inspect a simulated set.",
                  "kura"};
     cli::Session session;

@@ -27,16 +27,19 @@ scenario::ProcessResult RepairCopy(const SetCopy& trial, const std::string& code
     return scenario::RunProcess(command, kLongestRepair);
 }
 
-/// Why a run failed, in its own words. When no sandbox could be made, the first line on standard error tells
-/// why.
+/// Why a run failed, in its own words.
 std::string ReasonOf(const scenario::ProcessResult& result, const Json& answer) {
-    if (!answer.contains("error")) {
-        return "the repair of the copy ended with status " + std::to_string(result.status);
+    return answer.contains("error")
+               ? answer.at("error").value("message", std::string())
+               : "the repair of the copy ended with status " + std::to_string(result.status);
+}
+
+[[noreturn]] void RefuseRun(const scenario::ProcessResult& result, const Json& answer) {
+    const auto code = static_cast<ExitCode>(result.status);
+    if (answer.value("error", Json::object()).value("kind", std::string()) == kNoSandboxKind) {
+        throw NoSandbox(code, ReasonOf(result, answer));
     }
-    const Json& error = answer.at("error");
-    return error.value("kind", std::string()) == kNoSandboxKind
-               ? "no sandbox for the copy can be made: " + result.err.substr(0, result.err.find('\n'))
-               : error.value("message", std::string());
+    throw VerbError(code, ReasonOf(result, answer));
 }
 
 Json StepsOfCopy(const kuraset::SetDirectory& set, const std::string& code, bool background) {
@@ -49,7 +52,7 @@ Json StepsOfCopy(const kuraset::SetDirectory& set, const std::string& code, bool
         {code, answer.value("solutions", none), ToDocument(set.ListSettings()), trial.Set().ReadJournal()},
         trial.Set());
     if (result.status != 0 && made.empty()) {
-        throw VerbError(static_cast<ExitCode>(result.status), ReasonOf(result, answer));
+        RefuseRun(result, answer);
     }
     Json steps = Json::array();
     for (const RepairStep& step : made) {

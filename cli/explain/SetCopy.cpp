@@ -27,8 +27,11 @@ void CopySet(const std::filesystem::path& from, const std::filesystem::path& to)
 
 SetCopy::SetCopy(const kuraset::SetDirectory& set) {
     const kuraset::SetUse use(set.Path());
-    CopySet(set.Path(), m_folder.Path() / "set");
-    Set().ClearJournal();
+    m_folder.WithRoom([&] {
+        CopySet(set.Path(), m_folder.Path() / "set");
+        m_folder.DemandRoom();
+        Set().ClearJournal();
+    });
 }
 
 kuraset::SetDirectory SetCopy::Set() const {

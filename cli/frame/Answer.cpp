@@ -1,6 +1,7 @@
 #include "Answer.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -87,6 +88,14 @@ void Deliver(const std::string& text) {
     }
     if (!support::WriteAll(g_answer, text)) {
         throw AnswerLost(errno);
+    }
+}
+
+void WaitWhileRead(std::chrono::milliseconds time) {
+    pollfd answer{g_answer, 0, 0};
+    if (poll(&answer, 1, static_cast<int>(time.count())) > 0) {
+        // The other end of a terminal hangs up, the one of a pipe is an error.
+        throw AnswerLost((answer.revents & POLLHUP) != 0 ? EIO : EPIPE);
     }
 }
 

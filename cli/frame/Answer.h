@@ -2,6 +2,7 @@
 // or its children print. An answer that does not reach its reader is a failure.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -37,6 +38,9 @@ void DeliverForPeople(const std::string& text);
 
 /// Delivers the text as it is. Throws AnswerLost.
 void Deliver(const std::string& text);
+
+/// Waits so long. Throws AnswerLost as soon as nobody can read the answer any more.
+void WaitWhileRead(std::chrono::milliseconds time);
 
 /// The descriptor that the answer is written to: standard output as it was before it was reserved.
 int AnswerDescriptor();

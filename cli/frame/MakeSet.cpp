@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 #include <string>
 #include <system_error>
 
@@ -68,9 +69,28 @@ nlohmann::json ReadJsonFile(const fs::path& path) {
     }
 }
 
+kuraset::SetDirectory MakeDefaultSet(const fs::path& path,
+                                     const std::function<kuraset::SetDirectory(const fs::path& place)>& make,
+                                     const fs::path& place) {
+    try {
+        return make(place);
+    } catch (const kuraset::SetError& error) {
+        std::string message = error.what();
+        if (error.kind() != kuraset::SetError::Kind::Io) {
+            throw;
+        }
+        const std::size_t name = message.find(place.string());
+        if (name != std::string::npos) {
+            message.replace(name, place.string().size(), path.string());
+        }
+        throw VerbError(ExitCode::kFailed, message + " (--set DIR names another place)");
+    }
+}
+
 kuraset::SetDirectory MakeSetWhole(const fs::path& path) {
     const fs::path fresh = path.string() + ".new-" + std::to_string(getpid());
-    MakeSet(fresh, ExamplesFolder());
+    MakeDefaultSet(
+        path, [](const fs::path& place) { return MakeSet(place, ExamplesFolder()); }, fresh);
     std::error_code error;
     fs::rename(fresh, path, error);
     if (error) {

@@ -91,6 +91,7 @@ kurasandbox::SandboxOptions OptionsFor(const kuraset::SetDirectory& set,
     command.insert(command.end(), arguments.begin(), arguments.end());
     kurasandbox::SandboxOptions options = kuraset::SandboxFor(set, LibraryFile(), std::move(command));
     options.environment.emplace_back(kInsideVariable, "1");
+    options.takesErrors = true;
     if (hidden) {
         options.binds.push_back({tree, kSeenTree, false});
     }
@@ -98,9 +99,11 @@ kurasandbox::SandboxOptions OptionsFor(const kuraset::SetDirectory& set,
 }
 
 int RunSandbox(const kurasandbox::SandboxOptions& options) {
-    const int status = kurasandbox::RunInSandbox(options);
-    if (status == kurasandbox::kNoSandbox) {
-        throw NoSandbox(ExitCode::kFailed, "the sandbox could not be made (its reason is above)");
+    int status = 0;
+    try {
+        status = kurasandbox::RunInSandbox(options);
+    } catch (const kurasandbox::SandboxError& error) {
+        throw NoSandbox(ExitCode::kFailed, error.what());
     }
     if (status > 128) {
         throw VerbError(ExitCode::kFailed, "the run was cut off by signal " + std::to_string(status - 128));
@@ -118,6 +121,10 @@ Json DocumentOf(const std::string& answer, int status) {
 }
 
 }  // namespace
+
+void BeginInside() {
+    kurasandbox::TakeErrors();
+}
 
 int RunInside(const kuraset::SetDirectory& set, const std::vector<std::string>& arguments, Prints prints,
               const fs::path& shown) {

@@ -19,6 +19,9 @@ enum class Prints {
     kStream,    ///< delivered as it comes
 };
 
+/// To be called first in main: the run inside then has the standard error of the run that started it.
+void BeginInside();
+
 /// Runs this program with the same arguments on the set, inside its sandbox, delivers its answer and returns
 /// its exit code. Throws VerbError when the sandbox cannot be made, when a signal ended the run (the set lost
 /// its power), or when the run gave no answer. shown: a folder for kShownFolder; empty for none.

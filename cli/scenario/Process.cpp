@@ -25,6 +25,7 @@ constexpr std::chrono::milliseconds kStep{3};
 constexpr int kRemovals = 100;
 constexpr const char* kMemory = "/dev/shm";
 constexpr std::uintmax_t kRoomInMemory = std::uintmax_t{1} << 30;
+constexpr std::uintmax_t kRoomForRun = std::uintmax_t{1} << 20;
 
 std::atomic<bool> interrupted{false};
 
@@ -42,15 +43,19 @@ std::string TextOf(const support::Descriptor& file) {
     return support::ReadAll(file.Number()).value_or("");
 }
 
+/// What is left for files; everything where the system does not tell.
+std::uintmax_t RoomIn(const fs::path& folder) {
+    std::error_code error;
+    return fs::space(folder, error).available;
+}
+
 /// Where TMPDIR says; otherwise in memory where it has room, because a set waits for the disk at every write.
-fs::path Parent(std::error_code& error) {
-    std::error_code unknown;
-    const bool isChosen = std::getenv("TMPDIR") != nullptr;
-    if (!isChosen && access(kMemory, W_OK | X_OK) == 0 &&
-        fs::space(kMemory, unknown).available >= kRoomInMemory && !unknown) {
-        return kMemory;
+fs::path Parent() {
+    const char* chosen = std::getenv("TMPDIR");
+    if (chosen != nullptr && *chosen != '\0') {
+        return chosen;
     }
-    return fs::temp_directory_path(error);
+    return access(kMemory, W_OK | X_OK) == 0 && RoomIn(kMemory) >= kRoomInMemory ? kMemory : "/tmp";
 }
 
 }  // namespace
@@ -92,13 +97,26 @@ void EndInGoodOrder() {
 }
 
 TemporaryFolder::TemporaryFolder() {
-    std::error_code error;
-    std::string name = (Parent(error) / "kura-scenario-XXXXXX").string();
-    if (error || mkdtemp(name.data()) == nullptr) {
-        throw ScenarioError("cannot make a folder for the set: " +
-                            (error ? error.message() : std::strerror(errno)));
+    const fs::path parent = Parent();
+    std::string name = (parent / "kura-scenario-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        throw ScenarioError("cannot make a folder for the set in " + parent.string() + ": " +
+                            std::strerror(errno) + " (TMPDIR names another place)");
     }
     m_path = name;
+}
+
+void TemporaryFolder::DemandRoom() const {
+    const std::string shortage = Shortage();
+    if (!shortage.empty()) {
+        throw ScenarioError("no run on the set would have room" + shortage);
+    }
+}
+
+std::string TemporaryFolder::Shortage() const {
+    return RoomIn(m_path) >= kRoomForRun ? ""
+                                         : " (" + m_path.parent_path().string() +
+                                               " has less than 1 MiB left; TMPDIR names another folder)";
 }
 
 TemporaryFolder::~TemporaryFolder() {

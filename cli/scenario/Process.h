@@ -2,10 +2,13 @@
 #pragma once
 
 #include <chrono>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "ScenarioError.h"
 
 namespace scenario {
 
@@ -32,6 +35,7 @@ void EndInGoodOrder();
 /// if it has 1 GiB of room, else in /tmp.
 class TemporaryFolder {
 public:
+    /// Throws ScenarioError.
     TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -39,7 +43,27 @@ public:
 
     const std::filesystem::path& Path() const { return m_path; }
 
+    /// Throws ScenarioError when there is hardly room for what a run on a set in here writes.
+    void DemandRoom() const;
+
+    /// Runs work. What it throws while there is hardly room becomes a ScenarioError that tells that, too.
+    template <typename Work>
+    auto WithRoom(const Work& work) const -> decltype(work()) {
+        try {
+            return work();
+        } catch (const std::exception& error) {
+            const std::string shortage = Shortage();
+            if (shortage.empty()) {
+                throw;
+            }
+            throw ScenarioError(error.what() + shortage);
+        }
+    }
+
 private:
+    /// " (FOLDER has less than 1 MiB left; TMPDIR names another folder)"; empty when it has more.
+    std::string Shortage() const;
+
     std::filesystem::path m_path;
 };
 

@@ -207,16 +207,21 @@ Json Expectation(const Moment& moment, const std::vector<std::string>& verb, con
     return expect;
 }
 
-kuraset::SetDirectory FreshSet(const fs::path& folder, const fs::path& kura) {
-    return MakeStartSet(Scenario(), folder / "fresh", kura);
+/// Every difference of the set to a fresh one.
+Json OverlayOn(const kuraset::SetDirectory& set, const fs::path& kura) {
+    const TemporaryFolder scratch;
+    return scratch.WithRoom([&] {
+        Json overlay = OverlayOf(set, MakeStartSet(Scenario(), scratch.Path() / "fresh", kura));
+        scratch.DemandRoom();
+        return overlay;
+    });
 }
 
 }  // namespace
 
 Recording Record(const kuraset::SetDirectory& set, const std::vector<std::vector<std::string>>& verbs,
                  const fs::path& kura) {
-    const TemporaryFolder scratch;
-    Json overlay = OverlayOf(set, FreshSet(scratch.Path(), kura));
+    Json overlay = OverlayOn(set, kura);
     const std::string now = set.TimeNow();
     if (!set.Description().contains("clock")) {
         overlay["clock"] = now;

@@ -25,31 +25,20 @@ std::string WithoutPlace(std::string text, const std::string& place) {
     return text;
 }
 
-fs::path SetPath(const Scenario& scenario, const RunOptions& options, const fs::path& scratch) {
-    if (options.keep.empty()) {
-        return scratch / "set";
-    }
-    return fs::absolute(options.keep) / fs::path(scenario.file).stem();
-}
-
-void MakeKeepFolder(const RunOptions& options) {
-    if (options.keep.empty()) {
-        return;
-    }
+void MakeKeepFolder(const fs::path& folder) {
     std::error_code error;
-    fs::create_directories(options.keep, error);
+    fs::create_directories(folder, error);
     if (error) {
-        throw ScenarioError(options.keep.string() + ": cannot be made: " + error.message());
+        throw ScenarioError(folder.string() + ": cannot be made: " + error.message());
     }
 }
 
-/// Throws ScenarioError with the words of bubblewrap or the system when no verb can run on this machine.
+/// Throws ScenarioError when no verb can run on this machine.
 void CheckSandbox(const Moment& moment) {
     const Json error =
         moment.answer.is_object() ? moment.answer.value("error", Json::object()) : Json::object();
     if (error.value("kind", std::string()) == "no-sandbox") {
-        throw ScenarioError("no sandbox for the set can be made: " +
-                            moment.errors.substr(0, moment.errors.find('\n')));
+        throw ScenarioError(error.value("message", std::string()));
     }
 }
 
@@ -76,10 +65,9 @@ Moment RunVerb(const kuraset::SetDirectory& set, const std::vector<std::string>&
     return moment;
 }
 
-Observation Run(const Scenario& scenario, const RunOptions& options) {
-    const TemporaryFolder scratch;
-    MakeKeepFolder(options);
-    const auto set = MakeStartSet(scenario, SetPath(scenario, options, scratch.Path()), options.kura);
+namespace {
+
+Observation RunOn(const kuraset::SetDirectory& set, const Scenario& scenario, const RunOptions& options) {
     set.ClearJournal();
     Observation observation;
     for (const Step& step : scenario.steps) {
@@ -90,6 +78,22 @@ Observation Run(const Scenario& scenario, const RunOptions& options) {
     }
     observation.end = Look(set, 0, scenario.expect);
     return observation;
+}
+
+}  // namespace
+
+Observation Run(const Scenario& scenario, const RunOptions& options) {
+    if (!options.keep.empty()) {
+        MakeKeepFolder(options.keep);
+        const fs::path kept = fs::absolute(options.keep) / fs::path(scenario.file).stem();
+        return RunOn(MakeStartSet(scenario, kept, options.kura), scenario, options);
+    }
+    const TemporaryFolder scratch;
+    return scratch.WithRoom([&] {
+        const auto set = MakeStartSet(scenario, scratch.Path() / "set", options.kura);
+        scratch.DemandRoom();
+        return RunOn(set, scenario, options);
+    });
 }
 
 }  // namespace scenario

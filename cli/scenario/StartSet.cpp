@@ -99,7 +99,11 @@ kuraset::SetDirectory MakeStartSet(const Scenario& scenario, const fs::path& pat
     }
     const ProcessResult made = RunProcess(command, kMakingLimit);
     if (made.status != 0) {
-        throw ScenarioError(scenario.file + ": the set cannot be made: " + made.err);
+        const Json answer = Json::parse(made.out, nullptr, false);
+        throw ScenarioError("the set cannot be made: " +
+                            (answer.is_object() && answer.contains("error")
+                                 ? answer.at("error").value("message", std::string())
+                                 : "kura set new ended with status " + std::to_string(made.status)));
     }
     const auto set = kuraset::SetDirectory::Open(path);
     Apply(scenario.start, set);

@@ -9,7 +9,6 @@
 #include <sstream>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -175,7 +174,7 @@ ExitCode Follow(const kuraset::SetDirectory& set, std::size_t seen, const Fits& 
     try {
         std::uintmax_t size = std::filesystem::file_size(set.JournalPath());
         for (;;) {
-            std::this_thread::sleep_for(kBetweenLooks);
+            WaitWhileRead(kBetweenLooks);
             const std::uintmax_t now = std::filesystem::file_size(set.JournalPath());
             if (now == size) {
                 continue;
@@ -190,7 +189,10 @@ ExitCode Follow(const kuraset::SetDirectory& set, std::size_t seen, const Fits& 
                 }
             }
         }
-    } catch (const AnswerLost&) {
+    } catch (const AnswerLost& lost) {
+        if (!lost.ReaderLeft()) {
+            std::cerr << "kura: " << lost.what() << '\n';
+        }
         return ExitCode::kFailed;
     } catch (const std::exception& error) {
         std::cerr << "kura: " << error.what() << '\n';

@@ -25,6 +25,7 @@
 #include "scenario/Record.h"
 #include "scenario/Replay.h"
 #include "scenario/ScenarioError.h"
+#include "set/SetUse.h"
 
 namespace cli {
 
@@ -330,6 +331,7 @@ Outcome Record(const Session& session, const RecordOptions& options) {
     scenario::EndInGoodOrder();
     const auto verbs = VerbsOf(options.words);
     const auto set = session.OpenSet();
+    { const kuraset::SetUse use(set.Path()); }  // throws when no verb could run on it
     const fs::path unfinished = options.output + ".unfinished";
     WriteFile(unfinished, "");  // first, so that no verb runs when the file cannot be written
     try {

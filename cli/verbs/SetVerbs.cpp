@@ -103,7 +103,10 @@ Outcome NewSet(const Session& session, const NewOptions& options) {
         }
         return MakeSet(place, options.from.empty() ? ExamplesFolder() : fs::path(options.from));
     };
-    const auto set = options.force && HoldsSet(path) ? MakeAnew(path, make) : make(path);
+    const bool isDefault = session.setOption.empty() && !fs::exists(path);
+    const auto set = options.force && HoldsSet(path) ? MakeAnew(path, make)
+                     : isDefault                     ? MakeDefaultSet(path, make, path)
+                                                     : make(path);
     const Json document = SetDocument(set);
     return {document, [document] {
                 std::cout << "Made a set at " << document.at("set").get<std::string>() << ": "

@@ -1,14 +1,17 @@
 #include "Sandbox.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/personality.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
-#include <exception>
+#include <cstdlib>
+#include <fstream>
 #include <initializer_list>
-#include <stdexcept>
 #include <system_error>
 
 #include "support/ChildProcess.h"
@@ -124,9 +127,79 @@ void AddExposed(Arguments& arguments, const SandboxOptions& options) {
 support::ChildProcess StartBubblewrap(const support::ChildStart& start) try {
     return support::ChildProcess(start);
 } catch (const std::system_error& error) {
-    throw std::runtime_error("cannot start bubblewrap (Debian package bubblewrap): " +
-                             error.code().message());
+    throw SandboxError("no sandbox can be made here: cannot start bubblewrap (Debian package bubblewrap): " +
+                       error.code().message());
 }
+
+/// A setting of the kernel that lets nobody but root make a sandbox.
+struct Prohibition {
+    const char* file;
+    const char* value;
+    const char* remedy;
+};
+
+constexpr Prohibition kProhibitions[] = {
+    {"/proc/sys/kernel/unprivileged_userns_clone", "0", "kernel.unprivileged_userns_clone=1"},
+    {"/proc/sys/user/max_user_namespaces", "0", "user.max_user_namespaces=10000"},
+    {"/proc/sys/kernel/apparmor_restrict_unprivileged_userns", "1",
+     "kernel.apparmor_restrict_unprivileged_userns=0"}};
+
+/// What lets this process make a sandbox. Where no setting of the kernel is the reason, it is a container's
+/// filter of system calls.
+std::string Remedy() {
+    std::string remedy = "start the container, if this is one, with --privileged";
+    for (const Prohibition& prohibition : kProhibitions) {
+        std::string value;
+        if (std::getline(std::ifstream(prohibition.file), value) && value == prohibition.value) {
+            remedy = std::string("allow it with \"sysctl ") + prohibition.remedy + '"';
+            break;
+        }
+    }
+    return remedy + (geteuid() == 0 ? "" : ", or run as root");
+}
+
+/// The sentence for what bubblewrap said; for nothing, when that is on standard error.
+SandboxError Refusal(const std::string& said) {
+    const std::string mark = "bwrap: ";
+    const std::size_t start = said.rfind(mark, 0) == 0 ? mark.size() : 0;
+    // Its guess at the reason and its links stand behind the first clause.
+    std::string reason = said.substr(start, said.find_first_of(",\n", start) - start);
+    const auto contains = [&reason](const char* words) { return reason.find(words) != std::string::npos; };
+    const bool isForbidden =
+        said.empty() || contains("namespace") || contains("not permitted") || contains("denied");
+    if (said.empty()) {
+        reason = "its reason is above";
+    }
+    return SandboxError("no sandbox can be made here (bubblewrap: " + reason + ")" +
+                        (isForbidden ? "; " + Remedy() : ""));
+}
+
+/// Names the descriptor that TakeErrors takes, in the environment of the command.
+constexpr const char* kErrorsVariable = "KURA_SANDBOX_ERRORS";
+
+/// Keeps what bubblewrap says, and hands the caller's standard error to the command under another number.
+class KeptErrors {
+public:
+    explicit KeptErrors(support::ChildStart& start)
+        : m_said(memfd_create("errors", MFD_CLOEXEC)),
+          m_own(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+        if (!m_said || !m_own) {
+            throw std::system_error(errno, std::generic_category(), "standard error");
+        }
+        start.errors = m_said.Number();
+        start.kept.push_back(m_own.Number());
+        start.environment.emplace_back(kErrorsVariable, std::to_string(m_own.Number()));
+    }
+
+    std::string Said() const {
+        lseek(m_said.Number(), 0, SEEK_SET);
+        return support::ReadAll(m_said.Number()).value_or("");
+    }
+
+private:
+    support::Descriptor m_said;
+    support::Descriptor m_own;
+};
 
 }  // namespace
 
@@ -158,7 +231,7 @@ std::vector<std::string> BuildBubblewrapCommand(const SandboxOptions& options) {
     return arguments;
 }
 
-int RunInSandbox(const SandboxOptions& options) try {
+int RunInSandbox(const SandboxOptions& options) {
     support::Pipe status;
     if (!status.writeEnd) {
         throw std::system_error(errno, std::generic_category(), "pipe");
@@ -169,25 +242,34 @@ int RunInSandbox(const SandboxOptions& options) try {
                          {"--json-status-fd", std::to_string(status.writeEnd.Number())});
     start.kept = {status.writeEnd.Number()};
     start.output = options.standardOutput;
+    std::optional<KeptErrors> errors;
+    if (options.takesErrors) {
+        errors.emplace(start);
+    }
     if (options.fixedAddresses) {
         personality(ADDR_NO_RANDOMIZE);
     }
     const int result = StartBubblewrap(start).Wait().ShellStatus();
     status.writeEnd.Reset();
+    const std::string said = errors ? errors->Said() : "";
     // bwrap reports an exit code only for a command that it started; its own failures end with status 1.
     const auto report = support::ReadAll(status.readEnd.Number());
     if (result == 1 && report && report->find("\"exit-code\"") == std::string::npos) {
-        std::fputs(
-            "sandbox: bubblewrap could not make the sandbox or start the command in it (its reason is "
-            "above); "
-            "where this system refuses user namespaces, allow them or run as root\n",
-            stderr);
-        return kNoSandbox;
+        throw Refusal(said);
     }
+    // What the dynamic loader says comes before the command can take its standard error.
+    std::fputs(said.c_str(), stderr);
     return result;
-} catch (const std::exception& failure) {
-    std::fprintf(stderr, "sandbox: %s\n", failure.what());
-    return kNoSandbox;
+}
+
+void TakeErrors() {
+    const char* number = std::getenv(kErrorsVariable);
+    if (number == nullptr) {
+        return;
+    }
+    const support::Descriptor own(static_cast<int>(std::strtol(number, nullptr, 10)));
+    dup2(own.Number(), STDERR_FILENO);
+    unsetenv(kErrorsVariable);
 }
 
 }  // namespace kurasandbox

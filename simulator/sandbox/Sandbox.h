@@ -8,14 +8,19 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace kurasandbox {
 
-/// What RunInSandbox returns when the sandbox could not be made.
-constexpr int kNoSandbox = 125;
+/// No sandbox can be made on this machine. The message is one sentence, which names the remedy where the
+/// machine forbids it.
+class SandboxError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 struct Bind {
     std::filesystem::path source;
@@ -58,15 +63,22 @@ struct SandboxOptions {
     /// The descriptor that becomes the command's standard output; the caller's own at -1.
     int standardOutput = -1;
 
+    /// The command calls TakeErrors first. What bubblewrap says is then part of the SandboxError; otherwise
+    /// it is on standard error.
+    bool takesErrors = false;
+
     std::vector<std::string> command;
 };
 
 /// The command line of bwrap, "bwrap" first.
 std::vector<std::string> BuildBubblewrapCommand(const SandboxOptions& options);
 
-/// Runs options.command and returns its exit status, 128 + n after signal n. When the sandbox cannot be made,
-/// says why on standard error and returns kNoSandbox. The calling thread must live until the command ends,
-/// because the sandbox ends with it.
+/// Runs options.command and returns its exit status, 128 + n after signal n. Throws SandboxError. The calling
+/// thread must live until the command ends, because the sandbox ends with it.
 int RunInSandbox(const SandboxOptions& options);
+
+/// For a command that was started with takesErrors: its standard error is then the caller's. Does nothing in
+/// any other program.
+void TakeErrors();
 
 }  // namespace kurasandbox

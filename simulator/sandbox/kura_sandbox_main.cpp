@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kUsageError = 64;
+constexpr int kNoSandbox = 125;
 
 constexpr const char* kUsage =
     "Usage: kura-sandbox [OPTION]... [--] COMMAND [ARGUMENT]...\n"
@@ -209,5 +210,5 @@ int main(int count, char** arguments) try {
     return kurasandbox::RunInSandbox(line.sandbox);
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "kura-sandbox: %s\n", failure.what());
-    return kurasandbox::kNoSandbox;
+    return kNoSandbox;
 }

@@ -222,7 +222,7 @@ TEST(Replay, WithoutASandboxTheReasonIsTold) {
     const Answer preview = kura.Run({"fix", "1001", "--preview"});
     setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(text.status, 1);
-    const std::string reason = "can be made: bwrap: No permissions to create new namespace";
+    const std::string reason = "can be made here (bubblewrap: No permissions to create new namespace); ";
     EXPECT_THAT(text.out, testing::StartsWith("failed  "));
     EXPECT_THAT(text.out, HasSubstr(reason));
     EXPECT_EQ(answer.status, 1);
