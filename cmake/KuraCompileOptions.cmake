@@ -42,6 +42,14 @@ function(kura_compile_together TARGET)
     if(NOT KURA_TOGETHER)
         return()
     endif()
+    set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON)
+    # GCC takes a source that another one includes for a header.
+    target_compile_options(${TARGET} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    # A number that is given holds instead of the folders.
+    if(DEFINED CMAKE_UNITY_BUILD_BATCH_SIZE)
+        return()
+    endif()
+    set_target_properties(${TARGET} PROPERTIES UNITY_BUILD_MODE GROUP)
     get_target_property(SOURCES ${TARGET} SOURCES)
     foreach(SOURCE IN LISTS SOURCES)
         cmake_path(RELATIVE_PATH SOURCE BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE GROUP)
@@ -51,9 +59,6 @@ function(kura_compile_together TARGET)
         math(EXPR COUNT_${GROUP} "0${COUNT_${GROUP}} + 1")
         set_source_files_properties(${SOURCE} PROPERTIES UNITY_GROUP ${GROUP}_${PART})
     endforeach()
-    set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
-    # GCC takes a source that another one includes for a header.
-    target_compile_options(${TARGET} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
 
 # Fortified calls need the optimiser, and the sanitizers check more than they do.

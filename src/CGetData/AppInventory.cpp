@@ -1,6 +1,5 @@
 // The list of installed applications. The agent needs seconds for each, so a pool of workers measures several
 // at a time. Each worker fills its own record; a record that stays empty is not listed.
-#include <cxxabi.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -162,7 +161,7 @@ int MeasureEntry(Inventory& inventory, std::size_t index) {
 int RunWorker(Inventory& inventory, std::size_t index) {
     try {
         return MeasureEntry(inventory, index);
-    } catch (const abi::__forced_unwind&) {
+    } catch (const base::CancelledUnwinding&) {
         throw;
     } catch (const std::exception& error) {
         KURA_LOG_AS(kOperation, DLOG_ERROR, "%s", error.what());

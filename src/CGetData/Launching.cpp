@@ -1,6 +1,5 @@
 // Launches other applications with the extra data that each expects. The table below has a row for each
 // application that expects some; any other is launched plainly.
-#include <cxxabi.h>
 
 #include <algorithm>
 #include <cstring>
@@ -13,6 +12,7 @@
 #include "app_control.h"
 #include "base/AppControl.h"
 #include "base/AppIds.h"
+#include "base/CancellationHeld.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
 #include "host/CUtils.h"
@@ -116,7 +116,7 @@ bool CGetData::ProcessLaunchApp(const char* appId) {
             CUtils::Instance()->m_SetMultitaskingStatus(1);
         }
         return Launch(__func__, rule, page);
-    } catch (const abi::__forced_unwind&) {
+    } catch (const base::CancelledUnwinding&) {
         throw;
     } catch (const std::exception& error) {
         // Creating the diagnosis manager loads the solution map, and a malformed one throws.

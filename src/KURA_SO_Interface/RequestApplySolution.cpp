@@ -4,8 +4,6 @@
 // exception ends the request.
 #include "KURA_SO_Interface.h"
 
-#include <cxxabi.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <iostream>
@@ -19,6 +17,7 @@
 #include "KURA_SolutionMap.h"
 #include "KURA_Storage.h"
 #include "base/AppIds.h"
+#include "base/CancellationHeld.h"
 #include "base/Log.h"
 #include "base/OrEmpty.h"
 #include "base/Text32.h"
@@ -139,7 +138,7 @@ void RunGuarded(const char* function, Operation operation) {
     } catch (const std::system_error& error) {
         KURA_LOG_AS(function, DLOG_ERROR, "Got exception 1");
         std::cout << "Caught system_error with code " << error.code() << " meaning " << error.what() << '\n';
-    } catch (const abi::__forced_unwind&) {
+    } catch (const KURA::base::CancelledUnwinding&) {
         throw;
     } catch (...) {
         KURA_LOG_AS(function, DLOG_ERROR, "Got exception 2");

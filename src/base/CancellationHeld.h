@@ -1,10 +1,19 @@
 #pragma once
 
+#include <cxxabi.h>
 #include <pthread.h>
 
 #include <memory>
 
 namespace KURA::base {
+
+/// What unwinds a cancelled thread, for handlers that let it pass.
+#if defined(__GLIBCXX__)
+using CancelledUnwinding = abi::__forced_unwind;
+#else
+// Elsewhere it is no exception, and no handler sees it.
+struct CancelledUnwinding {};
+#endif
 
 /// Keeps pthread_cancel on this thread pending while the object lives. It surrounds code that a cancelled
 /// thread must not unwind: destructors, and C libraries, which would keep their locks and memory.
