@@ -6,6 +6,7 @@
 #include "Verbs.h"
 #include "explain/SetCopy.h"
 #include "explain/Why.h"
+#include "frame/Look.h"
 #include "frame/TableVerbs.h"
 #include "host/HostSetUp.h"
 #include "scenario/Process.h"
@@ -28,8 +29,10 @@ void PrintVerdict(const Json& verdict, const std::string& list) {
               << (verdict.at("listed").get<bool>() ? "" : "not ") << "on the " << list << " list\n";
     for (const Json& test : verdict.at("tests")) {
         const std::string name = test.at("test").get<std::string>();
-        std::cout << (test.at("passed").get<bool>() ? "  yes  " : "  no   ") << name
-                  << std::string(name.size() < 16 ? 16 - name.size() : 1, ' ')
+        const bool passed = test.at("passed").get<bool>();
+        std::cout << "  "
+                  << (passed ? Painted("yes", Tone::kGood) + "  " : Painted("no", Tone::kWarning) + "   ")
+                  << name << std::string(name.size() < 16 ? 16 - name.size() : 1, ' ')
                   << test.at("saw").get<std::string>() << '\n';
     }
 }
