@@ -39,6 +39,14 @@ def fonts_file(folder):
     return str(path)
 
 
+def screen(browser, size, scale=1):
+    """The screen now, as it is."""
+    picture = browser.execute_cdp_cmd("Page.captureScreenshot", {
+        "clip": {"x": 0, "y": 0, "width": size[0], "height": size[1], "scale": scale},
+        "optimizeForSpeed": True})
+    return Image.open(io.BytesIO(base64.b64decode(picture["data"]))).convert("RGB")
+
+
 def taken(browser, size, changing=""):
     """The screen now, small, without what is different each time. changing: a selector of more such parts."""
     browser.execute_script("""
@@ -52,12 +60,10 @@ def taken(browser, size, changing=""):
         window.hidden_in_pictures = changing;
         changing.forEach(({ style }) => { style.visibility = "hidden"; });""",
                            ", ".join(filter(None, [".spinner, .track-part, .work-time", changing])))
-    picture = browser.execute_cdp_cmd("Page.captureScreenshot", {
-        "clip": {"x": 0, "y": 0, "width": size[0], "height": size[1], "scale": HEIGHT / size[1]},
-        "optimizeForSpeed": True})
+    picture = screen(browser, size, HEIGHT / size[1])
     browser.execute_script("""
         window.hidden_in_pictures.forEach(({ style }) => { style.removeProperty("visibility"); });""")
-    return Image.open(io.BytesIO(base64.b64decode(picture["data"]))).convert("RGB")
+    return picture
 
 
 def difference(one, other):
