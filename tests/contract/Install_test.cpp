@@ -34,9 +34,12 @@ protected:
         std::string name = KURA_BUILD "/installed.XXXXXX";
         ASSERT_NE(mkdtemp(name.data()), nullptr);
         m_root = name;
-        const contract::Outcome outcome = Shell("DESTDIR='" + m_root.string() +
-                                                "' " KURA_CMAKE " --install '" KURA_BUILD "' --prefix /usr");
-        ASSERT_EQ(outcome.status, 0) << outcome.output;
+        for (const char* component : {"library", "development"}) {
+            const contract::Outcome outcome =
+                Shell("DESTDIR='" + m_root.string() +
+                      "' " KURA_CMAKE " --install '" KURA_BUILD "' --prefix /usr --component " + component);
+            ASSERT_EQ(outcome.status, 0) << outcome.output;
+        }
     }
     void TearDown() override {
         if (!m_root.empty()) {

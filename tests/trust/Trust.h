@@ -32,7 +32,7 @@ inline std::size_t Count(std::size_t few, std::size_t all) {
 
 /// Ends the process when it hangs; far beyond what any of these tests takes.
 inline void Watch() {
-    alarm(Factor() == 1 ? 110 : 3000);
+    alarm(Factor() == 1 ? 600 : 3000);
 }
 
 /// The line of the running test: what was done and how often. A finding is a failed expectation.

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -53,6 +54,17 @@ rlim_t AddressSpace() {
     return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
+/// The descriptors that a guarded open needs: where the kernel has no openat2, it holds a folder while it
+/// opens the next.
+unsigned int OfGuardedOpen() {
+#if defined(__NR_openat2)
+    syscall(__NR_openat2, AT_FDCWD, "", nullptr, std::size_t{0});
+    return errno == EINVAL ? 1 : 2;
+#else
+    return 2;
+#endif
+}
+
 std::size_t StartLists() {
     return Set().CountCalls("CStartKH::m_DiagResCallback(");
 }
@@ -90,7 +102,7 @@ TEST(Limits, OfDescriptorsAreLoggedAndGoByWithThem) {
         EXPECT_EQ(Set().Logged(DLOG_ERROR, std::string("Unable to open XML file ") + setup::kMapPath),
                   free == 0);
         EXPECT_EQ(Set().Logged(DLOG_ERROR, "File creation success (/tmp/vardo/req/runCmdNativeApps)"),
-                  free > 0);
+                  free >= OfGuardedOpen());
     }
     setup::ForgetRecords();
     RequestApplySolution("9");
