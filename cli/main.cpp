@@ -155,6 +155,7 @@ int main(int argc, char** argv) {
     cli::AddJournalVerbs(app, session, selection);
     cli::AddServeVerbs(app, session, selection);
     cli::AddMapVerbs(app, selection);
+    cli::AddReportVerb(app, session, selection);
     cli::AddScenarioVerbs(app, session, selection);
     cli::AddCompleteVerb(app, session, selection);
 

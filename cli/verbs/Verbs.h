@@ -53,6 +53,7 @@ void AddMapVerbs(CLI::App& app, Selection& selection);
 void AddMapReadVerbs(CLI::App& map, Selection& selection);
 void AddCompleteVerb(CLI::App& app, const Session& session, Selection& selection);
 void AddRunVerbs(CLI::App& app, const Session& session, Selection& selection);
+void AddReportVerb(CLI::App& app, const Session& session, Selection& selection);
 void AddScenarioVerbs(CLI::App& app, const Session& session, Selection& selection);
 
 }  // namespace cli
