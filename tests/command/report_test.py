@@ -78,7 +78,9 @@ class Report(unittest.TestCase):
         report = self.unpacked(self.place / "report.tar.gz")
         files = [file for file in report.rglob("*") if file.is_file()]
         for file in files:
-            bytes_of = str(file.relative_to(report)).encode() + b"\n" + file.read_bytes().lower()
+            # A file without a block is one hole; the applications' are, of gigabytes.
+            content = file.read_bytes() if file.stat().st_blocks else b""
+            bytes_of = str(file.relative_to(report)).encode() + b"\n" + content
             for value in PRIVATE:
                 self.assertNotIn(value.lower().encode(), bytes_of.lower(), file)
         document = json.loads((report / "report.json").read_text())
