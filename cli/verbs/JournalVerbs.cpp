@@ -23,7 +23,7 @@ namespace cli {
 
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenLooks{200};
+constexpr std::chrono::milliseconds kFollowPause{200};
 
 struct JournalOptions {
     std::string kind;
@@ -174,7 +174,7 @@ ExitCode Follow(const kuraset::SetDirectory& set, std::size_t seen, const Fits& 
     try {
         std::uintmax_t size = std::filesystem::file_size(set.JournalPath());
         for (;;) {
-            WaitWhileRead(kBetweenLooks);
+            WaitWhileRead(kFollowPause);
             const std::uintmax_t now = std::filesystem::file_size(set.JournalPath());
             if (now == size) {
                 continue;
